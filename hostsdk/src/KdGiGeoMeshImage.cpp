@@ -1,0 +1,3 @@
+#include "KdGiGeoMeshImage.h"
+
+KdGiGeoMeshImage::~KdGiGeoMeshImage() = default;

@@ -1,0 +1,13 @@
+#pragma once
+
+class KdGiGeoMesh;
+
+/** The host's place for the meshes of one tile; the host owns it and the meshes that it makes. */
+class GeoMeshTileContainer
+{
+public:
+    virtual ~GeoMeshTileContainer() = default;
+
+    /** A new, empty mesh in this tile. Null makes the library leave that geometry out. */
+    virtual KdGiGeoMesh* createMesh() = 0;
+};

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <KdDbExtents.h>
+#include <KdGeMatrix3d.h>
+#include <KdGePoint3d.h>
+#include <KdString.h>
+
+#include <vector>
+
+class GeoMeshUpdateReceiver;
+
+/** A streamed mesh model as the host drives it. createTiledModel() makes one; `delete` ends it, at any time, also while
+ *  tiles are being loaded.
+ *
+ *  Order of use: addModel() for each model file, setTransform() if the model is placed, then update() once a displayed
+ *  frame. Every operation runs on one host thread per model. Failure is told by the result; nothing throws.
+ *
+ *  The order of the virtual functions is binary interface: new ones go to the end.
+ */
+class MvGeoMesh
+{
+public:
+    virtual ~MvGeoMesh() = default;
+
+    /** Reads every model file again. Files that cannot be read any more drop out, and later indices move down. */
+    virtual void reload() = 0;
+
+    virtual void setName(const KdString& name) = 0;
+
+    /** Box around all model files in the host's frame, that is with the placement applied; the default box while no
+     *  model file is loaded. Never looks at the scene, so it is cheap. */
+    virtual KdDbExtents extents() const = 0;
+
+    /** Finds the surface under `point`, seen in the view of the last update().
+     *  @param placement  the model's frame to the host's frame; must have an inverse
+     *  @param point      host frame; the ray runs from the eye through it, or along the view direction if orthographic
+     *  @param hit        host frame; left alone when nothing is hit
+     *  Only tiles in memory are hit. */
+    virtual bool pickPoint(const KdGeMatrix3d* placement, const KdGePoint3d* point, KdGePoint3d* hit) = 0;
+
+    /** Finds the triangle under `point`, by the same ray as pickPoint(). On success `triangle` is replaced by its three
+     *  corners in the host frame; left alone otherwise. */
+    virtual bool pickTriangle(const KdGeMatrix3d* placement, const KdGePoint3d* point,
+                              std::vector<KdGePoint3d>* triangle) = 0;
+
+    /** One frame: merges loaded tiles, chooses the tiles that the view needs, asks for missing ones, drops old ones and
+     *  tells the receiver. Never waits for a file.
+     *  @param frameNumber  the host's; several updates with one number count as one frame for paging
+     *  @param model        the model's placement in the world of this view
+     *  @param view         world to eye
+     *  @param projection   eye to clip space, as OpenGL defines it
+     *  @param width,height viewport in pixels
+     *  @param extract      not 0: textures and texture coordinates are handed over too
+     *  @param reserved     not used
+     *  @return false, and nothing happened, if an argument is missing or the viewport is empty */
+    virtual bool update(unsigned int frameNumber, const KdGeMatrix3d* model, const KdGeMatrix3d* view,
+                        const KdGeMatrix3d* projection, int width, int height, unsigned char extract, void* reserved,
+                        GeoMeshUpdateReceiver* receiver) = 0;
+
+    /** Adds a model file and reads its root at once.
+     *  @return its index; the index it already has if it was added before; -1 if it cannot be read */
+    virtual int addModel(const KdString& path) = 0;
+
+    /** Puts another file in the place of an index and reloads. False only if there is no such index. */
+    virtual bool replaceModel(int index, const KdString& path) = 0;
+
+    /** The model's frame to the host's frame. */
+    virtual void setTransform(const KdGeMatrix3d& xform) = 0;
+    virtual const KdGeMatrix3d& transform() const = 0;
+
+    /** Not built yet: returns false and leaves `triangles` alone. */
+    virtual bool clip(int mode, unsigned int rootNodeId, const KdGeMatrix3d* placement,
+                      const std::vector<KdGePoint3d>* boundary, const double* heightRange, int options,
+                      std::vector<KdGePoint3d>* triangles) = 0;
+
+    /** Not built yet: returns false and leaves `drapedLines` alone. */
+    virtual bool section(const KdGeMatrix3d* placement, const std::vector<KdGePoint3d>* polyline,
+                         std::vector<std::vector<KdGePoint3d>>* drapedLines) = 0;
+
+    /** On: tiles without normals get smoothed ones, those in memory at once. Off: tiles read from now on do not.
+     *  Always true. */
+    virtual bool setGenerateNormals(bool on) = 0;
+
+    /** Back to an empty model: no files, no name, identity placement. */
+    virtual void clear() = 0;
+};

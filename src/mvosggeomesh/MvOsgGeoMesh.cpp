@@ -1,0 +1,255 @@
+#include "mvosggeomesh/MvOsgGeoMesh.h"
+
+#include "platform/Environment.h"
+#include "support/HostConversions.h"
+#include "support/LogLine.h"
+#include "support/PathHash.h"
+#include "support/ToolkitText.h"
+#include "support/UserValues.h"
+#include "updatescenegraph/NotifyHandler.h"
+#include "updatescenegraph/PagedLODReplacer.h"
+#include "updatescenegraph/TagContentNodeVisitor.h"
+
+#include <KdEdVariables.h>
+
+#include <osg/ComputeBoundsVisitor>
+#include <osgDB/FileNameUtils>
+#include <osgDB/FileUtils>
+#include <osgDB/ReadFile>
+
+#include <algorithm>
+#include <utility>
+
+namespace
+{
+
+std::uint32_t nextInstanceNumber()
+{
+    static std::uint32_t counter = 0; // models are made on the host's main thread
+    return counter++;
+}
+
+/** The host variable "LOGFILEPATH" brings its own separator at its end; without it the log is relative. */
+KdString logPath()
+{
+    KdString path;
+    KdChar* value = nullptr;
+    if (kdedGetVar(KdString("LOGFILEPATH").kwszPtr(), &value) && value)
+    {
+        path = value;
+        kdutDelBuffer(value);
+    }
+    path += KdString("GeoCache/3d.log");
+    return path;
+}
+
+/** The first model of the process redirects the toolkit's messages to the log; later ones find that done. */
+void installNotifyHandler()
+{
+    osg::setNotifyLevel(osg::NOTICE);
+    if (!dynamic_cast<NotifyHandler*>(osg::getNotifyHandler()))
+        osg::setNotifyHandler(new NotifyHandler(logPath().ansiPtr()));
+}
+
+bool contains(const std::vector<KdString>& paths, const KdString& path)
+{
+    return std::find(paths.begin(), paths.end(), path) != paths.end();
+}
+
+/** Bounds of everything below the root; for files that name tiles but hold no geometry yet, the box around the root's
+ *  sphere, which their paged nodes declare. */
+osg::BoundingBox boundsOf(osg::Node& root)
+{
+    osg::ComputeBoundsVisitor visitor(osg::NodeVisitor::TRAVERSE_ALL_CHILDREN);
+    root.accept(visitor);
+    osg::BoundingBox box = visitor.getBoundingBox();
+    if (!box.valid() && root.getBound().valid()) box.expandBy(root.getBound());
+    return box;
+}
+
+} // namespace
+
+MvOsgGeoMesh::MvOsgGeoMesh(std::function<bool()> callback)
+    : _root(new osg::MatrixTransform), _refreshCallback(std::move(callback)), _instanceNumber(nextInstanceNumber())
+{
+    _creationTick = osg::Timer::instance()->tick();
+    installNotifyHandler();
+
+    _pager = new DatabasePagerBridge(static_cast<int>(_instanceNumber));
+    std::function<bool()> pagerCallback = _refreshCallback;
+    _pager->refreshCallback.swap(pagerCallback);
+
+    _sceneVisitor = new SceneViewVisitor;
+    _sceneVisitor->setDatabaseRequestHandler(_pager);
+    _frameStamp = new osg::FrameStamp;
+    _readFileCallback = new ReadFileCallback;
+    _readOptions = new osgDB::Options;
+    _readOptions->setReadFileCallback(_readFileCallback);
+    _root->setUserValue(mvgeo::keys::topNode, true);
+    _pickIntersector = new osgUtil::LineSegmentIntersector(osg::Vec3d(), osg::Vec3d());
+    _pickIntersector->setIntersectionLimit(osgUtil::Intersector::LIMIT_NEAREST);
+}
+
+MvOsgGeoMesh::~MvOsgGeoMesh()
+{
+    _refreshCallback = nullptr;
+    _frameStamp = nullptr;
+    _sceneVisitor = nullptr;
+    _pager = nullptr; // waits for the database thread
+    _readFileCallback = nullptr;
+    _readOptions = nullptr;
+    _pickIntersector = nullptr;
+    _root = nullptr;
+}
+
+int MvOsgGeoMesh::addModel(const KdString& path)
+{
+    const auto found = std::find(_modelPaths.begin(), _modelPaths.end(), path);
+    if (found != _modelPaths.end()) return static_cast<int>(found - _modelPaths.begin());
+    if (!loadModel(path)) return -1;
+    _modelPaths.push_back(path);
+    return static_cast<int>(_modelPaths.size()) - 1;
+}
+
+bool MvOsgGeoMesh::replaceModel(int index, const KdString& path)
+{
+    if (index < 0 || index >= static_cast<int>(_modelPaths.size())) return false;
+    _modelPaths[static_cast<std::size_t>(index)] = path;
+    reload();
+    return true;
+}
+
+void MvOsgGeoMesh::reload()
+{
+    removeAllModels();
+    const std::vector<KdString> paths = std::exchange(_modelPaths, {});
+    for (const KdString& path : paths)
+        if (!contains(_modelPaths, path) && loadModel(path)) _modelPaths.push_back(path);
+}
+
+bool MvOsgGeoMesh::loadModel(const KdString& path)
+{
+    if (!hasMachinery())
+    {
+        MVGEO_LOG(WARN) << "m_pager,m_sceneVisitor or m_frameStamp is not created";
+        return false;
+    }
+    const std::string fileName = mvgeo::toolkitPath(path);
+    _readFileCallback->forgetFailure(fileName); // the host asks for it now: earlier failures do not count
+    osg::ref_ptr<osg::Node> node = osgDB::readRefNodeFile(fileName, optionsFor(path));
+    if (!node) return false;
+
+    node = mvgeo::replacePagedLODs(node);
+    if (!node)
+    {
+        MVGEO_LOG(WARN) << "replace pagedlod failed";
+        return false;
+    }
+    mvgeo::tagContent(*node, osgDB::getSimpleFileName(fileName), static_cast<int>(_instanceNumber));
+    hangUnderRoot(*node);
+    return true;
+}
+
+osg::ref_ptr<osgDB::Options> MvOsgGeoMesh::optionsFor(const KdString& path)
+{
+    osg::ref_ptr<osgDB::Options> options =
+        static_cast<osgDB::Options*>(_readOptions->clone(osg::CopyOp::DEEP_COPY_USERDATA));
+    std::string directory;
+    if (!makeCacheDirectory(path.ansiPtr(), directory)) directory.clear(); // no cache
+    options->setPluginStringData(mvgeo::keys::cachePathDir, directory);
+    options->setUserValue(mvgeo::keys::cachePathDir, directory); // where the read callback looks
+    return options;
+}
+
+bool MvOsgGeoMesh::makeCacheDirectory(const std::string& path, std::string& dir)
+{
+    dir = mvgeo::platform::temporaryDirectory() + "/mesh/" + mvgeo::pathHashText(path);
+    return osgDB::makeDirectory(dir);
+}
+
+void MvOsgGeoMesh::hangUnderRoot(osg::Node& node)
+{
+    node.setUserValue(mvgeo::keys::rootNodeId, _root->getNumChildren());
+    _pager->heldTiles.add(node);
+    _root->addChild(&node);
+    measureExtents();
+}
+
+void MvOsgGeoMesh::measureExtents()
+{
+    _root->setMatrix(osg::Matrixd::identity());
+    const osg::BoundingBox box = boundsOf(*_root);
+    _extents = box.valid() ? KdDbExtents(mvgeo::toHost(box._min), mvgeo::toHost(box._max)) : KdDbExtents();
+    _root->setMatrix(mvgeo::toToolkit(_hostTransform));
+}
+
+void MvOsgGeoMesh::removeAllModels()
+{
+    _root->removeChildren(0, _root->getNumChildren());
+    _pager->heldTiles.clear();
+}
+
+KdDbExtents MvOsgGeoMesh::extents() const
+{
+    KdDbExtents result = _extents;
+    result.transformBy(_hostTransform);
+    return result;
+}
+
+void MvOsgGeoMesh::setTransform(const KdGeMatrix3d& xform)
+{
+    _hostTransform = xform;
+    if (_root) _root->setMatrix(mvgeo::toToolkit(xform));
+}
+
+bool MvOsgGeoMesh::setGenerateNormals(bool on)
+{
+    _readFileCallback->setGenerateNormals(on);
+    if (on && _root)
+    {
+        GenerateNormalVisitor visitor;
+        _root->accept(visitor);
+    }
+    return true;
+}
+
+void MvOsgGeoMesh::clear()
+{
+    _name.setEmpty();
+    _text.clear();
+    _modelPaths.clear();
+    removeAllModels();
+    setTransform(KdGeMatrix3d::kIdentity);
+    _extents = KdDbExtents();
+}
+
+bool MvOsgGeoMesh::clip(int, unsigned int, const KdGeMatrix3d*, const std::vector<KdGePoint3d>*, const double*, int,
+                        std::vector<KdGePoint3d>*)
+{
+    return false;
+}
+
+bool MvOsgGeoMesh::section(const KdGeMatrix3d*, const std::vector<KdGePoint3d>*, std::vector<std::vector<KdGePoint3d>>*)
+{
+    return false;
+}
+
+bool MvOsgGeoMesh::checkBoundary(std::vector<KdGePoint3d>&)
+{
+    return true;
+}
+
+void MvOsgGeoMesh::joinDrapedPieces(std::vector<std::vector<KdGePoint3d>>&) {}
+
+void MvOsgGeoMesh::fillStatistics(GeoMeshStatistics& statistics) const
+{
+    statistics.requestsWaiting = _pager->getFileRequestListSize();
+    statistics.idle = _pager->isIdle() ? 1 : 0;
+    statistics.mergesWaiting = _pager->getDataToMergeListSize();
+    statistics.tilesLoaded = _readFileCallback->loadedCount();
+    statistics.tilesMerged = _pager->mergedCount;
+    statistics.tilesExpired = _pager->expiredCount;
+    statistics.tilesFailed = _readFileCallback->failedCount();
+    statistics.tilesHeld = _pager->heldTiles.count();
+    statistics.bytesHeld = _pager->heldTiles.bytes();
+}

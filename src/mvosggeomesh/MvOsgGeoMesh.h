@@ -1,0 +1,118 @@
+#pragma once
+
+#include "mvgeothirdparty/GeoMeshStatistics.h"
+#include "mvgeothirdparty/MvGeoMesh.h"
+#include "mvosggeomesh/MeshExtraction.h"
+#include "updatescenegraph/DatabasePagerBridge.h"
+#include "updatescenegraph/ReadFileCallback.h"
+#include "updatescenegraph/SceneViewVisitor.h"
+
+#include <osg/FrameStamp>
+#include <osg/MatrixTransform>
+#include <osg/Timer>
+#include <osgDB/Options>
+#include <osgUtil/LineSegmentIntersector>
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+/** A model made of ".osgb" pyramids: each model file is the root of one, all hang below one transform.
+ *
+ *  Every model has its own pager with one database thread. Root files are read at once on the host's thread; finer tiles
+ *  are read by the database thread and enter the scene only inside update().
+ *
+ *  Thread: one host thread per model.
+ */
+class MvOsgGeoMesh : public MvGeoMesh
+{
+public:
+    explicit MvOsgGeoMesh(std::function<bool()> callback);
+    ~MvOsgGeoMesh() override;
+    MvOsgGeoMesh(const MvOsgGeoMesh&) = delete;
+    MvOsgGeoMesh& operator=(const MvOsgGeoMesh&) = delete;
+
+    void reload() override;
+    void setName(const KdString& name) override { _name = name; }
+    KdDbExtents extents() const override;
+    bool pickPoint(const KdGeMatrix3d* placement, const KdGePoint3d* point, KdGePoint3d* hit) override;
+    bool pickTriangle(const KdGeMatrix3d* placement, const KdGePoint3d* point,
+                      std::vector<KdGePoint3d>* triangle) override;
+    bool update(unsigned int frameNumber, const KdGeMatrix3d* model, const KdGeMatrix3d* view,
+                const KdGeMatrix3d* projection, int width, int height, unsigned char extract, void* reserved,
+                GeoMeshUpdateReceiver* receiver) override;
+    int addModel(const KdString& path) override;
+    bool replaceModel(int index, const KdString& path) override;
+    void setTransform(const KdGeMatrix3d& xform) override;
+    const KdGeMatrix3d& transform() const override { return _hostTransform; }
+    bool clip(int mode, unsigned int rootNodeId, const KdGeMatrix3d* placement, const std::vector<KdGePoint3d>* boundary,
+              const double* heightRange, int options, std::vector<KdGePoint3d>* triangles) override;
+    bool section(const KdGeMatrix3d* placement, const std::vector<KdGePoint3d>* polyline,
+                 std::vector<std::vector<KdGePoint3d>>* drapedLines) override;
+    bool setGenerateNormals(bool on) override;
+    void clear() override;
+
+    /** Whether a boundary is fit for use; may clean it. A tiled model takes every boundary as it is. */
+    virtual bool checkBoundary(std::vector<KdGePoint3d>& points);
+    /** Joins the pieces of a section in place. */
+    virtual void joinDrapedPieces(std::vector<std::vector<KdGePoint3d>>& pieces);
+    /** Reads one model file and hangs it under the root; the extents then cover it. */
+    virtual bool loadModel(const KdString& path);
+    /** Names and makes the cache directory of a model file. @param path ANSI @param dir written in any case
+     *  @return whether the directory is there afterwards */
+    virtual bool makeCacheDirectory(const std::string& path, std::string& dir);
+
+    void fillStatistics(GeoMeshStatistics& statistics) const;
+
+    [[nodiscard]] const osg::MatrixTransform& root() const { return *_root; }
+    [[nodiscard]] osg::MatrixTransform& root() { return *_root; }
+    [[nodiscard]] DatabasePagerBridge& pager() { return *_pager; }
+    [[nodiscard]] SceneViewVisitor& sceneVisitor() { return *_sceneVisitor; }
+    [[nodiscard]] const osg::FrameStamp& frameStamp() const { return *_frameStamp; }
+    [[nodiscard]] std::uint32_t instanceNumber() const { return _instanceNumber; }
+    [[nodiscard]] const std::vector<KdString>& modelPaths() const { return _modelPaths; }
+
+private:
+    [[nodiscard]] bool hasMachinery() const { return _pager && _sceneVisitor && _frameStamp; }
+    [[nodiscard]] osg::ref_ptr<osgDB::Options> optionsFor(const KdString& path);
+    void hangUnderRoot(osg::Node& node);
+    void measureExtents();
+    void removeAllModels();
+
+    void storeView(const osg::Matrixd& view, const osg::Matrixd& projection, int width, int height);
+    void setUpSceneVisitor(const osg::Matrixd& model, int width, int height);
+    void advanceFrame(unsigned int frameNumber);
+    void pageScene(const osg::Matrixd& model);
+    void reportTiles(GeoMeshUpdateReceiver& receiver);
+    void markRemoved(bool valid);
+    [[nodiscard]] std::vector<mvgeo::TextureWorkItem> extractLoadedTiles(bool withTextures, GeoMeshUpdateReceiver& receiver);
+    void releaseTextures();
+
+    [[nodiscard]] std::optional<osgUtil::LineSegmentIntersector::Intersection> firstHit(const osg::Matrixd& placement,
+                                                                                       const osg::Vec3d& point);
+
+    KdString _name;
+    std::string _text;
+    std::vector<KdString> _modelPaths;
+    osg::ref_ptr<osg::MatrixTransform> _root;
+    KdDbExtents _extents; // model coordinates
+    KdGeMatrix3d _hostTransform;
+    osg::Matrixd _viewMatrix;
+    osg::Matrixd _projectionMatrix;
+    osg::Matrixd _viewportMatrix;
+    osg::ref_ptr<osgUtil::LineSegmentIntersector> _pickIntersector;
+    osg::ref_ptr<osgDB::Options> _readOptions;
+    osg::ref_ptr<ReadFileCallback> _readFileCallback;
+    osg::ref_ptr<DatabasePagerBridge> _pager;
+    osg::ref_ptr<SceneViewVisitor> _sceneVisitor;
+    osg::ref_ptr<osg::FrameStamp> _frameStamp;
+    osg::Timer_t _creationTick;
+    std::function<bool()> _refreshCallback;
+    std::optional<std::uint32_t> _lastFrameNumber; // the host's
+    std::uint32_t _instanceNumber;
+
+    // Kept from frame to frame so that a converged frame allocates nothing for a tile.
+    std::vector<std::string> _removedIds;
+    std::vector<std::string> _visibleIds;
+};

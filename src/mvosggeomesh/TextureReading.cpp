@@ -1,0 +1,56 @@
+#include "mvosggeomesh/TextureReading.h"
+
+#include <OrloSystem.h>
+
+#include <osgDB/ReadFile>
+#include <osgDB/Registry>
+
+#include <omp.h>
+
+#include <algorithm>
+#include <cstring>
+#include <exception>
+
+namespace mvgeo
+{
+
+namespace
+{
+
+constexpr int kLeastThreads = 8; // reading waits for the disk more than it computes
+
+void readTexture(const TextureWorkItem& item)
+{
+    const osg::ref_ptr<osg::Image> image = osgDB::readRefImageFile(item.path, osgDB::Registry::instance()->getOptions());
+    if (!image || !image->data()) return;
+
+    const std::size_t size = image->getTotalSizeInBytes();
+    auto* pixels = new unsigned char[size]; // the target deletes it
+    std::memcpy(pixels, image->data(), size);
+    item.target->setImage(image->s(), image->t(), image->r(), image->getInternalTextureFormat(), image->getPixelFormat(),
+                          image->getDataType(), pixels, osg::Image::USE_NEW_DELETE, 1, 0);
+}
+
+} // namespace
+
+void readTextures(const std::vector<TextureWorkItem>& items)
+{
+    if (items.empty()) return;
+    omp_set_num_threads(std::max(orloGetProcessorCoreCount(true), kLeastThreads));
+
+    const int count = static_cast<int>(items.size());
+#pragma omp parallel for schedule(static)
+    for (int i = 0; i < count; ++i)
+    {
+        try
+        {
+            readTexture(items[static_cast<std::size_t>(i)]);
+        }
+        catch (const std::exception&)
+        {
+            // An exception must not leave the loop; the texture counts as one that cannot be read.
+        }
+    }
+}
+
+} // namespace mvgeo

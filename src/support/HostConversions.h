@@ -1,0 +1,25 @@
+#pragma once
+
+#include <KdGeMatrix3d.h>
+#include <KdGePoint3d.h>
+
+#include <osg/Matrixd>
+#include <osg/Vec3d>
+
+namespace mvgeo
+{
+
+/** Host matrices act on column vectors, the toolkit's on row vectors: each conversion transposes. */
+[[nodiscard]] osg::Matrixd toToolkit(const KdGeMatrix3d& matrix);
+[[nodiscard]] KdGeMatrix3d toHost(const osg::Matrixd& matrix);
+
+[[nodiscard]] inline osg::Vec3d toToolkit(const KdGePoint3d& point)
+{
+    return {point.x, point.y, point.z};
+}
+[[nodiscard]] inline KdGePoint3d toHost(const osg::Vec3d& point)
+{
+    return {point.x(), point.y(), point.z()};
+}
+
+} // namespace mvgeo

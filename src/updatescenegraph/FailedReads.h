@@ -1,0 +1,49 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+
+namespace mvgeo
+{
+
+/** Remembers the tiles that could not be read, so that a missing file costs one read and one line in the log instead of
+ *  one of each a frame: the pager asks for it again in every frame in which the view wants it.
+ *
+ *  After a failure a file rests for 1 s, after each further one twice as long, up to 60 s.
+ *  Thread: any.
+ */
+class FailedReads
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /** @param now where the time is taken from */
+    explicit FailedReads(std::function<Clock::time_point()> now = &Clock::now);
+
+    /** True while the file rests: it must not be read. */
+    [[nodiscard]] bool isResting(const std::string& fileName) const;
+
+    /** True for the file's first failure since it was last read well (or ever). */
+    bool noteFailure(const std::string& fileName);
+    void noteSuccess(const std::string& fileName);
+
+    /** Number of files whose last read failed. */
+    [[nodiscard]] std::size_t count() const;
+
+private:
+    struct Rest
+    {
+        Clock::time_point until;
+        std::chrono::seconds length;
+    };
+
+    std::function<Clock::time_point()> _now;
+    mutable std::mutex _lock;
+    std::unordered_map<std::string, Rest> _rests; // guarded by _lock
+};
+
+} // namespace mvgeo

@@ -1,0 +1,87 @@
+#include "updatescenegraph/ReadFileCallback.h"
+
+#include "support/UserValues.h"
+#include "updatescenegraph/SetReadFileCallbackVisitor.h"
+#include "updatescenegraph/TextureCache.h"
+
+#include <osgDB/FileNameUtils>
+#include <osgDB/FileUtils>
+#include <osgDB/Registry>
+
+#include <exception>
+#include <utility>
+
+using ReadResult = osgDB::ReaderWriter::ReadResult;
+
+namespace
+{
+
+/** Index files written on Windows name their tiles with back-slashes, which other systems take for part of the name. */
+std::string nameOnThisSystem(const std::string& fileName)
+{
+    if (fileName.find('\\') == std::string::npos || osgDB::fileExists(fileName)) return fileName;
+    return osgDB::convertFileNameToUnixStyle(fileName);
+}
+
+/** A damaged tile can make the toolkit's readers throw, for instance when a length in it is absurd. */
+ReadResult readGuarded(const std::string& fileName, const osgDB::Options* options)
+{
+    try
+    {
+        return osgDB::Registry::instance()->readNodeImplementation(nameOnThisSystem(fileName), options);
+    }
+    catch (const std::exception& error)
+    {
+        return ReadResult(std::string(error.what()));
+    }
+    catch (...)
+    {
+        return ReadResult(std::string("unknown exception"));
+    }
+}
+
+} // namespace
+
+ReadFileCallback::ReadFileCallback(std::function<mvgeo::FailedReads::Clock::time_point()> now)
+    : _failedReads(std::move(now))
+{
+}
+
+ReadFileCallback::~ReadFileCallback() = default;
+
+ReadResult ReadFileCallback::readNode(const std::string& fileName, const osgDB::Options* options)
+{
+    if (_failedReads.isResting(fileName)) return ReadResult(ReadResult::FILE_LOADED);
+
+    if (options)
+        if (const bool* normals = mvgeo::userValue<bool>(*options, mvgeo::keys::normal)) _generateNormals = *normals;
+
+    ReadResult result = readGuarded(fileName, options);
+    if (!result.validNode())
+    {
+        const bool isFirst = _failedReads.noteFailure(fileName);
+        return isFirst ? result : ReadResult(ReadResult::FILE_LOADED);
+    }
+    _failedReads.noteSuccess(fileName);
+    ++_loadedCount;
+    prepareTile(*result.getNode(), options);
+    return result;
+}
+
+void ReadFileCallback::prepareTile(osg::Node& tile, const osgDB::Options* options)
+{
+    if (_generateNormals)
+    {
+        const std::lock_guard<std::mutex> lock(_normalVisitorLock);
+        tile.accept(_normalVisitor);
+    }
+    if (!options) return;
+
+    if (options->getReadFileCallback())
+    {
+        SetReadFileCallbackVisitor wireChildren(options);
+        tile.accept(wireChildren);
+    }
+    const std::string* directory = mvgeo::userValue<std::string>(*options, mvgeo::keys::cachePathDir);
+    if (directory && !directory->empty()) mvgeo::cacheTextures(tile, *directory);
+}
