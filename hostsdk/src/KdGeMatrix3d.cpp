@@ -17,10 +17,11 @@ bool isFinite(const KdGeMatrix3d& matrix)
                        [](double value) { return std::isfinite(value); });
 }
 
-// The power of two that brings `largest` into [1, 2); a power of two scales without rounding.
+// The power of two that brings `largest` close to 1; a power of two scales without rounding. At the ends of the range
+// of double the factor stops short of infinity.
 double balancingFactor(double largest)
 {
-    return std::ldexp(1.0, -std::ilogb(largest));
+    return std::ldexp(1.0, std::clamp(-std::ilogb(largest), -1022, 1023));
 }
 
 double largestInColumn(const KdGeMatrix3d& matrix, int column)
@@ -39,8 +40,8 @@ double largestInRow(const KdGeMatrix3d& matrix, int row)
     return largest;
 }
 
-/** A matrix as rows * balanced * columns, with diagonal `rows` and `columns`. Without this step a map's translation of
- *  some million metres, or a model in micrometres, would pass for a singular matrix. */
+/** A matrix whose rows and columns were multiplied by powers of two until their largest entries are about 1. Without
+ *  this step a map's translation of some million metres, or a model in micrometres, would pass for singular. */
 struct Balanced
 {
     KdGeMatrix3d matrix;
@@ -123,7 +124,10 @@ std::optional<KdGeMatrix3d> invert(const KdGeMatrix3d& matrix)
 
     for (int row = 0; row < 4; ++row)
         for (int column = 0; column < 4; ++column)
-            inverse->entry[row][column] *= balanced->columnFactor[row] * balanced->rowFactor[column];
+        {
+            inverse->entry[row][column] *= balanced->columnFactor[row];
+            inverse->entry[row][column] *= balanced->rowFactor[column];
+        }
     if (!isFinite(*inverse)) return std::nullopt;
     return inverse;
 }

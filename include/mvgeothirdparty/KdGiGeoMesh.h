@@ -1,7 +1,7 @@
 #pragma once
 
-class KdGeMatrix3d;
-class KdGiGeoMeshImage;
+#include <KdGeMatrix3d.h>
+#include <KdGiGeoMeshImage.h>
 
 /** One triangle mesh on the host's side. The host implements it; the library fills it once, right after
  *  GeoMeshTileContainer::createMesh() returned it, and never touches it again.

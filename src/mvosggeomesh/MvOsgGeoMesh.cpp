@@ -187,6 +187,8 @@ void MvOsgGeoMesh::removeAllModels()
 {
     _root->removeChildren(0, _root->getNumChildren());
     _pager->heldTiles.clear();
+    _lastVisible.clear();
+    _visibleIds.clear();
 }
 
 KdDbExtents MvOsgGeoMesh::extents() const

@@ -115,4 +115,5 @@ private:
     // Kept from frame to frame so that a converged frame allocates nothing for a tile.
     std::vector<std::string> _removedIds;
     std::vector<std::string> _visibleIds;
+    std::vector<osg::ref_ptr<osg::Node>> _lastVisible; // whose identities _visibleIds are
 };

@@ -140,7 +140,11 @@ void MvOsgGeoMesh::reportTiles(GeoMeshUpdateReceiver& receiver)
     markRemoved(false);
     listIds(_pager->removedContentNodes, _removedIds);
     receiver.removeTiles(_removedIds);
-    listIds(_sceneVisitor->visibleContentNodes, _visibleIds);
+
+    // Most frames show the tiles of the frame before, whose identities are listed already.
+    std::vector<osg::ref_ptr<osg::Node>>& visible = _sceneVisitor->visibleContentNodes;
+    if (visible != _lastVisible) listIds(visible, _visibleIds);
+    _lastVisible.swap(visible);
     receiver.visibleTiles(_visibleIds);
 }
 

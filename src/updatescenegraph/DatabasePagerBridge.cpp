@@ -32,13 +32,15 @@ void settleRequest(osg::Group& parent, const osg::FrameStamp& frameStamp)
         paged->setFrameNumber(place, frameStamp.getFrameNumber());
         paged->getDatabaseRequest(place) = nullptr;
     }
-    else if (auto* proxy = dynamic_cast<osg::ProxyNode*>(&parent))
-        proxy->getDatabaseRequest(place) = nullptr;
+    else if (auto* proxy = dynamic_cast<osg::ProxyNode*>(&parent); proxy && place < proxy->getNumFileNames())
+        proxy->getDatabaseRequest(place) = nullptr; // the toolkit does not check the place, unlike a paged node's
 }
 
 } // namespace
 
-DatabasePagerBridge::RequestQueue::RequestQueue(DatabasePagerBridge* pager) : osgDB::DatabasePager::RequestQueue(pager) {}
+DatabasePagerBridge::RequestQueue::RequestQueue(DatabasePagerBridge* pager) : osgDB::DatabasePager::RequestQueue(pager)
+{
+}
 
 DatabasePagerBridge::RequestQueue::~RequestQueue() = default;
 
@@ -80,10 +82,16 @@ bool DatabasePagerBridge::isIdle() const
 {
     // In the order in which a request moves on: the thread is marked active before it takes a request, and a tile is in
     // the merge queue before the thread is marked asleep. So nothing can slip past between two of these questions.
-    if (getFileRequestListSize() > 0) return false;
+    if (getFileRequestListSize() > 0 || hasChildrenToDelete()) return false;
     for (unsigned int i = 0; i < getNumDatabaseThreads(); ++i)
         if (getDatabaseThread(i)->getActive()) return false;
     return getDataToMergeListSize() == 0;
+}
+
+bool DatabasePagerBridge::hasChildrenToDelete() const
+{
+    const OpenThreads::ScopedLock<OpenThreads::Mutex> lock(_fileRequestQueue->_requestMutex);
+    return !_fileRequestQueue->_childrenToDeleteList.empty();
 }
 
 void DatabasePagerBridge::mergeLoadedTiles(const osg::FrameStamp& frameStamp)
@@ -194,8 +202,9 @@ osgDB::DatabasePager::ObjectList DatabasePagerBridge::takeExpiredChildren(const 
     const unsigned int frame = frameStamp.getFrameNumber();
     for (const bool visitActive : {false, true})
     {
-        const int surplus = static_cast<int>(_activePagedLODList->size()) - static_cast<int>(_targetMaximumNumberOfPageLOD);
-        if (surplus <= 0) break;
+        const unsigned int held = _activePagedLODList->size();
+        if (held <= _targetMaximumNumberOfPageLOD) break; // compared without sign: a huge target means no limit
+        const auto surplus = static_cast<int>(held - _targetMaximumNumberOfPageLOD);
         _activePagedLODList->removeExpiredChildren(surplus, time, frame, expired, visitActive);
     }
     return expired;

@@ -37,11 +37,13 @@ public:
 
     std::vector<osg::ref_ptr<osg::Node>> loadedContentNodes;
     std::vector<osg::ref_ptr<osg::Node>> removedContentNodes;
-    /** Called on the database thread, under the merge queue's lock. Set once, before the first request starts the thread. */
+    /** Called on the database thread, under the merge queue's lock. Set once, before the first request starts the
+     * thread. */
     std::function<bool()> refreshCallback;
     /** The host is always called when more tiles than this wait to be merged. */
     std::uint32_t mergeBacklogLimit = 30;
-    /** tickCountMs() at construction, on purpose never renewed: after the model's first second every tile calls the host. */
+    /** tickCountMs() at construction, on purpose never renewed: after the model's first second every tile calls the
+     * host. */
     double creationTickMs;
     int modelId;
 
@@ -64,6 +66,7 @@ protected:
 
 private:
     [[nodiscard]] bool mustCallHost(std::size_t waiting) const;
+    [[nodiscard]] bool hasChildrenToDelete() const;
     void mergeRequest(DatabaseRequest& request, const osg::FrameStamp& frameStamp);
     [[nodiscard]] osg::ref_ptr<osg::Node> prepareTile(DatabaseRequest& request, osg::Group& parent,
                                                       const osg::FrameStamp& frameStamp);

@@ -2,8 +2,6 @@
 
 #include "support/VisitorGeometry.h"
 
-#include <osg/Geode>
-
 #include <vector>
 
 namespace mvgeo
@@ -22,13 +20,15 @@ std::uint64_t arrayBytes(osg::Node& tile)
     {
         osg::Geometry::ArrayList arrays;
         geometry->getArrayList(arrays);
-        for (const osg::ref_ptr<osg::Array>& array : arrays) bytes += array->getTotalDataSize();
-        for (const osg::ref_ptr<osg::PrimitiveSet>& set : geometry->getPrimitiveSetList()) bytes += set->getTotalDataSize();
+        for (const osg::ref_ptr<osg::Array>& array : arrays)
+            bytes += array->getTotalDataSize();
+        for (const osg::ref_ptr<osg::PrimitiveSet>& set : geometry->getPrimitiveSetList())
+            bytes += set->getTotalDataSize();
     }
     return bytes;
 }
 
-/** Collects every node that can be a tile's root: drawables cannot. */
+/** Collects every node, drawables too: a file may hold nothing but a geometry, which then is the tile's root. */
 class NodeLister : public osg::NodeVisitor
 {
 public:
@@ -39,8 +39,6 @@ public:
         nodes.push_back(&node);
         traverse(node);
     }
-    void apply(osg::Geode& geode) override { nodes.push_back(&geode); }
-    void apply(osg::Drawable&) override {}
 
     std::vector<const osg::Node*> nodes;
 };

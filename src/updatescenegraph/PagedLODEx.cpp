@@ -47,19 +47,23 @@ void PagedLODEx::traverse(osg::NodeVisitor& visitor)
 
 float PagedLODEx::requiredRange(osg::NodeVisitor& visitor) const
 {
-    const auto* view = dynamic_cast<const SceneViewVisitor*>(&visitor);
+    // Asked of every paged node in every frame: the common type is told by one comparison instead of a cast.
+    const bool isSceneView = typeid(visitor) == typeid(SceneViewVisitor);
+    const auto* view =
+        isSceneView ? static_cast<const SceneViewVisitor*>(&visitor) : dynamic_cast<const SceneViewVisitor*>(&visitor);
     if (!view) return 0.0F;
     if (getRangeMode() != DISTANCE_FROM_EYE_POINT) return pixelSize(*view);
-    if (typeid(visitor) != typeid(SceneViewVisitor)) return visitor.getDistanceToViewPoint(getCenter(), true);
+    if (!isSceneView) return visitor.getDistanceToViewPoint(getCenter(), true);
     return (osg::Vec3f(getCenter()) - view->eyePoint).length() * view->lodScale;
 }
 
 float PagedLODEx::pixelSize(const SceneViewVisitor& visitor) const
 {
     const osg::BoundingSphere& sphere = getBound();
-    const osg::Matrixd matrix = visitor.currentModelMatrix();
-    const osg::Vec3d centre = osg::Vec3d(sphere.center()) * matrix;
-    const double radius = tileRadius(*this, sphere.radius()) * mvgeo::firstScale(matrix);
+    const osg::Vec3d centre = mvgeo::toWorld(sphere.center(), visitor);
+    const double scale =
+        visitor.modelMatrixStack.empty() ? 1.0 : std::sqrt(mvgeo::firstScaleSquared(visitor.modelMatrixStack.back()));
+    const double radius = tileRadius(*this, sphere.radius()) * scale;
     const double size = radius / mvgeo::dot(visitor.pixelSizeVector, centre);
     return static_cast<float>(std::abs(size)) / visitor.lodScale;
 }

@@ -2,8 +2,11 @@
 
 #include "support/UserValues.h"
 
+#include <osg/Geode>
 #include <osg/PagedLOD>
 #include <osg/Transform>
+
+#include <cmath>
 
 namespace
 {
@@ -41,6 +44,17 @@ private:
     osg::Vec3f _viewPoint;
 };
 
+/** True for a geode in which no drawable carries user data: visiting them could not change anything, and they are half
+ * of a tile's nodes. */
+bool hasPlainDrawablesOnly(osg::Node& node)
+{
+    const osg::Geode* geode = node.asGeode();
+    if (!geode) return false;
+    for (unsigned int i = 0; i < geode->getNumChildren(); ++i)
+        if (geode->getChild(i)->getUserDataContainer() || !geode->getChild(i)->asDrawable()) return false;
+    return true;
+}
+
 } // namespace
 
 SceneViewVisitor::SceneViewVisitor()
@@ -74,7 +88,7 @@ void SceneViewVisitor::apply(osg::Node& node)
 {
     if (isCulled(node.getBound())) return;
     collectIfContent(node);
-    traverse(node); // content may stand inside content
+    if (!hasPlainDrawablesOnly(node)) traverse(node); // content may stand inside content
 }
 
 void SceneViewVisitor::collectIfContent(osg::Node& node)
@@ -110,9 +124,12 @@ bool SceneViewVisitor::isCulled(const osg::BoundingSphere& sphere)
     osg::Polytope& localFrustum = frustumStack.empty() ? frustum : frustumStack.back();
     if (!localFrustum.contains(sphere)) return true;
 
-    static const osg::Matrixd identity;
-    const osg::Matrixd& matrix = modelMatrixStack.empty() ? identity : modelMatrixStack.back();
-    const osg::Vec3d centre = osg::Vec3d(sphere.center()) * matrix;
+    const osg::Vec3d centre = mvgeo::toWorld(sphere.center(), *this);
     // Behind the eye the product is negative, so that nothing there counts as small: the frustum decides alone.
-    return mvgeo::dot(pixelSizeVector, centre) * smallFeaturePixelSize > sphere.radius() * mvgeo::firstScale(matrix);
+    const double smallest = mvgeo::dot(pixelSizeVector, centre) * smallFeaturePixelSize;
+    const double radius = sphere.radius();
+    const double scaleSquared = modelMatrixStack.empty() ? 1.0 : mvgeo::firstScaleSquared(modelMatrixStack.back());
+    if (radius < 0.0) return smallest > radius * std::sqrt(scaleSquared); // an empty node's sphere
+    // Both sides squared, because this is asked of every node and a root costs more than the rest.
+    return smallest > 0.0 && smallest * smallest > radius * radius * scaleSquared;
 }

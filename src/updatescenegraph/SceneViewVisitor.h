@@ -11,11 +11,11 @@
 
 /** Walks a tiled model once per host view and collects the tiles that the view shows.
  *
- *  The host draws, so the toolkit's cull traversal never runs and this visitor stands in its place: PagedLODEx nodes ask
- *  it for the view, and missing tiles are requested from its database request handler. Set viewport, pixelSizeVector,
- *  frustum and eyePoint first, push the model matrix with its frustum, then let the root accept the visitor; afterwards
- *  visibleContentNodes holds the tagged tiles in traversal order. The visitor only appends to that list: whoever reads
- *  it empties it.
+ *  The host draws, so the toolkit's cull traversal never runs and this visitor stands in its place: PagedLODEx nodes
+ * ask it for the view, and missing tiles are requested from its database request handler. Set viewport,
+ * pixelSizeVector, frustum and eyePoint first, push the model matrix with its frustum, then let the root accept the
+ * visitor; afterwards visibleContentNodes holds the tagged tiles in traversal order. The visitor only appends to that
+ * list: whoever reads it empties it.
  *
  *  A sphere smaller than smallFeaturePixelSize pixels is culled with everything below it.
  *
@@ -75,10 +75,18 @@ namespace mvgeo
     return vector.x() * point.x() + vector.y() * point.y() + vector.z() * point.z() + vector.w();
 }
 
-/** The first component of the matrix's scale: the length of its first row. */
-[[nodiscard]] inline double firstScale(const osg::Matrixd& matrix)
+/** The first component of the matrix's scale, squared; the toolkit takes the length of the first column for it. */
+[[nodiscard]] inline double firstScaleSquared(const osg::Matrixd& matrix)
 {
-    return osg::Vec3d(matrix(0, 0), matrix(0, 1), matrix(0, 2)).length();
+    return matrix(0, 0) * matrix(0, 0) + matrix(1, 0) * matrix(1, 0) + matrix(2, 0) * matrix(2, 0);
+}
+
+/** A point of the visitor's current local frame in the world. Model matrices are affine, so nothing is divided. */
+[[nodiscard]] inline osg::Vec3d toWorld(const osg::Vec3d& point, const SceneViewVisitor& visitor)
+{
+    if (visitor.modelMatrixStack.empty()) return point;
+    const osg::Matrixd& matrix = visitor.modelMatrixStack.back();
+    return osg::Matrixd::transform3x3(point, matrix) + matrix.getTrans();
 }
 
 } // namespace mvgeo

@@ -39,11 +39,17 @@ void TagContentNodeVisitor::apply(osg::PagedLOD& node)
 
 void TagContentNodeVisitor::tagSiblings(osg::Group& parent)
 {
-    for (unsigned int i = 0; i < parent.getNumChildren(); ++i)
+    if (&parent != _lastParent)
     {
-        osg::Node* sibling = parent.getChild(i);
-        if (sibling && !dynamic_cast<osg::PagedLOD*>(sibling)) tag(*sibling);
+        _lastParent = &parent;
+        _siblings.clear();
+        for (unsigned int i = 0; i < parent.getNumChildren(); ++i)
+        {
+            osg::Node* sibling = parent.getChild(i);
+            if (sibling && !dynamic_cast<osg::PagedLOD*>(sibling)) _siblings.push_back(sibling);
+        }
     }
+    for (osg::Node* sibling : _siblings) tag(*sibling);
 }
 
 void TagContentNodeVisitor::tagRoot()

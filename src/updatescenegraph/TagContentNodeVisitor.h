@@ -3,6 +3,7 @@
 #include <osg/NodeVisitor>
 
 #include <string>
+#include <vector>
 
 namespace osg
 {
@@ -35,6 +36,8 @@ private:
     std::string _tileName;
     int _counter = 0;
     int _modelSerial;
+    const osg::Group* _lastParent = nullptr; // whose children _siblings lists: files may hold thousands of paged nodes
+    std::vector<osg::Node*> _siblings;
 };
 
 namespace mvgeo

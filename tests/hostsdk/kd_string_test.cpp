@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -64,6 +65,12 @@ const std::vector<Text> kBrokenTexts = {
     {"AboveUnicode", "\xF4\x90\x80\x80", {0xDCF4, 0xDC90, 0xDC80, 0xDC80}},
     {"BrokenThenChinese", "\xE5\xE5\x80\xBE", {0xDCE5, 0x503E}},
 };
+
+// Else the test's name would carry the bytes of the struct, addresses among them.
+void PrintTo(const Text& text, std::ostream* out)
+{
+    *out << text.name;
+}
 
 std::string nameOf(const testing::TestParamInfo<Text>& info)
 {

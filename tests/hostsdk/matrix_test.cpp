@@ -158,6 +158,8 @@ TEST(KdGeMatrix3d, TinyAndHugeScalesAreNotSingular)
 {
     EXPECT_FALSE(KdGeMatrix3d::scaling(1e-120).isSingular()); // its determinant underflows to 0
     EXPECT_FALSE(KdGeMatrix3d::scaling(1e120).isSingular());  // and this one's is infinite
+    EXPECT_DOUBLE_EQ(KdGeMatrix3d::scaling(1e-308).inverse().entry[0][0], 1e308);
+    EXPECT_DOUBLE_EQ(KdGeMatrix3d::scaling(1e307).inverse().entry[0][0], 1e-307);
     EXPECT_FALSE(KdGeMatrix3d::translation(KdGeVector3d(1e18, 0.0, 0.0)).isSingular());
 }
 

@@ -1,0 +1,78 @@
+# What demo, test and bench share: the packages, configuring, building. To be sourced; leaves the shell in the
+# checkout's root, so that presets and relative paths work from wherever the script was called.
+
+CDPATH='' cd "$(dirname "${BASH_SOURCE[0]}")/../.." || exit
+jobs=$(nproc 2>/dev/null || echo 2)
+
+# By their names in Debian 12. The Mesa packages are the software renderer: pictures need no graphics card and no display.
+build_packages=(
+    g++ cmake ninja-build pkg-config
+    libopenscenegraph-dev libegl-dev libgl-dev libssl-dev
+    libcli11-dev nlohmann-json3-dev
+    libgtest-dev libgmock-dev libbenchmark-dev
+    libegl-mesa0 libgl1-mesa-dri)
+# Compiles the Windows half of the platform code.
+windows_packages=(g++-mingw-w64-x86-64-posix)
+
+fail()
+{
+    echo "${0##*/}: $*" >&2
+    exit 1
+}
+
+# missing_packages PACKAGE...: prints those that are not installed.
+missing_packages()
+{
+    local installed package
+    installed=$(dpkg-query -W -f='${db:Status-Status} ${Package}\n' "$@" 2>/dev/null || true)
+    for package in "$@"; do
+        grep -qxF "installed $package" <<<"$installed" || echo "$package"
+    done
+}
+
+# Without Debian's tools nothing can be installed, but what CMake would only complain about later can be said now.
+check_tools()
+{
+    local tool missing=()
+    for tool in g++ cmake ninja pkg-config; do
+        command -v "$tool" >/dev/null || missing+=("$tool")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+    fail "this system has no apt-get to install what is missing: ${missing[*]}. Needed are also the development files" \
+         "of OpenSceneGraph 3.6, EGL, OpenGL, OpenSSL, CLI11, nlohmann-json 3, GoogleTest and Google Benchmark."
+}
+
+# install_packages PACKAGE...: asks the package archive only if one of them is missing.
+install_packages()
+{
+    if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
+        check_tools
+        return
+    fi
+    local missing as_root=()
+    mapfile -t missing < <(missing_packages "$@")
+    [ ${#missing[@]} -eq 0 ] && return
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || fail "these packages are missing, please have them installed: ${missing[*]}"
+        as_root=(sudo)
+    fi
+    echo "Installing ${missing[*]}"
+    local apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get
+               -qq -o Acquire::Retries=3 -o DPkg::Lock::Timeout=300)
+    # An archive that is partly out of reach may still have what is needed: installing decides.
+    "${apt[@]}" update || echo "The list of packages could not be brought up to date." >&2
+    "${apt[@]}" install -y --no-install-recommends "${missing[@]}" >/dev/null ||
+        fail "these packages could not be installed: ${missing[*]}"
+}
+
+# build PRESET [ARGUMENT...]: configures if need be (the build itself notices changed CMake files, but not changed
+# presets), then builds; the arguments go to the build.
+build()
+{
+    local preset=$1 folder=build/$1
+    shift
+    if [ ! -f "$folder/build.ninja" ] || [ CMakePresets.json -nt "$folder/build.ninja" ]; then
+        cmake --preset "$preset"
+    fi
+    cmake --build --preset "$preset" -j "$jobs" "$@"
+}
