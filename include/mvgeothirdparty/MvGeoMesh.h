@@ -32,7 +32,7 @@ public:
     virtual KdDbExtents extents() const = 0;
 
     /** Finds the surface under `point`, seen in the view of the last update().
-     *  @param placement  the model's frame to the host's frame; must have an inverse
+     *  @param placement  what update() was given as `model`; must have an inverse
      *  @param point      host frame; the ray runs from the eye through it, or along the view direction if orthographic
      *  @param hit        host frame; left alone when nothing is hit
      *  Only tiles in memory are hit. */
@@ -44,9 +44,11 @@ public:
                               std::vector<KdGePoint3d>* triangle) = 0;
 
     /** One frame: merges loaded tiles, chooses the tiles that the view needs, asks for missing ones, drops old ones and
-     *  tells the receiver. Never waits for a file.
+     *  tells the receiver. Never waits for a tile; only the
+     *  textures of tiles that are announced again are read here, from their cached files.
      *  @param frameNumber  the host's; several updates with one number count as one frame for paging
-     *  @param model        the model's placement in the world of this view
+     *  @param model        where the model stands in the world of this view, on top of transform(): a point goes through
+     *                      transform() first; the identity if transform() says it all
      *  @param view         world to eye
      *  @param projection   eye to clip space, as OpenGL defines it
      *  @param width,height viewport in pixels
@@ -57,7 +59,7 @@ public:
                         const KdGeMatrix3d* projection, int width, int height, unsigned char extract, void* reserved,
                         GeoMeshUpdateReceiver* receiver) = 0;
 
-    /** Adds a model file and reads its root at once.
+    /** Adds a model file and reads its root at once; the next update() announces it.
      *  @return its index; the index it already has if it was added before; -1 if it cannot be read */
     virtual int addModel(const KdString& path) = 0;
 

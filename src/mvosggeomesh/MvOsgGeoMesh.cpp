@@ -6,6 +6,7 @@
 #include "support/PathHash.h"
 #include "support/ToolkitText.h"
 #include "support/UserValues.h"
+#include "updatescenegraph/ContentNodeVisitor.h"
 #include "updatescenegraph/NotifyHandler.h"
 #include "updatescenegraph/PagedLODReplacer.h"
 #include "updatescenegraph/TagContentNodeVisitor.h"
@@ -56,14 +57,14 @@ bool contains(const std::vector<KdString>& paths, const KdString& path)
     return std::find(paths.begin(), paths.end(), path) != paths.end();
 }
 
-/** Bounds of everything below the root; for files that name tiles but hold no geometry yet, the box around the root's
- *  sphere, which their paged nodes declare. */
-osg::BoundingBox boundsOf(osg::Node& root)
+/** Bounds of everything below a model file's root; for a file that names tiles but holds no geometry yet, the box
+ * around the root's sphere, which its paged nodes declare. */
+osg::BoundingBox boundsOf(osg::Node& fileRoot)
 {
     osg::ComputeBoundsVisitor visitor(osg::NodeVisitor::TRAVERSE_ALL_CHILDREN);
-    root.accept(visitor);
+    fileRoot.accept(visitor);
     osg::BoundingBox box = visitor.getBoundingBox();
-    if (!box.valid() && root.getBound().valid()) box.expandBy(root.getBound());
+    if (!box.valid() && fileRoot.getBound().valid()) box.expandBy(fileRoot.getBound());
     return box;
 }
 
@@ -107,24 +108,42 @@ int MvOsgGeoMesh::addModel(const KdString& path)
     const auto found = std::find(_modelPaths.begin(), _modelPaths.end(), path);
     if (found != _modelPaths.end()) return static_cast<int>(found - _modelPaths.begin());
     if (!loadModel(path)) return -1;
+    announceLastModel();
     _modelPaths.push_back(path);
     return static_cast<int>(_modelPaths.size()) - 1;
+}
+
+void MvOsgGeoMesh::announceLastModel()
+{
+    ContentNodeVisitor content;
+    _root->getChild(_root->getNumChildren() - 1)->accept(content);
+    std::vector<osg::ref_ptr<osg::Node>>& loaded = _pager->loadedContentNodes;
+    loaded.insert(loaded.end(), content.contentNodes.begin(), content.contentNodes.end());
 }
 
 bool MvOsgGeoMesh::replaceModel(int index, const KdString& path)
 {
     if (index < 0 || index >= static_cast<int>(_modelPaths.size())) return false;
     _modelPaths[static_cast<std::size_t>(index)] = path;
-    reload();
+    loadAgain(&path);
     return true;
 }
 
 void MvOsgGeoMesh::reload()
 {
+    loadAgain(nullptr);
+}
+
+void MvOsgGeoMesh::loadAgain(const KdString* pathToKeep)
+{
     removeAllModels();
     const std::vector<KdString> paths = std::exchange(_modelPaths, {});
     for (const KdString& path : paths)
-        if (!contains(_modelPaths, path) && loadModel(path)) _modelPaths.push_back(path);
+    {
+        if (contains(_modelPaths, path)) continue;
+        const bool isLoaded = loadModel(path);
+        if (isLoaded || (pathToKeep && path == *pathToKeep)) _modelPaths.push_back(path);
+    }
 }
 
 bool MvOsgGeoMesh::loadModel(const KdString& path)
@@ -177,16 +196,17 @@ void MvOsgGeoMesh::hangUnderRoot(osg::Node& node)
 
 void MvOsgGeoMesh::measureExtents()
 {
-    _root->setMatrix(osg::Matrixd::identity());
-    const osg::BoundingBox box = boundsOf(*_root);
+    osg::BoundingBox box;
+    for (unsigned int i = 0; i < _root->getNumChildren(); ++i)
+        box.expandBy(boundsOf(*_root->getChild(i)));
     _extents = box.valid() ? KdDbExtents(mvgeo::toHost(box._min), mvgeo::toHost(box._max)) : KdDbExtents();
-    _root->setMatrix(mvgeo::toToolkit(_hostTransform));
 }
 
 void MvOsgGeoMesh::removeAllModels()
 {
     _root->removeChildren(0, _root->getNumChildren());
     _pager->heldTiles.clear();
+    _pager->loadedContentNodes.clear();
     _lastVisible.clear();
     _visibleIds.clear();
 }

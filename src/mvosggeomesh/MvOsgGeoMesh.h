@@ -20,8 +20,8 @@
 
 /** A model made of ".osgb" pyramids: each model file is the root of one, all hang below one transform.
  *
- *  Every model has its own pager with one database thread. Root files are read at once on the host's thread; finer tiles
- *  are read by the database thread and enter the scene only inside update().
+ *  Every model has its own pager with one database thread. Root files are read at once on the host's thread; finer
+ * tiles are read by the database thread and enter the scene only inside update().
  *
  *  Thread: one host thread per model.
  */
@@ -46,8 +46,9 @@ public:
     bool replaceModel(int index, const KdString& path) override;
     void setTransform(const KdGeMatrix3d& xform) override;
     const KdGeMatrix3d& transform() const override { return _hostTransform; }
-    bool clip(int mode, unsigned int rootNodeId, const KdGeMatrix3d* placement, const std::vector<KdGePoint3d>* boundary,
-              const double* heightRange, int options, std::vector<KdGePoint3d>* triangles) override;
+    bool clip(int mode, unsigned int rootNodeId, const KdGeMatrix3d* placement,
+              const std::vector<KdGePoint3d>* boundary, const double* heightRange, int options,
+              std::vector<KdGePoint3d>* triangles) override;
     bool section(const KdGeMatrix3d* placement, const std::vector<KdGePoint3d>* polyline,
                  std::vector<std::vector<KdGePoint3d>>* drapedLines) override;
     bool setGenerateNormals(bool on) override;
@@ -77,6 +78,10 @@ private:
     [[nodiscard]] bool hasMachinery() const { return _pager && _sceneVisitor && _frameStamp; }
     [[nodiscard]] osg::ref_ptr<osgDB::Options> optionsFor(const KdString& path);
     void hangUnderRoot(osg::Node& node);
+    /** The next update hands the newest model file's root tiles over, also to a host that has tiles already. */
+    void announceLastModel();
+    /** Reads every path again; those that cannot be read drop out, except the one to keep (may be null). */
+    void loadAgain(const KdString* pathToKeep);
     void measureExtents();
     void removeAllModels();
 
@@ -86,11 +91,12 @@ private:
     void pageScene(const osg::Matrixd& model);
     void reportTiles(GeoMeshUpdateReceiver& receiver);
     void markRemoved(bool valid);
-    [[nodiscard]] std::vector<mvgeo::TextureWorkItem> extractLoadedTiles(bool withTextures, GeoMeshUpdateReceiver& receiver);
+    [[nodiscard]] std::vector<mvgeo::TextureWorkItem> extractLoadedTiles(bool withTextures,
+                                                                         GeoMeshUpdateReceiver& receiver);
     void releaseTextures();
 
     [[nodiscard]] std::optional<osgUtil::LineSegmentIntersector::Intersection> firstHit(const osg::Matrixd& placement,
-                                                                                       const osg::Vec3d& point);
+                                                                                        const osg::Vec3d& point);
 
     KdString _name;
     std::string _text;

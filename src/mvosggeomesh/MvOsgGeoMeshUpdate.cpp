@@ -8,6 +8,9 @@
 #include "updatescenegraph/ContentNodeVisitor.h"
 
 #include <osg/CullingSet>
+#include <osg/Transform>
+
+#include <algorithm>
 
 namespace
 {
@@ -37,6 +40,19 @@ const std::string* liveId(const osg::Node& node)
     }
     const bool* valid = mvgeo::userValue<bool>(node, mvgeo::keys::valid);
     return valid && !*valid ? nullptr : id;
+}
+
+/** What stands between the model's root and a content node: transforms of the file above its paged nodes. */
+osg::Matrixd matrixAbove(const osg::Node& node, const osg::Node& root)
+{
+    for (const osg::NodePath& path : node.getParentalNodePaths())
+    {
+        const auto top = std::find(path.begin(), path.end(), &root);
+        if (top == path.end()) continue;
+        const osg::NodePath between(top + 1, path.end() - 1);
+        return osg::computeLocalToWorld(between);
+    }
+    return {};
 }
 
 osg::Vec3d eyeOf(const osg::Matrixd& view)
@@ -94,7 +110,8 @@ void MvOsgGeoMesh::setUpSceneVisitor(const osg::Matrixd& model, int width, int h
 {
     SceneViewVisitor& visitor = *_sceneVisitor;
     visitor.viewport->setViewport(0.0, 0.0, static_cast<double>(width), static_cast<double>(height));
-    visitor.pixelSizeVector = osg::CullingSet::computePixelSizeVector(*visitor.viewport, _projectionMatrix, _viewMatrix);
+    visitor.pixelSizeVector =
+        osg::CullingSet::computePixelSizeVector(*visitor.viewport, _projectionMatrix, _viewMatrix);
     if (visitor.cullingEnabled)
     {
         visitor.frustumStack.clear();
@@ -151,8 +168,7 @@ void MvOsgGeoMesh::reportTiles(GeoMeshUpdateReceiver& receiver)
 void MvOsgGeoMesh::markRemoved(bool valid)
 {
     for (const osg::ref_ptr<osg::Node>& node : _pager->removedContentNodes)
-        if (mvgeo::userValue<std::string>(*node, mvgeo::keys::globalId))
-            node->setUserValue(mvgeo::keys::valid, valid);
+        if (mvgeo::userValue<std::string>(*node, mvgeo::keys::globalId)) node->setUserValue(mvgeo::keys::valid, valid);
 }
 
 std::vector<mvgeo::TextureWorkItem> MvOsgGeoMesh::extractLoadedTiles(bool withTextures, GeoMeshUpdateReceiver& receiver)
@@ -167,12 +183,14 @@ std::vector<mvgeo::TextureWorkItem> MvOsgGeoMesh::extractLoadedTiles(bool withTe
         GeoMeshTileContainer* container = receiver.beginTile(*id);
         if (!container) continue;
 
+        const osg::Matrixd above = matrixAbove(*node, *_root);
         collector.reset();
         node->accept(collector);
         for (std::size_t i = 0; i < collector.geometries().size(); ++i)
         {
             mvgeo::TextureWorkItem item;
-            mvgeo::extractGeometry(*collector.geometries()[i], collector.matrices()[i], context, *container, item);
+            mvgeo::extractGeometry(*collector.geometries()[i], collector.matrices()[i] * above, context, *container,
+                                   item);
             if (item.isFilled) items.push_back(std::move(item));
         }
     }

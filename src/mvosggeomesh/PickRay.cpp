@@ -1,6 +1,7 @@
 #include "mvosggeomesh/PickRay.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace mvgeo
@@ -17,7 +18,8 @@ osg::BoundingBoxd widened(const osg::BoundingBoxd& box)
     return {box._min - border, box._max + border};
 }
 
-/** The part of origin + t * direction, t within [from, to], that lies inside the box (slab method of Kay and Kajiya). */
+/** The part of origin + t * direction, t within [from, to], that lies inside the box (slab method of Kay and Kajiya).
+ */
 std::optional<PickRay> clipped(const osg::Vec3d& origin, const osg::Vec3d& direction, double from, double to,
                                const osg::BoundingBoxd& box)
 {
@@ -37,6 +39,12 @@ std::optional<PickRay> clipped(const osg::Vec3d& origin, const osg::Vec3d& direc
     return PickRay{origin + direction * from, origin + direction * to};
 }
 
+/** The toolkit inverts an affine matrix without looking at its determinant. */
+bool isFinite(const osg::Matrixd& matrix)
+{
+    return std::all_of(matrix.ptr(), matrix.ptr() + 16, [](double value) { return std::isfinite(value); });
+}
+
 bool isPerspective(const osg::Matrixd& projection)
 {
     return projection(2, 3) == -1.0;
@@ -48,7 +56,7 @@ std::optional<PickRay> pickRay(const osg::Matrixd& view, const osg::Matrixd& pro
                                const osg::Vec3d& point, const osg::BoundingBoxd& extents)
 {
     osg::Matrixd toModel;
-    if (!extents.valid() || !toModel.invert(placement)) return std::nullopt;
+    if (!extents.valid() || !toModel.invert(placement) || !isFinite(toModel)) return std::nullopt;
 
     osg::Vec3d eye;
     osg::Vec3d centre;
@@ -60,7 +68,8 @@ std::optional<PickRay> pickRay(const osg::Matrixd& view, const osg::Matrixd& pro
 
     const osg::BoundingBoxd box = widened(extents);
     osg::Vec3d direction = isPerspective(projection) ? through - eye : centre - eye;
-    if (direction.normalize() == 0.0) return std::nullopt;
+    const double length = direction.normalize();
+    if (!std::isfinite(length) || length == 0.0) return std::nullopt;
     if (isPerspective(projection)) return clipped(eye, direction, 0.0, std::numeric_limits<double>::max(), box);
 
     const double diagonal = (box._max - box._min).length();

@@ -2,7 +2,8 @@
 
 #include <osg/NodeVisitor>
 
-/** Gives each geometry without an osg::Vec3Array of normals smoothed ones; all shared vertices are smoothed. */
+/** Gives each geometry without an osg::Vec3Array of normals smoothed ones; all shared vertices are smoothed. A damaged
+ *  geometry, whose indices lie beyond its vertices, is left alone. */
 class GenerateNormalVisitor : public osg::NodeVisitor
 {
 public:

@@ -12,10 +12,10 @@
 /** Walks a tiled model once per host view and collects the tiles that the view shows.
  *
  *  The host draws, so the toolkit's cull traversal never runs and this visitor stands in its place: PagedLODEx nodes
- * ask it for the view, and missing tiles are requested from its database request handler. Set viewport,
- * pixelSizeVector, frustum and eyePoint first, push the model matrix with its frustum, then let the root accept the
- * visitor; afterwards visibleContentNodes holds the tagged tiles in traversal order. The visitor only appends to that
- * list: whoever reads it empties it.
+ *  ask it for the view, and missing tiles are requested from its database request handler. Set viewport,
+ *  pixelSizeVector, frustum and eyePoint first, push the model matrix with its frustum, then let the root accept the
+ *  visitor; afterwards visibleContentNodes holds the tagged tiles in traversal order. The visitor only appends to that
+ *  list: whoever reads it empties it.
  *
  *  A sphere smaller than smallFeaturePixelSize pixels is culled with everything below it.
  *

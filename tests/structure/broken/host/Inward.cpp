@@ -1,0 +1,3 @@
+#include "Outward.h"
+
+#include "support/PathHash.h"

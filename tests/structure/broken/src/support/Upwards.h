@@ -1,0 +1,5 @@
+#pragma once
+
+#include "library/ModelFactory.h"
+#include "nowhere/Nothing.h"
+#include "platform/CodePage.h"
