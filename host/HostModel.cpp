@@ -1,0 +1,134 @@
+#include "HostModel.h"
+
+#include "HostError.h"
+#include "MatrixConversion.h"
+
+#include <mvgeothirdparty/ModelFactory.h>
+
+namespace mvgeo::host
+{
+namespace
+{
+// A read that fails wakes nobody, so the statistics are looked at this often in any case.
+constexpr std::chrono::milliseconds kLookInterval(2);
+constexpr std::chrono::milliseconds kProgressInterval(100);
+} // namespace
+
+HostModel::HostModel()
+    : HostModel([](std::function<bool()> wake) { return createTiledModel(std::move(wake), kTiledModel); },
+                getGeoMeshStatistics)
+{
+}
+
+HostModel::HostModel(const Factory& factory, StatisticsReader statistics) : _readStatistics(std::move(statistics))
+{
+    _model.reset(factory(
+        [this]
+        {
+            {
+                const std::lock_guard<std::mutex> guard(_wakeLock);
+                _tilesArrived = true;
+            }
+            _wake.notify_one();
+            return true;
+        }));
+    if (!_model) throw HostError("The library made no tiled model.");
+}
+
+HostModel::~HostModel() = default;
+
+bool HostModel::addFile(const std::string& path)
+{
+    return _model->addModel(KdString(path.c_str())) >= 0;
+}
+
+osg::BoundingBoxd HostModel::extents() const
+{
+    return toSceneBox(_model->extents());
+}
+
+void HostModel::updateOnce(const ViewFrame& frame)
+{
+    const KdGeMatrix3d& placement = KdGeMatrix3d::kIdentity; // the model's own transform() says it all
+    const KdGeMatrix3d view = toHostMatrix(frame.view);
+    const KdGeMatrix3d projection = toHostMatrix(frame.projection);
+    _tiles.beginUpdate();
+    if (!_model->update(_frameNumber++, &placement, &view, &projection, frame.width, frame.height, 1, nullptr, &_tiles))
+        throw HostError("The library refused to update the model.");
+    _tiles.endUpdate();
+}
+
+bool HostModel::converge(const ViewFrame& frame, Clock::time_point deadline, const ProgressCallback& progress)
+{
+    for (;;)
+    {
+        updateOnce(frame);
+        GeoMeshStatistics now{};
+        if (!waitForTiles(deadline, progress, now)) return false;
+        // Nothing came of this update's requests: the next update would ask for the same and show the same.
+        if (now.idle != 0 && now.mergesWaiting == 0) return true;
+        if (Clock::now() >= deadline) return false;
+    }
+}
+
+bool HostModel::waitForTiles(Clock::time_point deadline, const ProgressCallback& progress,
+                             GeoMeshStatistics& statistics)
+{
+    for (;;)
+    {
+        std::unique_lock<std::mutex> guard(_wakeLock);
+        _tilesArrived = false; // before the look: whatever arrives after it ends the wait below
+        guard.unlock();
+
+        statistics = this->statistics();
+        if (statistics.idle != 0 || statistics.mergesWaiting > 0) return true;
+        const Clock::time_point now = Clock::now();
+        if (now >= deadline) return false;
+        if (progress && now - _lastProgress >= kProgressInterval)
+        {
+            _lastProgress = now;
+            progress(statistics);
+        }
+        guard.lock();
+        _wake.wait_for(guard, kLookInterval, [this] { return _tilesArrived; });
+    }
+}
+
+GeoMeshStatistics HostModel::statistics() const
+{
+    GeoMeshStatistics statistics{};
+    statistics.version = kGeoMeshStatisticsVersion;
+    if (!_readStatistics(_model.get(), &statistics)) throw HostError("The library does not tell its statistics.");
+    return statistics;
+}
+
+std::optional<osg::Vec3d> HostModel::pickPoint(const osg::Vec3d& point)
+{
+    const KdGePoint3d through = toHostPoint(point);
+    KdGePoint3d hit;
+    if (!_model->pickPoint(&KdGeMatrix3d::kIdentity, &through, &hit)) return std::nullopt;
+    return toScenePoint(hit);
+}
+
+std::vector<osg::Vec3d> HostModel::pickTriangle(const osg::Vec3d& point)
+{
+    const KdGePoint3d through = toHostPoint(point);
+    std::vector<KdGePoint3d> corners;
+    if (!_model->pickTriangle(&KdGeMatrix3d::kIdentity, &through, &corners)) return {};
+    std::vector<osg::Vec3d> triangle;
+    for (const KdGePoint3d& corner : corners)
+        triangle.push_back(toScenePoint(corner));
+    return triangle;
+}
+
+std::vector<std::string> addRootFiles(HostModel& model, const ModelInput& input)
+{
+    std::vector<std::string> unreadable;
+    for (const std::string& file : input.rootFiles)
+        if (!model.addFile(file)) unreadable.push_back(file);
+    if (unreadable.size() < input.rootFiles.size()) return unreadable;
+    if (unreadable.size() == 1) throw HostError("Cannot read the tile '" + unreadable.front() + "'.");
+    throw HostError("Cannot read any of the " + std::to_string(unreadable.size()) + " root tiles of '" + input.given +
+                    "'.");
+}
+} // namespace mvgeo::host

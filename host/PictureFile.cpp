@@ -1,0 +1,48 @@
+#include "PictureFile.h"
+
+#include "HostError.h"
+#include "ProcessMemory.h"
+
+#include <osgDB/Registry>
+#include <osgDB/WriteFile>
+
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+namespace mvgeo::host
+{
+void checkPicturePath(const std::string& file)
+{
+    const fs::path path(file);
+    if (!path.has_filename()) throw HostError("'" + file + "' is not the name of a picture.");
+    std::error_code ignored;
+    if (fs::is_directory(path, ignored)) throw HostError("The picture '" + file + "' would replace a folder.");
+    const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
+    if (!fs::is_directory(folder, ignored)) throw HostError("The folder of the picture '" + file + "' does not exist.");
+    const std::string extension = path.extension().string();
+    if (extension.size() < 2 || !osgDB::Registry::instance()->getReaderWriterForExtension(extension.substr(1)))
+        throw HostError("'" + file + "' does not end in the extension of a known picture format, such as .png.");
+}
+
+void writePicture(const osg::Image& picture, const std::string& file)
+{
+    const fs::path path(file);
+    fs::path part = path;
+    part.replace_filename(".mvgeo-" + std::to_string(processId()) + path.extension().string());
+    std::error_code error;
+    const bool written = osgDB::writeImageFile(picture, part.string());
+    if (written) fs::rename(part, path, error);
+    if (written && !error) return;
+    std::error_code ignored;
+    fs::remove(part, ignored);
+    throw HostError("Cannot write the picture '" + file + "'" + (error ? ": " + error.message() : "") + ".");
+}
+
+void makeFolder(const std::string& folder)
+{
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error || !fs::is_directory(folder, error)) throw HostError("Cannot make the folder '" + folder + "'.");
+}
+} // namespace mvgeo::host

@@ -1,0 +1,127 @@
+#include "SceneStyle.h"
+
+#include <osg/Depth>
+#include <osg/Geode>
+#include <osg/Geometry>
+#include <osg/Program>
+#include <osg/Uniform>
+
+namespace mvgeo::host
+{
+namespace
+{
+const char* const kMeshVertexShader = R"(#version 120
+varying vec3 eyePosition;
+varying vec3 eyeNormal;
+void main()
+{
+    vec4 position = gl_ModelViewMatrix * gl_Vertex;
+    eyePosition = position.xyz;
+    eyeNormal = gl_NormalMatrix * gl_Normal;
+    gl_TexCoord[0] = gl_MultiTexCoord0;
+    gl_Position = gl_ProjectionMatrix * position;
+}
+)";
+
+const char* const kMeshFragmentShader = R"(#version 120
+uniform sampler2D photo;
+uniform bool hasPhoto;
+uniform bool hasNormals;
+varying vec3 eyePosition;
+varying vec3 eyeNormal;
+
+float light()
+{
+    if (hasPhoto && !hasNormals) return 1.0;
+    vec3 facet = cross(dFdx(eyePosition), dFdy(eyePosition));
+    vec3 normal = hasNormals && dot(eyeNormal, eyeNormal) > 0.0 ? eyeNormal : facet;
+    if (dot(normal, normal) == 0.0) return 1.0;
+    normal = normalize(normal);
+    if (dot(normal, eyePosition) > 0.0) normal = -normal; // both sides are seen
+    return 0.45 + 0.6 * max(dot(normal, normalize(vec3(-0.4, 0.7, 0.6))), 0.0);
+}
+
+void main()
+{
+    vec4 colour = hasPhoto ? texture2D(photo, gl_TexCoord[0].st) : vec4(0.78, 0.77, 0.75, 1.0);
+    if (colour.a < 0.5) discard; // leaves and fences are cut out
+    gl_FragColor = vec4(min(colour.rgb * light(), vec3(1.0)), 1.0);
+}
+)";
+
+const char* const kSkyVertexShader = R"(#version 120
+varying float height;
+void main()
+{
+    height = gl_Vertex.y * 0.5 + 0.5;
+    gl_Position = vec4(gl_Vertex.xy, 0.0, 1.0);
+}
+)";
+
+const char* const kSkyFragmentShader = R"(#version 120
+uniform vec3 lowColour;
+uniform vec3 highColour;
+varying float height;
+void main()
+{
+    gl_FragColor = vec4(mix(lowColour, highColour, smoothstep(0.0, 1.0, height)), 1.0);
+}
+)";
+
+const osg::Vec3f kSkyLow(0.93F, 0.95F, 0.96F);
+const osg::Vec3f kSkyHigh(0.55F, 0.70F, 0.86F);
+
+osg::ref_ptr<osg::Program> makeProgram(const char* name, const char* vertexShader, const char* fragmentShader)
+{
+    osg::ref_ptr<osg::Program> program = new osg::Program;
+    program->setName(name);
+    program->addShader(new osg::Shader(osg::Shader::VERTEX, vertexShader));
+    program->addShader(new osg::Shader(osg::Shader::FRAGMENT, fragmentShader));
+    return program;
+}
+
+/** A rectangle over the whole picture, drawn first and behind everything. */
+osg::ref_ptr<osg::Node> makeSky(const osg::Vec3f& low, const osg::Vec3f& high)
+{
+    const osg::ref_ptr<osg::Geometry> quad =
+        osg::createTexturedQuadGeometry({-1.0F, -1.0F, 0.0F}, {2.0F, 0.0F, 0.0F}, {0.0F, 2.0F, 0.0F});
+    quad->setUseDisplayList(false);
+    quad->setUseVertexBufferObjects(true);
+    quad->setCullingActive(false);
+    osg::StateSet& state = *quad->getOrCreateStateSet();
+    state.setAttributeAndModes(makeProgram("sky", kSkyVertexShader, kSkyFragmentShader));
+    state.addUniform(new osg::Uniform("lowColour", low));
+    state.addUniform(new osg::Uniform("highColour", high));
+    state.setAttributeAndModes(new osg::Depth(osg::Depth::ALWAYS, 0.0, 1.0, false));
+    state.setRenderBinDetails(-1, "RenderBin");
+
+    osg::ref_ptr<osg::Geode> geode = new osg::Geode;
+    geode->setCullingActive(false);
+    geode->addDrawable(quad);
+    return geode;
+}
+} // namespace
+
+void styleMesh(osg::StateSet& state, osg::Texture2D* texture, bool hasNormals)
+{
+    if (texture) state.setTextureAttribute(0, texture);
+    state.addUniform(new osg::Uniform("hasPhoto", texture != nullptr));
+    state.addUniform(new osg::Uniform("hasNormals", hasNormals));
+}
+
+osg::ref_ptr<osg::Group> makePictureScene(osg::Group& tiles, const std::optional<osg::Vec3f>& background)
+{
+    const osg::ref_ptr<osg::Group> city = new osg::Group;
+    osg::StateSet& state = *city->getOrCreateStateSet();
+    state.setAttributeAndModes(makeProgram("mesh", kMeshVertexShader, kMeshFragmentShader));
+    state.addUniform(new osg::Uniform("photo", 0));
+    state.setMode(GL_CULL_FACE, osg::StateAttribute::OFF);
+    state.setMode(GL_LIGHTING, osg::StateAttribute::OFF);
+    city->addChild(&tiles);
+
+    osg::ref_ptr<osg::Group> scene = new osg::Group;
+    scene->addChild(background ? makeSky(*background, *background) : makeSky(kSkyLow, kSkyHigh));
+    scene->addChild(city);
+    return scene;
+}
+} // namespace mvgeo::host

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace mvgeo::host
+{
+/** Each adds one command. It runs while the command line is parsed, writes its exit status to `status`, and throws
+ *  HostError with the sentence for the user if it cannot do its work. */
+void addFlyCommand(CLI::App& app, int& status);
+void addInfoCommand(CLI::App& app, int& status);
+void addPickCommand(CLI::App& app, int& status);
+void addRenderCommand(CLI::App& app, int& status);
+void addSampleCommand(CLI::App& app, int& status);
+void addViewCommand(CLI::App& app, int& status);
+} // namespace mvgeo::host

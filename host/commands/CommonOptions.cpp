@@ -1,0 +1,172 @@
+#include "CommonOptions.h"
+
+#include "CommandLineValues.h"
+#include "HostError.h"
+#include "PictureFile.h"
+#include "TerminalProgress.h"
+
+#include <KdEdVariables.h>
+
+#include <iostream>
+#include <tuple>
+
+namespace mvgeo::host
+{
+namespace
+{
+constexpr int kMaxPictureSize = 8192; // with four samples a pixel, a square of this takes 2 GB
+
+/** Adds an option whose text `parse` turns into a value, or the sentence's end that says what it should be. */
+template <typename Parse, typename Store>
+void addParsed(CLI::App& command, const char* name, const char* help, const char* form, const char* typeName,
+               Parse parse, Store store)
+{
+    const auto take = [name, form, parse, store](const std::string& text)
+    {
+        const auto value = parse(text);
+        if (!value) throw CLI::ValidationError(name, "'" + text + "' is not " + form);
+        store(*value);
+    };
+    command.add_option_function<std::string>(name, take, help)->type_name(typeName);
+}
+
+void useLogFolder(const std::string& folder)
+{
+    if (folder.empty()) return;
+    makeFolder(folder + "/GeoCache");
+    kdedSetVar(KdString("LOGFILEPATH").kwszPtr(), KdString((folder + "/").c_str()).kwszPtr());
+}
+} // namespace
+
+void addModelOptions(CLI::App& command, ModelOptions& options)
+{
+    command
+        .add_option("MODEL", options.model, "folder of root tiles (or the folder above its 'Data'), or an .osgb file")
+        ->required();
+    command.add_flag("--normals", options.normals, "smooth normals for tiles that have none");
+    command.add_option("--log-dir", options.logFolder, "write the library's log to GeoCache/3d.log in this folder")
+        ->type_name("DIR");
+}
+
+void addPictureOptions(CLI::App& command, ViewOptions& options)
+{
+    command.add_option("--fov", options.fovDegrees, "vertical opening angle in degrees")
+        ->check(CLI::Range(0.1, 175.0))
+        ->capture_default_str();
+    addParsed(
+        command, "--size", "pixels of the picture [1280x720]", "WIDTHxHEIGHT", "WxH",
+        [](const std::string& text) { return parsePair(text, kMaxPictureSize); },
+        [&options](const std::pair<int, int>& size) { std::tie(options.width, options.height) = size; });
+    addParsed(
+        command, "--background", "one colour instead of the sky", "a colour such as #ffffff", "#RRGGBB",
+        [](const std::string& text) { return parseColour(text); },
+        [&options](const osg::Vec3f& colour) { options.background = colour; });
+}
+
+void addCameraOptions(CLI::App& command, ViewOptions& options)
+{
+    const auto point = [](const std::string& text) { return parsePoint(text); };
+    addParsed(command, "--eye", "where the camera stands", "three numbers x,y,z", "X,Y,Z", point,
+              [&options](const osg::Vec3d& eye) { options.eye = eye; });
+    addParsed(command, "--target", "what it looks at", "three numbers x,y,z", "X,Y,Z", point,
+              [&options](const osg::Vec3d& target) { options.target = target; });
+}
+
+void addOrthoOption(CLI::App& command, ViewOptions& options)
+{
+    command.add_option("--ortho", options.orthoHeight, "orthographic view of this height in metres")
+        ->check(CLI::Range(1e-6, 1e9));
+}
+
+void addTimeoutOption(CLI::App& command, ViewOptions& options)
+{
+    command.add_option("--timeout", options.timeoutSeconds, "seconds until a view that has not converged is an error")
+        ->check(CLI::Range(0.0, 1e6))
+        ->capture_default_str();
+}
+
+CLI::Option* addJsonOption(CLI::App& command, bool& json)
+{
+    return command.add_flag("--json", json, "print the result as JSON");
+}
+
+OpenModel openModel(const ModelOptions& options, bool emptyAllowed)
+{
+    OpenModel open;
+    open.input = resolveModelInput(options.model);
+    useLogFolder(options.logFolder);
+    open.model = std::make_unique<HostModel>();
+    if (options.normals) open.model->setGenerateNormals(true);
+    open.unreadable = addRootFiles(*open.model, open.input);
+    if (!open.unreadable.empty())
+        std::cerr << "mvgeo: left out " << open.unreadable.size() << " of " << open.input.rootFiles.size()
+                  << " root tiles that cannot be read, the first is '" << open.unreadable.front() << "'.\n";
+    open.extents = open.model->extents();
+    if (!open.extents.valid() && !emptyAllowed) throw HostError("The model '" + options.model + "' holds no geometry.");
+    return open;
+}
+
+ViewCamera makeCamera(const ViewOptions& options, const osg::BoundingBoxd& extents)
+{
+    ViewCamera camera;
+    camera.fovDegrees = options.fovDegrees;
+    camera.orthoHeight = options.orthoHeight;
+    camera.width = options.width;
+    camera.height = options.height;
+    lookOverBox(camera, extents);
+    if (options.target) camera.eye += *options.target - camera.target;
+    if (options.target) camera.target = *options.target;
+    if (options.eye) camera.eye = *options.eye;
+    if (options.eye && !options.target) camera.target = extents.center();
+    if ((camera.eye - camera.target).length() < 1e-9) throw HostError("The eye and the target are the same point.");
+    return camera;
+}
+
+HostModel::Clock::time_point deadlineAfter(double seconds)
+{
+    return HostModel::Clock::now() +
+           std::chrono::duration_cast<HostModel::Clock::duration>(std::chrono::duration<double>(seconds));
+}
+
+void convergeOrFail(HostModel& model, const ViewFrame& frame, const ViewOptions& options)
+{
+    TerminalProgress progress("loading:");
+    const auto show = [&progress](const GeoMeshStatistics& s)
+    {
+        progress.showText(std::to_string(s.tilesLoaded) + " tiles loaded, " + std::to_string(s.requestsWaiting) +
+                          " waiting");
+    };
+    if (model.converge(frame, deadlineAfter(options.timeoutSeconds), show)) return;
+    throw HostError("The view has not converged within " + Json(options.timeoutSeconds).dump() +
+                    " seconds: " + std::to_string(model.statistics().requestsWaiting) + " requests still wait.");
+}
+
+void failOnViolations(const HostTileStore& tiles)
+{
+    if (tiles.violations().empty()) return;
+    throw HostError("The library broke its contract " + std::to_string(tiles.violations().size()) +
+                    " times, first: " + tiles.violations().front() + ".");
+}
+
+Json tileReport(const HostModel& model)
+{
+    const HostTileStore& tiles = model.tiles();
+    const GeoMeshStatistics statistics = model.statistics();
+    Json report;
+    report["loadedTiles"] = statistics.tilesLoaded;
+    report["mergedTiles"] = statistics.tilesMerged;
+    report["expiredTiles"] = statistics.tilesExpired;
+    report["failedTiles"] = statistics.tilesFailed;
+    report["heldTiles"] = statistics.tilesHeld;       // files
+    report["heldContainers"] = tiles.heldTileCount(); // a file holds several, each with its identity
+    report["visibleTiles"] = tiles.visibleIds().size();
+    report["meshes"] = tiles.visibleMeshCount();
+    report["triangles"] = tiles.visibleTriangleCount();
+    report["textures"] = tiles.textures().textureCount();
+    report["textureBytes"] = tiles.textures().byteCount();
+    report["bytesHeld"] = statistics.bytesHeld;
+    report["unannouncedRemovals"] = tiles.unannouncedRemovals();
+    report["violations"] = tiles.violations();
+    return report;
+}
+} // namespace mvgeo::host

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "HostModel.h"
+#include "JsonReport.h"
+#include "ModelInput.h"
+#include "ViewCamera.h"
+
+#include <CLI/CLI.hpp>
+
+#include <osg/Vec3d>
+#include <osg/Vec3f>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace mvgeo::host
+{
+struct ModelOptions
+{
+    std::string model;
+    std::string logFolder;
+    bool normals = false;
+};
+
+/** The model of a command, open and not empty. */
+struct OpenModel
+{
+    ModelInput input;
+    std::unique_ptr<HostModel> model;
+    std::vector<std::string> unreadable; ///< root files that were left out
+    osg::BoundingBoxd extents;           ///< valid, unless an empty model was allowed
+};
+
+struct ViewOptions
+{
+    std::optional<osg::Vec3d> eye;
+    std::optional<osg::Vec3d> target;
+    double fovDegrees = 40.0;
+    double orthoHeight = 0.0;
+    int width = 1280;
+    int height = 720;
+    std::optional<osg::Vec3f> background;
+    double timeoutSeconds = 300.0;
+};
+
+void addModelOptions(CLI::App& command, ModelOptions& options);
+/** --fov, --size and --background. */
+void addPictureOptions(CLI::App& command, ViewOptions& options);
+/** --eye and --target. */
+void addCameraOptions(CLI::App& command, ViewOptions& options);
+void addOrthoOption(CLI::App& command, ViewOptions& options);
+void addTimeoutOption(CLI::App& command, ViewOptions& options);
+CLI::Option* addJsonOption(CLI::App& command, bool& json);
+
+/** Throws HostError if there is no such model, or nothing of it can be read. Root files that cannot be read beside
+ * others are named on standard error. */
+OpenModel openModel(const ModelOptions& options, bool emptyAllowed = false);
+
+/** The camera of the command line; what was not given is chosen so that the model fills the picture. */
+ViewCamera makeCamera(const ViewOptions& options, const osg::BoundingBoxd& extents);
+
+HostModel::Clock::time_point deadlineAfter(double seconds);
+
+/** Converges with progress on a terminal; throws HostError when the time is over. */
+void convergeOrFail(HostModel& model, const ViewFrame& frame, const ViewOptions& options);
+
+/** Throws HostError if the library broke the contract with its receiver. */
+void failOnViolations(const HostTileStore& tiles);
+
+/** What render and fly both tell: tiles, triangles, textures, violations. */
+Json tileReport(const HostModel& model);
+} // namespace mvgeo::host

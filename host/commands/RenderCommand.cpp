@@ -1,0 +1,94 @@
+#include "Commands.h"
+#include "CommonOptions.h"
+#include "PictureFile.h"
+#include "SceneRenderer.h"
+#include "SceneStyle.h"
+
+#include <iostream>
+#include <memory>
+
+namespace mvgeo::host
+{
+namespace
+{
+struct RenderOptions
+{
+    ModelOptions model;
+    ViewOptions view;
+    std::string picture;
+    bool json = false;
+    bool listTiles = false;
+};
+
+void printForPeople(const RenderOptions& options, const HostModel& model, double seconds)
+{
+    const HostTileStore& tiles = model.tiles();
+    std::cout << "Drew " << options.picture << " (" << options.view.width << " x " << options.view.height
+              << "): " << tiles.visibleIds().size() << " tiles, " << tiles.visibleTriangleCount() << " triangles, "
+              << tiles.textures().textureCount() << " textures of "
+              << readableBytes(static_cast<double>(tiles.textures().byteCount())) << "; converged after "
+              << model.frameCount() << " frames in " << readableSeconds(seconds) << ".\n";
+    if (const std::uint64_t failed = model.statistics().tilesFailed)
+        std::cout << failed << " tiles could not be read; coarser ones stand in their place.\n";
+    if (!options.listTiles) return;
+    for (const std::string& id : tiles.visibleIds())
+        std::cout << id << '\n';
+}
+
+Json reportOf(const RenderOptions& options, const OpenModel& open, const ViewFrame& frame, double seconds)
+{
+    Json report{{"frames", open.model->frameCount()}, {"seconds", seconds}};
+    report.update(tileReport(*open.model));
+    report["picture"] = options.picture;
+    report["width"] = frame.width;
+    report["height"] = frame.height;
+    report["view"] = toJson(frame.view);
+    report["projection"] = toJson(frame.projection);
+    report["extents"] = toJson(open.extents);
+    report["rootTiles"] = open.input.rootFiles.size();
+    report["unreadable"] = open.unreadable;
+    if (options.listTiles) report["tiles"] = open.model->tiles().visibleIds();
+    return report;
+}
+
+void runRender(const RenderOptions& options)
+{
+    checkPicturePath(options.picture);
+    const OpenModel open = openModel(options.model);
+    const ViewFrame frame = makeCamera(options.view, open.extents).frame(open.extents);
+    const osg::ref_ptr<osg::Group> scene = makePictureScene(*open.model->tiles().scene(), options.view.background);
+    SceneRenderer renderer(*scene, frame.width, frame.height);
+
+    const auto start = HostModel::Clock::now();
+    convergeOrFail(*open.model, frame, options.view);
+    const double seconds = std::chrono::duration<double>(HostModel::Clock::now() - start).count();
+    writePicture(renderer.draw(frame), options.picture);
+
+    if (options.json)
+        printJson(reportOf(options, open, frame, seconds));
+    else
+        printForPeople(options, *open.model, seconds);
+    failOnViolations(open.model->tiles());
+}
+} // namespace
+
+void addRenderCommand(CLI::App& app, int& status)
+{
+    const auto options = std::make_shared<RenderOptions>();
+    CLI::App& command = *app.add_subcommand("render", "draw one picture once the view has all its tiles");
+    addModelOptions(command, options->model);
+    command.add_option("--out", options->picture, "the picture's file")->required()->type_name("FILE");
+    addCameraOptions(command, options->view);
+    addPictureOptions(command, options->view);
+    addOrthoOption(command, options->view);
+    addTimeoutOption(command, options->view);
+    addJsonOption(command, options->json);
+    command.add_flag("--list-tiles", options->listTiles, "name the visible tiles too");
+    command.callback(
+        [options, &status]
+        {
+            runRender(*options);
+            status = 0;
+        });
+}
+} // namespace mvgeo::host

@@ -1,0 +1,148 @@
+#include "TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+#if !defined(_WIN32)
+#include <sys/wait.h>
+#endif
+
+// The real program, as a shell starts it.
+namespace
+{
+struct Outcome
+{
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+std::string readFile(const std::string& path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+Outcome run(const std::string& arguments)
+{
+    const TempFolder folder;
+    const std::string command = std::string("\"") + MVGEO_HOST_PROGRAM + "\" " + arguments + " >\"" +
+                                folder.path("out") + "\" 2>\"" + folder.path("err") + "\"";
+    Outcome outcome;
+    const int status = std::system(command.c_str());
+#if defined(_WIN32)
+    outcome.status = status;
+#else
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+#endif
+    outcome.out = readFile(folder.path("out"));
+    outcome.err = readFile(folder.path("err"));
+    return outcome;
+}
+
+std::string quoted(const std::string& text)
+{
+    return "\"" + text + "\"";
+}
+
+/** One line on standard error, nothing on standard output, and not zero. */
+void expectOneSentence(const std::string& arguments, const std::string& part)
+{
+    SCOPED_TRACE(arguments);
+    const Outcome outcome = run(arguments);
+    EXPECT_GT(outcome.status, 0);
+    EXPECT_LT(outcome.status, 126); // neither missing nor ended by a signal
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+    EXPECT_EQ(outcome.err.rfind("mvgeo: ", 0), 0U) << outcome.err;
+    EXPECT_NE(outcome.err.find(part), std::string::npos) << outcome.err;
+}
+} // namespace
+
+TEST(CommandLine, HasHelpForEveryCommand)
+{
+    for (const char* command : {"", "sample", "info", "render", "fly", "view", "pick"})
+    {
+        SCOPED_TRACE(command);
+        const Outcome outcome = run(std::string(command) + " --help");
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_NE(outcome.out.find("Usage:"), std::string::npos);
+        EXPECT_EQ(outcome.err, "");
+    }
+}
+
+TEST(CommandLine, RefusesWhatItDoesNotKnow)
+{
+    expectOneSentence("", "command is required");
+    expectOneSentence("draw", "draw");
+    expectOneSentence("info --nonsense x", "--nonsense");
+    expectOneSentence("info", "MODEL");
+    expectOneSentence("render x", "--out");
+    expectOneSentence("pick x 1", "Y");
+}
+
+TEST(CommandLine, RefusesValuesThatAreNotWhatTheyShouldBe)
+{
+    const std::string render = "render x --out a.png ";
+    expectOneSentence(render + "--eye 1,2", "three numbers");
+    expectOneSentence(render + "--target a,b,c", "three numbers");
+    expectOneSentence(render + "--size 0x100", "WIDTHxHEIGHT");
+    expectOneSentence(render + "--size 100", "WIDTHxHEIGHT");
+    expectOneSentence(render + "--fov 180", "--fov");
+    expectOneSentence(render + "--fov wide", "--fov");
+    expectOneSentence(render + "--ortho -3", "--ortho");
+    expectOneSentence(render + "--background red", "colour");
+    expectOneSentence(render + "--timeout -1", "--timeout");
+    expectOneSentence("fly x --frames 0", "--frames");
+    expectOneSentence("sample x --roots 3", "--roots");
+}
+
+TEST(CommandLine, RefusesModelsThatAreNotThere)
+{
+    const TempFolder folder;
+    std::filesystem::create_directories(folder.path("empty"));
+    const std::string render = "render --out " + quoted(folder.path("p.png")) + " ";
+    for (const std::string& command : {std::string("info "), render, std::string("fly "), std::string("view ")})
+    {
+        expectOneSentence(command + quoted(folder.path("not there 没有")), "no file or folder");
+        expectOneSentence(command + quoted(folder.path("empty")), "is empty");
+    }
+    expectOneSentence("pick " + quoted(folder.path("none")) + " 1 1", "no file or folder");
+}
+
+TEST(CommandLine, RefusesTilesThatAreNotTiles)
+{
+    const TempFolder folder;
+    const std::string text = folder.write("text.osgb", "this is no tile");
+    const std::string empty = folder.write("empty.osgb", "");
+    const std::string half = folder.write("half.osgb", std::string("\x6C\x91\xE5\x1A\x14\xFA\xB1\x1A", 8) + "\1\2\3");
+    for (const std::string& file : {text, empty, half})
+    {
+        expectOneSentence("info " + quoted(file), "Cannot read the tile");
+        expectOneSentence("render " + quoted(file) + " --out " + quoted(folder.path("p.png")), "Cannot read the tile");
+    }
+}
+
+TEST(CommandLine, RefusesPicturesThatCannotBeWritten)
+{
+    const TempFolder folder;
+    const std::string model = "render " + quoted(folder.path()) + " --out ";
+    expectOneSentence(model + quoted(folder.path("missing/p.png")), "does not exist");
+    expectOneSentence(model + quoted(folder.path("p.nonsense")), "picture format");
+    expectOneSentence(model + quoted(folder.path("p")), "picture format");
+    std::filesystem::create_directories(folder.path("p.png"));
+    expectOneSentence(model + quoted(folder.path("p.png")), "replace a folder");
+}
+
+TEST(CommandLine, RefusesOptionsThatContradictEachOther)
+{
+    expectOneSentence("fly x --json --csv -", "standard output");
+    expectOneSentence("fly x --every 3", "--out-dir");
+    expectOneSentence("view x --frames 3", "--out");
+    expectOneSentence("pick x 2000 5", "outside the picture");
+    expectOneSentence("pick x 5 -1", "outside the picture");
+}

@@ -1,0 +1,135 @@
+#include "TempFolder.h"
+
+#include <HostError.h>
+#include <ModelInput.h>
+#include <ModelMetadata.h>
+
+#include <gtest/gtest.h>
+
+using namespace mvgeo::host;
+
+namespace
+{
+std::string sentenceFor(const std::string& path)
+{
+    try
+    {
+        (void)resolveModelInput(path);
+    }
+    catch (const HostError& error)
+    {
+        return error.what();
+    }
+    return {};
+}
+} // namespace
+
+TEST(ModelInput, IsAFolderOfRootTilesSortedByName)
+{
+    const TempFolder folder;
+    folder.write("Tile_b/Tile_b.osgb", "b");
+    folder.write("Tile_a/Tile_a.osgb", "a");
+    folder.write("Tile_c/other.osgb", "no root");
+    const ModelInput input = resolveModelInput(folder.path());
+    EXPECT_EQ(input.kind, InputKind::RootTileFolder);
+    EXPECT_EQ(input.rootFiles,
+              (std::vector<std::string>{folder.path("Tile_a/Tile_a.osgb"), folder.path("Tile_b/Tile_b.osgb")}));
+}
+
+TEST(ModelInput, IsFoundBelowDataWithTheMetadataBesideIt)
+{
+    const TempFolder folder;
+    folder.write("Data/T/T.osgb", "t");
+    const std::string metadata = folder.write("metadata.xml", "<ModelMetadata/>");
+    for (const std::string& given :
+         {folder.path(), folder.path() + "/", folder.path("Data"), folder.path("Data") + "/"})
+    {
+        SCOPED_TRACE(given);
+        const ModelInput input = resolveModelInput(given);
+        EXPECT_EQ(input.rootFiles.size(), 1U);
+        EXPECT_EQ(input.metadataFile, metadata);
+    }
+}
+
+TEST(ModelInput, IsOneRootTileIfItsOwnFolderIsGiven)
+{
+    const TempFolder folder;
+    const std::string root = folder.write("Data/T/T.osgb", "t");
+    const ModelInput input = resolveModelInput(folder.path("Data/T"));
+    EXPECT_EQ(input.kind, InputKind::RootTile);
+    EXPECT_EQ(input.rootFiles, std::vector<std::string>{root});
+}
+
+TEST(ModelInput, IsASingleFileOfAnyNameAndCase)
+{
+    const TempFolder folder;
+    for (const char* name : {"test.osgb", "UPPER.OSGB", "with blank.osgb", "倾斜 摄影.osgb", "it's \"quoted\".osgb"})
+    {
+        SCOPED_TRACE(name);
+        const std::string file = folder.write(name, "x");
+        const ModelInput input = resolveModelInput(file);
+        EXPECT_EQ(input.kind, InputKind::SingleFile);
+        EXPECT_EQ(input.rootFiles, std::vector<std::string>{file});
+    }
+}
+
+TEST(ModelInput, TakesFoldersWithOddNames)
+{
+    const TempFolder folder;
+    folder.write("市 区 'x'/Data/瓦片 1/瓦片 1.osgb", "t");
+    EXPECT_EQ(resolveModelInput(folder.path("市 区 'x'")).rootFiles.size(), 1U);
+}
+
+TEST(ModelInput, SaysWhatIsWrong)
+{
+    const TempFolder folder;
+    folder.write("loose/a.osgb", "x");
+    folder.write("other/readme.txt", "x");
+    std::filesystem::create_directories(folder.path("empty"));
+    EXPECT_NE(sentenceFor("").find("empty"), std::string::npos);
+    EXPECT_NE(sentenceFor(folder.path("none")).find("no file or folder"), std::string::npos);
+    EXPECT_NE(sentenceFor(folder.path("empty")).find("is empty"), std::string::npos);
+    EXPECT_NE(sentenceFor(folder.path("loose")).find("loose .osgb files"), std::string::npos);
+    EXPECT_NE(sentenceFor(folder.path("other")).find("no root tile"), std::string::npos);
+    EXPECT_NE(sentenceFor(folder.path("other/readme.txt")).find("neither a folder nor an .osgb file"),
+              std::string::npos);
+    EXPECT_FALSE(sentenceFor(folder.path("other/readme.txt") + "/x.osgb").empty()); // a file as a folder
+    EXPECT_FALSE(sentenceFor(std::string(5000, 'x')).empty());
+}
+
+TEST(ModelInput, CountsTheTileFilesOfItsRootTilesOnly)
+{
+    const TempFolder folder;
+    folder.write("T/T.osgb", "12345");
+    folder.write("T/T_L15_0.osgb", "123");
+    folder.write("T/notes.txt", "1234567");
+    folder.write("Rest/other.osgb", "1");
+    const FileTotals totals = countTileFiles(resolveModelInput(folder.path()));
+    EXPECT_EQ(totals.files, 2U);
+    EXPECT_EQ(totals.bytes, 8U);
+}
+
+TEST(ModelMetadata, TellsTheReferenceSystemAndItsOrigin)
+{
+    const TempFolder folder;
+    const std::string file = folder.write("metadata.xml", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                                          "<ModelMetadata version=\"1\">\n"
+                                                          "  <!--Spatial Reference System-->\n"
+                                                          "  <SRS>PROJCS[\"x\",\n      UNIT[\"metre\",1]]</SRS>\n"
+                                                          "  <SRSOrigin>501027.524, 2488718.5,0.000</SRSOrigin>\n"
+                                                          "</ModelMetadata>\n");
+    const auto metadata = readModelMetadata(file);
+    ASSERT_TRUE(metadata);
+    EXPECT_EQ(metadata->srs, "PROJCS[\"x\", UNIT[\"metre\",1]]");
+    EXPECT_EQ(metadata->origin, osg::Vec3d(501027.524, 2488718.5, 0.0));
+}
+
+TEST(ModelMetadata, IsAbsentWhereTheFileIsNotOne)
+{
+    const TempFolder folder;
+    EXPECT_FALSE(readModelMetadata(folder.path("none.xml")));
+    EXPECT_FALSE(readModelMetadata({}));
+    for (const char* text : {"", "not xml", "<", "<Other/>", "<ModelMetadata", "<!--", "<?xml"})
+        EXPECT_FALSE(readModelMetadata(folder.write("m.xml", text))) << text;
+    EXPECT_FALSE(readModelMetadata(folder.write("m.xml", "<ModelMetadata><SRSOrigin>1,2</SRSOrigin></ModelMetadata>")));
+}
