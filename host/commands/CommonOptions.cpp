@@ -141,8 +141,11 @@ void convergeOrFail(HostModel& model, const ViewFrame& frame, const ViewOptions&
                     " seconds: " + std::to_string(model.statistics().requestsWaiting) + " requests still wait.");
 }
 
-void failOnViolations(const HostTileStore& tiles)
+void failOnViolations(const HostTileStore& tiles, bool isFreeRunning)
 {
+    if (!isFreeRunning && tiles.unannouncedRemovals() > 0)
+        throw HostError("The library removed " + std::to_string(tiles.unannouncedRemovals()) +
+                        " tiles that it had not announced.");
     if (tiles.violations().empty()) return;
     throw HostError("The library broke its contract " + std::to_string(tiles.violations().size()) +
                     " times, first: " + tiles.violations().front() + ".");

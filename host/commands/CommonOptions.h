@@ -66,8 +66,9 @@ HostModel::Clock::time_point deadlineAfter(double seconds);
 /** Converges with progress on a terminal; throws HostError when the time is over. */
 void convergeOrFail(HostModel& model, const ViewFrame& frame, const ViewOptions& options);
 
-/** Throws HostError if the library broke the contract with its receiver. */
-void failOnViolations(const HostTileStore& tiles);
+/** Throws HostError if the library broke the contract with its receiver. A tile that was removed without having been
+ *  announced is a breach too, except in a free-running flight, where one can come and leave within one update. */
+void failOnViolations(const HostTileStore& tiles, bool isFreeRunning = false);
 
 /** What render and fly both tell: tiles, triangles, textures, violations. */
 Json tileReport(const HostModel& model);

@@ -229,7 +229,7 @@ void runFly(const FlyOptions& options)
         printJson(reportOf(options, open, summary, pictures.count()));
     else if (options.csv != "-")
         printForPeople(options, open, summary);
-    failOnViolations(open.model->tiles());
+    failOnViolations(open.model->tiles(), options.freeRunning);
 }
 } // namespace
 

@@ -30,6 +30,8 @@ void printForPeople(const RenderOptions& options, const HostModel& model, double
               << model.frameCount() << " frames in " << readableSeconds(seconds) << ".\n";
     if (const std::uint64_t failed = model.statistics().tilesFailed)
         std::cout << failed << " tiles could not be read; coarser ones stand in their place.\n";
+    if (!tiles.visibleIds().empty() && tiles.visibleTriangleCount() == 0)
+        std::cout << "None of these tiles holds triangles that a host can take; the log tells why.\n";
     if (!options.listTiles) return;
     for (const std::string& id : tiles.visibleIds())
         std::cout << id << '\n';

@@ -130,7 +130,7 @@ void runView(const WindowOptions& options)
         viewer.renderingTraversals();
     }
     if (picture->valid()) writePicture(*picture, options.snapshot);
-    failOnViolations(open.model->tiles());
+    failOnViolations(open.model->tiles(), true);
 }
 } // namespace
 

@@ -205,6 +205,7 @@ void MvOsgGeoMesh::measureExtents()
 void MvOsgGeoMesh::removeAllModels()
 {
     _root->removeChildren(0, _root->getNumChildren());
+    _extents = KdDbExtents();
     _pager->heldTiles.clear();
     _pager->loadedContentNodes.clear();
     _lastVisible.clear();
@@ -242,7 +243,6 @@ void MvOsgGeoMesh::clear()
     _modelPaths.clear();
     removeAllModels();
     setTransform(KdGeMatrix3d::kIdentity);
-    _extents = KdDbExtents();
 }
 
 bool MvOsgGeoMesh::clip(int, unsigned int, const KdGeMatrix3d*, const std::vector<KdGePoint3d>*, const double*, int,

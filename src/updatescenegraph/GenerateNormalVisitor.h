@@ -2,8 +2,7 @@
 
 #include <osg/NodeVisitor>
 
-/** Gives each geometry without an osg::Vec3Array of normals smoothed ones; all shared vertices are smoothed. A damaged
- *  geometry, whose indices lie beyond its vertices, is left alone. */
+/** Gives each geometry without an osg::Vec3Array of normals smoothed ones; all shared vertices are smoothed. */
 class GenerateNormalVisitor : public osg::NodeVisitor
 {
 public:

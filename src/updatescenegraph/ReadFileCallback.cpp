@@ -3,10 +3,11 @@
 #include "support/UserValues.h"
 #include "updatescenegraph/SetReadFileCallbackVisitor.h"
 #include "updatescenegraph/TextureCache.h"
+#include "updatescenegraph/TileCheck.h"
+#include "updatescenegraph/TileReader.h"
 
 #include <osgDB/FileNameUtils>
 #include <osgDB/FileUtils>
-#include <osgDB/Registry>
 
 #include <exception>
 #include <utility>
@@ -23,12 +24,15 @@ std::string nameOnThisSystem(const std::string& fileName)
     return osgDB::convertFileNameToUnixStyle(fileName);
 }
 
-/** A damaged tile can make the toolkit's readers throw, for instance when a length in it is absurd. */
+/** Reads and checks. A damaged tile can make the toolkit's readers throw, for instance when a length in it is absurd. */
 ReadResult readGuarded(const std::string& fileName, const osgDB::Options* options)
 {
     try
     {
-        return osgDB::Registry::instance()->readNodeImplementation(nameOnThisSystem(fileName), options);
+        const ReadResult result = mvgeo::readTileFile(nameOnThisSystem(fileName), options);
+        if (!result.validNode()) return result;
+        const std::string fault = mvgeo::faultIn(*result.getNode());
+        return fault.empty() ? result : ReadResult(fault);
     }
     catch (const std::exception& error)
     {
@@ -56,7 +60,7 @@ ReadResult ReadFileCallback::readNode(const std::string& fileName, const osgDB::
     if (options)
         if (const bool* normals = mvgeo::userValue<bool>(*options, mvgeo::keys::normal)) _generateNormals = *normals;
 
-    ReadResult result = readGuarded(fileName, options);
+    const ReadResult result = readGuarded(fileName, options);
     if (!result.validNode())
     {
         const bool isFirst = _failedReads.noteFailure(fileName);
@@ -70,6 +74,7 @@ ReadResult ReadFileCallback::readNode(const std::string& fileName, const osgDB::
 
 void ReadFileCallback::prepareTile(osg::Node& tile, const osgDB::Options* options)
 {
+    mvgeo::useSinglePrecisionVertices(tile);
     if (_generateNormals)
     {
         const std::lock_guard<std::mutex> lock(_normalVisitorLock);

@@ -29,7 +29,7 @@ std::string temporaryName(const std::string& directory, const std::string& name)
 void writeOnce(const osg::Image& image, const std::string& directory, const std::string& name)
 {
     const std::string path = directory + '/' + name;
-    if (osgDB::fileExists(path) || !osgDB::fileExists(directory)) return;
+    if (!image.data() || osgDB::fileExists(path) || !osgDB::fileExists(directory)) return;
 
     const std::string temporary = temporaryName(directory, name);
     osgDB::Registry* registry = osgDB::Registry::instance();

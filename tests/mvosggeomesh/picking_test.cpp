@@ -1,0 +1,270 @@
+#include "mvosggeomesh/PickRay.h"
+#include "mvosggeomesh/TiledModelFixture.h"
+
+#include <cmath>
+#include <limits>
+
+namespace
+{
+
+void expectPoint(const KdGePoint3d& point, double x, double y, double z, double tolerance = 1e-6)
+{
+    EXPECT_NEAR(point.x, x, tolerance);
+    EXPECT_NEAR(point.y, y, tolerance);
+    EXPECT_NEAR(point.z, z, tolerance);
+}
+
+/** One square from (0, 0, 0) to (100, 100, 0). */
+struct Picking : public TiledModelFixture
+{
+    KdGePoint3d hit{-1, -2, -3};
+    std::vector<KdGePoint3d> triangle{{-1, -2, -3}};
+
+    void SetUp() override
+    {
+        ASSERT_EQ(driver.add(pyramid({1}).rootFile()), 0);
+        driver.view = fromAbove();
+        driver.update();
+    }
+    void look(const HostView& view)
+    {
+        driver.view = view;
+        ASSERT_TRUE(driver.update());
+    }
+    bool pick(const KdGePoint3d& point, const KdGeMatrix3d& placement = KdGeMatrix3d())
+    {
+        return model().pickPoint(&placement, &point, &hit);
+    }
+    bool pickTriangle(const KdGePoint3d& point, const KdGeMatrix3d& placement = KdGeMatrix3d())
+    {
+        return model().pickTriangle(&placement, &point, &triangle);
+    }
+    void expectMiss(const KdGePoint3d& point, const KdGeMatrix3d& placement = KdGeMatrix3d())
+    {
+        EXPECT_FALSE(pick(point, placement));
+        expectPoint(hit, -1, -2, -3);
+        EXPECT_FALSE(pickTriangle(point, placement));
+        EXPECT_EQ(triangle.size(), 1U);
+    }
+};
+
+} // namespace
+
+// From (50, 50, 100) through (55, 48, 90) the ray moves by (0.5, -0.2, -1) a metre down: (100, 30, 0) at the ground -
+// but that is the edge, so half as steep: through (52.5, 49, 90) it comes down at (75, 40, 0).
+TEST_F(Picking, RunsFromTheEyeThroughThePointInPerspective)
+{
+    ASSERT_TRUE(pick({52.5, 49, 90}));
+    expectPoint(hit, 75, 40, 0);
+}
+
+TEST_F(Picking, RunsOnThroughAPointBelowTheSurface)
+{
+    ASSERT_TRUE(pick({75 + 12.5, 40 - 5, -50}));
+    expectPoint(hit, 75, 40, 0);
+}
+
+TEST_F(Picking, RunsAlongTheViewDirectionInParallelProjection)
+{
+    // Looks down along (1, 0, -1).
+    look(orthographicView({0, 50, 50}, {50, 50, 0}, 100, {0, 1, 0}));
+    ASSERT_TRUE(pick({20, 30, 10}));
+    expectPoint(hit, 30, 30, 0);
+    ASSERT_TRUE(pick({40, 30, -10})); // behind the surface: the ray starts before the whole model
+    expectPoint(hit, 30, 30, 0);
+    ASSERT_TRUE(pick({-970, 30, 1000}));
+    expectPoint(hit, 30, 30, 0);
+}
+
+TEST_F(Picking, LeavesEverythingAloneOnAMiss)
+{
+    expectMiss({500, 500, 0});
+    look(orthographicView({50, 50, 100}, {50, 50, 0}, 100));
+    expectMiss({150, 50, 0});
+    expectMiss({101.5, 50, 0}); // inside the widened box, beside the model
+    EXPECT_EQ(log.count(osg::FATAL, ""), 0);
+}
+
+TEST_F(Picking, MissesWhatLiesBehindTheEye)
+{
+    look(perspectiveView({50, 50, 100}, {50, 50, 200}));
+    expectMiss({50, 50, 150});
+}
+
+TEST_F(Picking, FollowsTheModelsPlacement)
+{
+    model().setTransform(KdGeMatrix3d::translation({1000, 0, 7}));
+    look(perspectiveView({1050, 50, 107}, {1050, 50, 7}));
+    ASSERT_TRUE(pick({1052.5, 49, 97}));
+    expectPoint(hit, 1075, 40, 7);
+}
+
+// The placement doubles, turns by 90 degrees about z ((x, y) to (-y, x)) and shifts. The model's point (75, 40, 0) is
+// then at (-80, 150, 0) + (500000, 2500000, 100).
+TEST_F(Picking, FollowsAPlacementWithRotationScaleAndLargeCoordinates)
+{
+    const KdGeMatrix3d placement = KdGeMatrix3d::translation({500000, 2500000, 100}) *
+                                   KdGeMatrix3d::rotation(std::acos(0.0), {0, 0, 1}) * KdGeMatrix3d::scaling(2.0);
+    const osg::Vec3d target(499920, 2500150, 100);
+    look(perspectiveView(target + osg::Vec3d(30, 20, 200), {499900, 2500100, 100}));
+    ASSERT_TRUE(pick({target.x(), target.y(), target.z()}, placement));
+    expectPoint(hit, 499920, 2500150, 100, 1e-5);
+
+    look(orthographicView({499900, 2500100, 400}, {499900, 2500100, 100}, 200));
+    ASSERT_TRUE(pick({499920, 2500150, 333}, placement));
+    expectPoint(hit, 499920, 2500150, 100, 1e-5);
+}
+
+TEST_F(Picking, HitsTheNearestSurface)
+{
+    const TilePyramid upper = pyramid({2}, "upper"); // its finer level lies at z = 1
+    driver.add(upper.rootFile());
+    driver.view = fromAbove();
+    ASSERT_TRUE(driver.converge());
+    ASSERT_TRUE(pick({50.1, 50.1, 90}));
+    EXPECT_NEAR(hit.z, 1.0, 1e-6);
+    look(perspectiveView({50, 50, -100}, {50, 50, 0}));
+    ASSERT_TRUE(pick({50.1, 50.1, -90}));
+    EXPECT_NEAR(hit.z, 0.0, 1e-6);
+}
+
+TEST_F(Picking, GivesTheCornersOfTheTriangle)
+{
+    ASSERT_TRUE(pickTriangle({52.5, 49, 90})); // (75, 40): below the diagonal, so triangle 0 1 2
+    ASSERT_EQ(triangle.size(), 3U);
+    expectPoint(triangle[0], 0, 0, 0);
+    expectPoint(triangle[1], 100, 0, 0);
+    expectPoint(triangle[2], 100, 100, 0);
+}
+
+TEST_F(Picking, GivesTheCornersInTheHostsFrame)
+{
+    model().setTransform(KdGeMatrix3d::translation({0, 0, 10}));
+    const KdGeMatrix3d placement = KdGeMatrix3d::translation({1000, 2000, 3000}) * KdGeMatrix3d::scaling(2.0);
+    look(orthographicView({1100, 2100, 4000}, {1100, 2100, 3000}, 300));
+    ASSERT_TRUE(
+        pickTriangle({1080, 2150, 3500}, placement)); // the model's (40, 75): above the diagonal, triangle 0 2 3
+    ASSERT_EQ(triangle.size(), 3U);
+    expectPoint(triangle[0], 1000, 2000, 3020);
+    expectPoint(triangle[1], 1200, 2200, 3020);
+    expectPoint(triangle[2], 1000, 2200, 3020);
+}
+
+TEST_F(Picking, RefusesAPlacementWithoutInverse)
+{
+    KdGeMatrix3d flat;
+    flat.entry[2][2] = 0.0;
+    KdGeMatrix3d undefined;
+    undefined.entry[1][3] = std::numeric_limits<double>::quiet_NaN();
+    for (const KdGeMatrix3d& placement : {flat, KdGeMatrix3d::scaling(0.0), undefined})
+        expectMiss({52.5, 49, 90}, placement);
+}
+
+TEST_F(Picking, RefusesAPointThatIsNowhere)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double infinity = std::numeric_limits<double>::infinity();
+    expectMiss({nan, 49, 90});
+    expectMiss({52.5, infinity, 90});
+    expectMiss({50, 50, 100}); // the eye itself: no direction
+}
+
+TEST_F(Picking, RefusesMissingArguments)
+{
+    const KdGeMatrix3d identity;
+    const KdGePoint3d point(52.5, 49, 90);
+    EXPECT_FALSE(model().pickPoint(nullptr, &point, &hit));
+    EXPECT_FALSE(model().pickPoint(&identity, nullptr, &hit));
+    EXPECT_FALSE(model().pickPoint(&identity, &point, nullptr));
+    EXPECT_FALSE(model().pickTriangle(nullptr, &point, &triangle));
+    EXPECT_FALSE(model().pickTriangle(&identity, nullptr, &triangle));
+    EXPECT_FALSE(model().pickTriangle(&identity, &point, nullptr));
+}
+
+TEST_F(Picking, FindsNothingInAnEmptyModel)
+{
+    model().clear();
+    expectMiss({52.5, 49, 90});
+}
+
+TEST_F(Picking, BeforeTheFirstUpdateIsNoCrash)
+{
+    ModelDriver fresh;
+    fresh.add(folder / "data/Tile_0/Tile_0.osgb");
+    const KdGeMatrix3d identity;
+    const KdGePoint3d point(50, 50, 0);
+    fresh.model().pickPoint(&identity, &point, &hit);
+}
+
+TEST_F(Picking, SaysErrorWhereTheHitIsNoTriangle)
+{
+    model().clear();
+    const osg::ref_ptr<osg::Geometry> points = makeSquare(0, 0, 0, 100);
+    points->setPrimitiveSet(0, new osg::DrawArrays(GL_LINES, 0, 2)); // along the x axis
+    const osg::ref_ptr<osg::Geode> geode = new osg::Geode;
+    geode->addDrawable(points);
+    model().root().addChild(geode);
+    osg::Vec3d start(50, 0, 10);
+    const osg::ref_ptr<osgUtil::LineSegmentIntersector> probe =
+        new osgUtil::LineSegmentIntersector(start, {50, 0, -10});
+    osgUtil::IntersectionVisitor visitor(probe);
+    model().root().accept(visitor);
+    if (!probe->containsIntersections())
+        GTEST_SKIP() << "the toolkit's intersector passes lines over: no hit without triangle";
+    EXPECT_FALSE(pickTriangle({50, 0, 0}));
+    EXPECT_EQ(log.count(osg::FATAL, "error"), 1);
+}
+
+namespace
+{
+
+osg::Matrixd lookFrom(const osg::Vec3d& eye, const osg::Vec3d& centre, const osg::Vec3d& up)
+{
+    return osg::Matrixd::lookAt(eye, centre, up);
+}
+
+const osg::BoundingBoxd kUnitBox(0, 0, 0, 1, 1, 1);
+const osg::Matrixd kPerspective = osg::Matrixd::perspective(45, 1, 0.1, 100);
+const osg::Matrixd kParallel = osg::Matrixd::ortho(-1, 1, -1, 1, 0.1, 100);
+
+} // namespace
+
+// The box is widened by 1 % of its diagonal, 0.0173.
+TEST(PickRay, KeepsThePartInsideTheBox)
+{
+    const osg::Matrixd view = lookFrom({0.5, 0.5, 10}, {0.5, 0.5, 0}, {0, 1, 0});
+    const auto ray = mvgeo::pickRay(view, kPerspective, osg::Matrixd(), {0.5, 0.5, 5}, kUnitBox);
+    ASSERT_TRUE(ray);
+    EXPECT_NEAR(ray->start.z(), 1.0173, 1e-3);
+    EXPECT_NEAR(ray->end.z(), -0.0173, 1e-3);
+    EXPECT_NEAR(ray->start.x(), 0.5, 1e-9);
+}
+
+TEST(PickRay, StartsAtAnEyeInsideTheBox)
+{
+    const osg::Matrixd view = lookFrom({0.5, 0.5, 0.5}, {0.5, 0.5, 0}, {0, 1, 0});
+    const auto ray = mvgeo::pickRay(view, kPerspective, osg::Matrixd(), {0.5, 0.5, 0.4}, kUnitBox);
+    ASSERT_TRUE(ray);
+    EXPECT_NEAR(ray->start.z(), 0.5, 1e-9);
+}
+
+TEST(PickRay, SpansTheModelWhereverTheEyeStandsInParallelProjection)
+{
+    for (const double eyeHeight : {0.5, 10.0, -1000.0})
+    {
+        const osg::Matrixd view = lookFrom({0.5, 0.5, eyeHeight}, {0.5, 0.5, eyeHeight - 1}, {0, 1, 0});
+        const auto ray = mvgeo::pickRay(view, kParallel, osg::Matrixd(), {0.2, 0.3, eyeHeight}, kUnitBox);
+        ASSERT_TRUE(ray) << eyeHeight;
+        EXPECT_NEAR(ray->start.z(), 1.0173, 1e-3);
+        EXPECT_NEAR(ray->end.z(), -0.0173, 1e-3);
+        EXPECT_NEAR(ray->start.x(), 0.2, 1e-9);
+    }
+}
+
+TEST(PickRay, HasNothingForAnEmptyBoxOrASingularPlacement)
+{
+    const osg::Matrixd view = lookFrom({0.5, 0.5, 10}, {0.5, 0.5, 0}, {0, 1, 0});
+    EXPECT_FALSE(mvgeo::pickRay(view, kPerspective, osg::Matrixd(), {0.5, 0.5, 5}, osg::BoundingBoxd()));
+    EXPECT_FALSE(mvgeo::pickRay(view, kPerspective, osg::Matrixd::scale(1, 1, 0), {0.5, 0.5, 5}, kUnitBox));
+    EXPECT_FALSE(mvgeo::pickRay(view, kParallel, osg::Matrixd::scale(0, 0, 0), {0.5, 0.5, 5}, kUnitBox));
+}

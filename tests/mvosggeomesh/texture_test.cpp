@@ -1,0 +1,267 @@
+#include "mvosggeomesh/TextureReading.h"
+#include "mvosggeomesh/TiledModelFixture.h"
+#include "support/VisitorGeometry.h"
+
+#include <osgDB/WriteFile>
+
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+
+/** What a tile's square shows: the colour that its level and corner give it. */
+void expectOwnColour(const RecordingMesh& mesh)
+{
+    ASSERT_EQ(mesh.vertices.size(), 12U);
+    const auto level = static_cast<int>(mesh.vertices[2]);
+    const std::vector<unsigned char> colour = colourOf(level, mesh.vertices[0], mesh.vertices[1]);
+    const RecordedPixels pixels = mesh.pixels();
+    EXPECT_EQ(pixels.width, 8U);
+    EXPECT_EQ(pixels.height, 4U);
+    ASSERT_EQ(pixels.bytes.size(), 96U) << mesh.textureKey();
+    for (std::size_t i = 0; i < 96U; ++i)
+        ASSERT_EQ(pixels.bytes[i], colour[i % 3U]) << mesh.textureKey() << " byte " << i;
+}
+
+int imagesInScene(osg::Node& root)
+{
+    VisitorGeometry collector;
+    root.accept(collector);
+    int count = 0;
+    for (const auto& geometry : collector.geometries())
+        if (const osg::Texture2D* texture = mvgeo::textureOf(*geometry)) count += texture->getImage() ? 1 : 0;
+    return count;
+}
+
+struct Textures : public TiledModelFixture
+{
+    void converge(const TilePyramidOptions& options)
+    {
+        driver.add(pyramid(options).rootFile());
+        driver.view = fromAbove();
+        ASSERT_TRUE(driver.converge());
+        ASSERT_FALSE(receiver().meshes().empty());
+    }
+    fs::path cache() { return fs::directory_iterator(folder / "temp/mesh")->path(); }
+};
+
+} // namespace
+
+TEST_F(Textures, ReachTheHostWithTheirPixels)
+{
+    converge({});
+    EXPECT_EQ(receiver().meshes().size(), 21U); // 1 + 4 + 16 squares
+    for (const RecordingMesh* mesh : receiver().meshes())
+        expectOwnColour(*mesh);
+}
+
+TEST_F(Textures, AreDroppedFromTheSceneOnceTheyWereHandedOver)
+{
+    converge({});
+    EXPECT_EQ(imagesInScene(model().root()), 0);
+}
+
+TEST_F(Textures, AreReadFromTheCacheWhenTheHostAsksForEverythingAgain)
+{
+    converge({});
+    for (int round = 0; round < 3; ++round)
+    {
+        receiver().forget();
+        driver.update();
+        EXPECT_EQ(receiver().meshes().size(), 21U);
+        for (const RecordingMesh* mesh : receiver().meshes())
+            expectOwnColour(*mesh);
+        EXPECT_EQ(imagesInScene(model().root()), 0);
+    }
+    expectCleanContract();
+}
+
+TEST_F(Textures, HaveTheSameKeyBeforeAndAfterTheCache)
+{
+    converge({});
+    std::set<std::string> before;
+    for (const RecordingMesh* mesh : receiver().meshes())
+        before.insert(mesh->textureKey());
+    EXPECT_EQ(before.size(), 21U);
+    EXPECT_TRUE(before.count(id("Tile_0_L1_3.png"))) << *before.begin();
+    receiver().forget();
+    driver.update();
+    std::set<std::string> after;
+    for (const RecordingMesh* mesh : receiver().meshes())
+        after.insert(mesh->textureKey());
+    EXPECT_EQ(after, before);
+}
+
+TEST_F(Textures, WithoutExtractionAreNotHandedOverButCanBeHadLater)
+{
+    driver.extract = 0;
+    converge({});
+    for (const RecordingMesh* mesh : receiver().meshes())
+    {
+        EXPECT_FALSE(mesh->image);
+        EXPECT_THAT(mesh->texCoords, testing::IsEmpty());
+    }
+    driver.extract = 1;
+    receiver().forget();
+    driver.update();
+    for (const RecordingMesh* mesh : receiver().meshes())
+        expectOwnColour(*mesh);
+}
+
+TEST_F(Textures, BesideTheTileAreFound)
+{
+    TilePyramidOptions options;
+    options.textures = TilePyramidOptions::Textures::Named;
+    converge(options);
+    for (const RecordingMesh* mesh : receiver().meshes())
+        expectOwnColour(*mesh);
+}
+
+// They are cached as JPEG, so the pixels that come back are only nearly the same.
+TEST_F(Textures, WithoutNameAreNamedByTheirPixels)
+{
+    TilePyramidOptions options{2};
+    options.textures = TilePyramidOptions::Textures::Unnamed;
+    converge(options);
+    for (const RecordingMesh* mesh : receiver().meshes())
+    {
+        expectOwnColour(*mesh);
+        EXPECT_THAT(mesh->textureKey(), testing::MatchesRegex("[0-9]+_[0-9]+\\.jpg"));
+    }
+    receiver().forget();
+    driver.update();
+    for (const RecordingMesh* mesh : receiver().meshes())
+    {
+        const std::vector<unsigned char> colour =
+            colourOf(static_cast<int>(mesh->vertices[2]), mesh->vertices[0], mesh->vertices[1]);
+        ASSERT_EQ(mesh->pixels().bytes.size(), 96U);
+        for (std::size_t i = 0; i < 96U; ++i)
+            ASSERT_NEAR(mesh->pixels().bytes[i], colour[i % 3U], 3);
+    }
+}
+
+TEST_F(Textures, StandBesideUntexturedGeometry)
+{
+    TilePyramidOptions options{2};
+    options.addsUntextured = true;
+    converge(options);
+    int textured = 0;
+    for (const RecordingMesh* mesh : receiver().meshes())
+        textured += mesh->image ? 1 : 0;
+    EXPECT_EQ(receiver().meshes().size(), 10U);
+    EXPECT_EQ(textured, 5);
+}
+
+TEST_F(Textures, WhoseCachedFileVanishedStayEmptyWithoutAWord)
+{
+    converge({2});
+    fs::remove(cache() / "Tile_0.png");
+    log.clear();
+    receiver().forget();
+    driver.update();
+    const RecordingMesh* mesh = receiver().onlyMesh(id("Tile_0.osgb_0"));
+    ASSERT_NE(mesh, nullptr);
+    EXPECT_EQ(mesh->textureKey(), id("Tile_0.png"));
+    EXPECT_TRUE(mesh->pixels().bytes.empty());
+    EXPECT_EQ(log.count("src/"), 0);
+}
+
+TEST_F(Textures, WhoseCachedFileIsDamagedStayEmpty)
+{
+    converge({2});
+    writeFile((cache() / "Tile_0.png").string(), "not a picture");
+    receiver().forget();
+    driver.update();
+    const RecordingMesh* mesh = receiver().onlyMesh(id("Tile_0.osgb_0"));
+    ASSERT_NE(mesh, nullptr);
+    EXPECT_TRUE(mesh->pixels().bytes.empty());
+}
+
+TEST_F(Textures, SurviveACacheThatCannotBeWritten)
+{
+    const TilePyramid data = pyramid({2});
+    // A file stands where the cache directory should be: nobody can write into it, not even the super-user.
+    std::string directory;
+    model().makeCacheDirectory(data.rootFile(), directory);
+    fs::remove(directory);
+    writeFile(directory, "in the way");
+    ASSERT_EQ(driver.add(data.rootFile()), 0);
+    driver.view = fromAbove();
+    ASSERT_TRUE(driver.converge());
+    for (const RecordingMesh* mesh : receiver().meshes())
+        expectOwnColour(*mesh);
+    receiver().forget();
+    EXPECT_TRUE(driver.update());
+    EXPECT_EQ(receiver().meshes().size(), 5U);
+    EXPECT_EQ(readFile(directory), "in the way");
+}
+
+// Each cached name is a link to a device that is always full.
+TEST_F(Textures, SurviveAFullDisk)
+{
+    if (!fs::exists("/dev/full")) GTEST_SKIP() << "no device that is always full";
+    const TilePyramid data = pyramid({2});
+    std::string directory;
+    model().makeCacheDirectory(data.rootFile(), directory);
+    fs::remove(directory);
+    std::error_code error;
+    fs::create_symlink("/dev/full", directory, error);
+    if (error) GTEST_SKIP() << "cannot make a link: " << error.message();
+    ASSERT_EQ(driver.add(data.rootFile()), 0);
+    driver.view = fromAbove();
+    ASSERT_TRUE(driver.converge());
+    EXPECT_EQ(receiver().meshes().size(), 5U);
+    for (const RecordingMesh* mesh : receiver().meshes())
+        expectOwnColour(*mesh);
+}
+
+TEST_F(Textures, NamedButNotFoundGiveAMeshAllTheSame)
+{
+    TilePyramidOptions options{2};
+    options.textures = TilePyramidOptions::Textures::Named;
+    const TilePyramid data = pyramid(options);
+    for (const auto& entry : fs::directory_iterator(folder / "data/Tile_0"))
+        if (entry.path().extension() == ".png") fs::remove(entry.path());
+    ASSERT_EQ(driver.add(data.rootFile()), 0);
+    driver.view = fromAbove();
+    ASSERT_TRUE(driver.converge());
+    EXPECT_EQ(receiver().meshes().size(), 5U);
+    for (const RecordingMesh* mesh : receiver().meshes())
+        EXPECT_TRUE(mesh->pixels().bytes.empty());
+}
+
+TEST(TextureReading, FillsEveryTargetFromItsOwnFile)
+{
+    const TemporaryDirectory folder;
+    std::vector<mvgeo::TextureWorkItem> items(50);
+    for (unsigned int i = 0; i < items.size(); ++i)
+    {
+        items[i].path = folder / (std::to_string(i) + ".png");
+        items[i].target = new osg::Image;
+        const auto shade = static_cast<unsigned char>(5U * i);
+        if (i != 7) osgDB::writeImageFile(*makeImage("", shade, shade, shade), items[i].path);
+    }
+    mvgeo::readTextures(items);
+    for (unsigned int i = 0; i < items.size(); ++i)
+    {
+        const osg::Image& target = *items[i].target;
+        if (i == 7)
+        {
+            EXPECT_EQ(target.data(), nullptr);
+            continue;
+        }
+        ASSERT_NE(target.data(), nullptr) << i;
+        EXPECT_EQ(target.data()[0], 5U * i);
+        EXPECT_EQ(target.getTotalSizeInBytes(), 96U);
+        EXPECT_EQ(target.getAllocationMode(), osg::Image::USE_NEW_DELETE);
+        EXPECT_EQ(target.getPacking(), 1U);
+        EXPECT_EQ(target.getRowLength(), 0);
+    }
+}
+
+TEST(TextureReading, OfNothingReturns)
+{
+    mvgeo::readTextures({});
+}

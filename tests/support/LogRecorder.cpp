@@ -1,0 +1,66 @@
+#include "support/LogRecorder.h"
+
+#include <algorithm>
+
+class LogRecorder::RecordingHandler : public ::NotifyHandler
+{
+public:
+    RecordingHandler() : ::NotifyHandler(std::string()) {}
+
+    void notify(osg::NotifySeverity severity, const char* message) override
+    {
+        // The toolkit sends an empty message whenever the severity changes; the log leaves those out too.
+        std::string text = message ? message : "";
+        if (text.empty()) return;
+        while (!text.empty() && text.back() == '\n')
+            text.pop_back();
+        const std::lock_guard<std::mutex> guard(lock);
+        lines.push_back({severity, text});
+    }
+
+    std::mutex lock;
+    std::vector<Line> lines; // guarded by lock
+
+protected:
+    ~RecordingHandler() override = default;
+};
+
+LogRecorder::LogRecorder()
+    : _handler(new RecordingHandler), _handlerBefore(osg::getNotifyHandler()), _levelBefore(osg::getNotifyLevel())
+{
+    osg::setNotifyHandler(_handler);
+    osg::setNotifyLevel(osg::NOTICE);
+}
+
+LogRecorder::~LogRecorder()
+{
+    osg::setNotifyHandler(_handlerBefore);
+    osg::setNotifyLevel(_levelBefore);
+}
+
+std::vector<LogRecorder::Line> LogRecorder::lines() const
+{
+    const std::lock_guard<std::mutex> guard(_handler->lock);
+    return _handler->lines;
+}
+
+int LogRecorder::count(osg::NotifySeverity severity, const std::string& text) const
+{
+    const std::vector<Line> all = lines();
+    return static_cast<int>(std::count_if(
+        all.begin(), all.end(),
+        [&](const Line& line) { return line.severity == severity && line.text.find(text) != std::string::npos; }));
+}
+
+int LogRecorder::count(const std::string& text) const
+{
+    const std::vector<Line> all = lines();
+    return static_cast<int>(std::count_if(all.begin(), all.end(),
+                                          [&](const Line& line) { return line.text.find(text) != std::string::npos; }));
+}
+
+void LogRecorder::clear()
+{
+    const std::lock_guard<std::mutex> guard(_handler->lock);
+    _handler->lines.clear();
+}

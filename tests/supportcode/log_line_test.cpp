@@ -1,0 +1,128 @@
+#define MVGEO_MODULE_PATH "tests/supportcode"
+#include "support/LogLine.h"
+
+#include <osg/ref_ptr>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+class Recorder : public osg::NotifyHandler
+{
+public:
+    void notify(osg::NotifySeverity severity, const char* message) override
+    {
+        if (!*message) return; // the toolkit's stream flushes nothing when the severity changes
+        const std::lock_guard<std::mutex> lock(_lock);
+        lines.emplace_back(severity, message);
+    }
+
+    std::vector<std::pair<osg::NotifySeverity, std::string>> lines;
+
+protected:
+    ~Recorder() override = default;
+
+private:
+    std::mutex _lock;
+};
+
+/** Installs a recorder at the level that the library sets, and puts the former handler and level back. */
+class LogLine : public testing::Test
+{
+protected:
+    LogLine() : _formerHandler(osg::getNotifyHandler()), _formerLevel(osg::getNotifyLevel())
+    {
+        osg::setNotifyLevel(osg::NOTICE);
+        osg::setNotifyHandler(recorder);
+    }
+    ~LogLine() override
+    {
+        osg::setNotifyHandler(_formerHandler);
+        osg::setNotifyLevel(_formerLevel);
+    }
+
+    osg::ref_ptr<Recorder> recorder = new Recorder;
+
+private:
+    osg::ref_ptr<osg::NotifyHandler> _formerHandler;
+    osg::NotifySeverity _formerLevel;
+};
+
+TEST_F(LogLine, IsPathBlankNumberAndAtOnceTheText)
+{
+    MVGEO_LOG_AT(WARN, 139) << "callback is null";
+    ASSERT_EQ(recorder->lines.size(), 1U);
+    EXPECT_EQ(recorder->lines[0].first, osg::WARN);
+    EXPECT_EQ(recorder->lines[0].second, "tests/supportcode 139callback is null\n");
+}
+
+TEST_F(LogLine, CarriesTheNumberOfItsOwnLine)
+{
+    const int line = __LINE__ + 1;
+    MVGEO_LOG(NOTICE) << "tiles: " << 3;
+    ASSERT_EQ(recorder->lines.size(), 1U);
+    EXPECT_EQ(recorder->lines[0].first, osg::NOTICE);
+    EXPECT_EQ(recorder->lines[0].second, "tests/supportcode " + std::to_string(line) + "tiles: 3\n");
+}
+
+TEST_F(LogLine, ThatIsFilteredOutIsNotEvenComputed)
+{
+    bool computed = false;
+    const auto text = [&computed]
+    {
+        computed = true;
+        return "text";
+    };
+    MVGEO_LOG(INFO) << text();
+    EXPECT_TRUE(recorder->lines.empty());
+    EXPECT_FALSE(computed);
+
+    MVGEO_LOG(WARN) << text();
+    EXPECT_EQ(recorder->lines.size(), 1U);
+    EXPECT_TRUE(computed);
+}
+
+TEST_F(LogLine, StandsAloneInABranch)
+{
+    const bool broken = recorder->lines.empty();
+    if (!broken)
+        MVGEO_LOG(WARN) << "first";
+    else
+        MVGEO_LOG(WARN) << "second";
+    ASSERT_EQ(recorder->lines.size(), 1U);
+    EXPECT_NE(recorder->lines[0].second.find("second"), std::string::npos);
+}
+
+TEST_F(LogLine, LinesOfManyThreadsArriveWhole)
+{
+    constexpr int kThreads = 4;
+    constexpr int kLines = 200;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i)
+        threads.emplace_back(
+            [i]
+            {
+                for (int line = 0; line < kLines; ++line)
+                    MVGEO_LOG_AT(WARN, 7) << std::string(40, static_cast<char>('a' + i));
+            });
+    for (std::thread& thread : threads)
+        thread.join();
+
+    ASSERT_EQ(recorder->lines.size(), static_cast<std::size_t>(kThreads * kLines));
+    for (int i = 0; i < kThreads; ++i)
+    {
+        const std::string whole = "tests/supportcode 7" + std::string(40, static_cast<char>('a' + i)) + '\n';
+        const auto count = std::count(recorder->lines.begin(), recorder->lines.end(), std::make_pair(osg::WARN, whole));
+        EXPECT_EQ(count, kLines);
+    }
+}
+
+} // namespace

@@ -1,0 +1,45 @@
+#include "support/ToolkitText.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using namespace mvgeo;
+
+const char* const kChineseUtf8 = "D:/\xE5\x80\xBE\xE6\x96\x9C/Tile_+000_+001.osgb"; // U+503E U+659C: "oblique"
+
+TEST(ToolkitText, ChinesePathComesBackFromTheToolkit)
+{
+    const KdString path = KdString::fromUtf8(kChineseUtf8);
+    EXPECT_EQ(hostPath(toolkitPath(path)), path);
+}
+
+#if !defined(_WIN32)
+TEST(ToolkitText, PathIsUtf8WhereTheCodePageIs)
+{
+    EXPECT_EQ(toolkitPath(KdString::fromUtf8(kChineseUtf8)), kChineseUtf8);
+}
+
+TEST(ToolkitText, HostPathHoldsSixteenBitUnits)
+{
+    const KdString path = hostPath("\xE5\x80\xBE\xE6\x96\x9C");
+    ASSERT_EQ(path.length(), 2U);
+    EXPECT_EQ(path.kwszPtr()[0], 0x503E);
+    EXPECT_EQ(path.kwszPtr()[1], 0x659C);
+}
+
+TEST(ToolkitText, FileNameThatIsNoUtf8Survives)
+{
+    const std::string gbk = "/data/\xC7\xE3\xD0\xB1.osgb";
+    EXPECT_EQ(toolkitPath(hostPath(gbk)), gbk);
+}
+#endif
+
+TEST(ToolkitText, EmptyStaysEmpty)
+{
+    EXPECT_EQ(toolkitPath(KdString()), "");
+    EXPECT_TRUE(hostPath("").isEmpty());
+}
+
+} // namespace

@@ -1,0 +1,248 @@
+#include "updatescenegraph/TextureCache.h"
+
+#include "SceneParts.h"
+#include "support/TemporaryDirectory.h"
+#include "support/TilePyramid.h"
+
+#include <osg/Geometry>
+#include <osg/Texture1D>
+#include <osg/Texture2D>
+#include <osgDB/ReadFile>
+#include <osgDB/Registry>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <thread>
+
+namespace
+{
+
+using Names = std::vector<std::string>;
+
+osg::ref_ptr<osg::Geometry> textured(osg::StateAttribute* texture)
+{
+    osg::ref_ptr<osg::Geometry> geometry = makeSquare(0, 0, 0, 1);
+    geometry->getOrCreateStateSet()->setTextureAttribute(0, texture);
+    return geometry;
+}
+
+std::string imagePathOf(const osg::Object& texture)
+{
+    const std::string* path = mvgeo::userValue<std::string>(texture, "imagePath");
+    return path ? *path : "-";
+}
+
+class TextureCache : public testing::Test
+{
+protected:
+    Names files() const
+    {
+        Names names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+            names.push_back(entry.path().filename().string());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+    std::string directory() const { return folder.path().string(); }
+
+    TemporaryDirectory folder;
+};
+
+TEST_F(TextureCache, ImageIsWrittenUnderItsSimpleName)
+{
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(makeImage("a/b/c.png", 10, 20, 30));
+    mvgeo::cacheTextures(*textured(texture), directory());
+    EXPECT_EQ(files(), Names{"c.png"}) << "and nothing temporary is left";
+    EXPECT_EQ(imagePathOf(*texture), directory() + "/c.png");
+
+    const osg::ref_ptr<osg::Image> written = osgDB::readRefImageFile(folder / "c.png");
+    ASSERT_TRUE(written);
+    EXPECT_EQ(written->s(), 8);
+    EXPECT_EQ(written->t(), 4);
+    EXPECT_EQ(written->data()[0], 10);
+    EXPECT_EQ(written->data()[1], 20);
+    EXPECT_EQ(written->data()[2], 30);
+    EXPECT_EQ(texture->getImage()->getFileName(), "a/b/c.png") << "the image keeps its own name";
+}
+
+TEST_F(TextureCache, BackSlashesSeparateFoldersToo)
+{
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(makeImage("a\\b\\c.png", 1, 2, 3));
+    mvgeo::cacheTextures(*textured(texture), directory());
+    EXPECT_EQ(files(), Names{"c.png"});
+}
+
+TEST_F(TextureCache, DirectoryIsJoinedAsPlainText)
+{
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(makeImage("c.png", 1, 2, 3));
+    mvgeo::cacheTextures(*textured(texture), directory() + "/");
+    EXPECT_EQ(imagePathOf(*texture), directory() + "//c.png");
+    EXPECT_EQ(files(), Names{"c.png"});
+}
+
+TEST_F(TextureCache, FolderWithAChineseNameWorks)
+{
+    const std::string chinese = folder.makeFolder("\xE5\x80\xBE\xE6\x96\x9C");
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(makeImage("\xE7\x93\xA6.png", 1, 2, 3));
+    mvgeo::cacheTextures(*textured(texture), chinese);
+    EXPECT_TRUE(std::filesystem::exists(chinese + "/\xE7\x93\xA6.png"));
+}
+
+TEST_F(TextureCache, ExistingFileIsTakenWhateverItHolds)
+{
+    writeFile(folder / "c.png", "no picture");
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(makeImage("c.png", 1, 2, 3));
+    mvgeo::cacheTextures(*textured(texture), directory());
+    EXPECT_EQ(readFile(folder / "c.png"), "no picture");
+    EXPECT_EQ(imagePathOf(*texture), folder / "c.png");
+}
+
+TEST_F(TextureCache, TextureThatHasItsPathIsLeftAlone)
+{
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(makeImage("c.png", 1, 2, 3));
+    texture->setUserValue("imagePath", std::string("elsewhere.png"));
+    mvgeo::cacheTextures(*textured(texture), directory());
+    EXPECT_EQ(files(), Names{});
+    EXPECT_EQ(imagePathOf(*texture), "elsewhere.png");
+}
+
+TEST_F(TextureCache, PathOfAnotherTypeIsReplaced)
+{
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(makeImage("c.png", 1, 2, 3));
+    texture->setUserValue("imagePath", 5);
+    mvgeo::cacheTextures(*textured(texture), directory());
+    EXPECT_EQ(imagePathOf(*texture), folder / "c.png");
+}
+
+TEST_F(TextureCache, ImageWithoutNameIsNamedByItsPixels)
+{
+    const osg::ref_ptr<osg::Image> image = new osg::Image;
+    image->allocateImage(1, 1, 1, GL_RGB, GL_UNSIGNED_BYTE, 1);
+    image->data()[0] = 'a';
+    image->data()[1] = 'b';
+    image->data()[2] = 'c';
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(image);
+    mvgeo::cacheTextures(*textured(texture), directory());
+    // The digest of "abc", byte by byte in decimal.
+    const std::string name = std::string("18612022191"
+                                         "1431207234"
+                                         "656564222"
+                                         "931743435") +
+                             "176397163"
+                             "15023122156"
+                             "1801625597"
+                             "242021173"
+                             ".jpg";
+    EXPECT_EQ(image->getFileName(), name);
+    EXPECT_EQ(files(), Names{name});
+    EXPECT_EQ(imagePathOf(*texture), folder / name);
+}
+
+TEST_F(TextureCache, ImageWithoutPixelsIsNamedJpgAndWritesNothing)
+{
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(new osg::Image);
+    mvgeo::cacheTextures(*textured(texture), directory());
+    EXPECT_EQ(texture->getImage()->getFileName(), ".jpg");
+    EXPECT_EQ(imagePathOf(*texture), folder / ".jpg");
+    EXPECT_EQ(files(), Names{});
+}
+
+TEST_F(TextureCache, NamedImageWithoutPixelsWritesNothing)
+{
+    for (const char* name : {"gone.png", "gone.jpg", "gone.bmp", "gone.tga"})
+    {
+        const osg::ref_ptr<osg::Image> image = new osg::Image;
+        image->setFileName(name);
+        const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(image);
+        mvgeo::cacheTextures(*textured(texture), directory());
+        EXPECT_EQ(imagePathOf(*texture), folder / name);
+    }
+    EXPECT_EQ(files(), Names{});
+}
+
+TEST_F(TextureCache, OnlyTexture2DOfUnitZeroWithAnImageCounts)
+{
+    const osg::ref_ptr<osg::Texture2D> empty = new osg::Texture2D;
+    const osg::ref_ptr<osg::Texture1D> line = new osg::Texture1D(makeImage("line.png", 1, 2, 3));
+    const osg::ref_ptr<osg::Texture2D> unitOne = new osg::Texture2D(makeImage("one.png", 1, 2, 3));
+    const osg::ref_ptr<osg::Geometry> onUnitOne = makeSquare(0, 0, 0, 1);
+    onUnitOne->getOrCreateStateSet()->setTextureAttribute(1, unitOne);
+    const osg::ref_ptr<osg::Group> tile = new osg::Group;
+    tile->addChild(makeSquare(0, 0, 0, 1));
+    tile->addChild(textured(empty));
+    tile->addChild(textured(line));
+    tile->addChild(onUnitOne);
+    mvgeo::cacheTextures(*tile, directory());
+    EXPECT_EQ(files(), Names{});
+    EXPECT_EQ(imagePathOf(*empty), "-");
+    EXPECT_EQ(imagePathOf(*line), "-");
+    EXPECT_EQ(imagePathOf(*unitOne), "-");
+}
+
+TEST_F(TextureCache, EveryTextureOfATileIsCached)
+{
+    const osg::ref_ptr<osg::Texture2D> one = new osg::Texture2D(makeImage("one.png", 1, 2, 3));
+    const osg::ref_ptr<osg::Texture2D> two = new osg::Texture2D(makeImage("two.png", 1, 2, 3));
+    const osg::ref_ptr<osg::Group> tile = new osg::Group;
+    tile->addChild(textured(one));
+    tile->addChild(textured(two));
+    mvgeo::cacheTextures(*tile, directory());
+    EXPECT_EQ(files(), (Names{"one.png", "two.png"}));
+}
+
+TEST_F(TextureCache, MissingDirectoryIsNotMadeAndNothingIsSaid)
+{
+    const LogRecorder log;
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(makeImage("c.png", 1, 2, 3));
+    mvgeo::cacheTextures(*textured(texture), folder / "missing");
+    EXPECT_EQ(files(), Names{});
+    EXPECT_EQ(imagePathOf(*texture), folder / "missing/c.png");
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(TextureCache, FileInPlaceOfTheDirectoryIsBorneInSilence)
+{
+    writeFile(folder / "file", "x");
+    const LogRecorder log;
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(makeImage("c.png", 1, 2, 3));
+    mvgeo::cacheTextures(*textured(texture), folder / "file");
+    EXPECT_EQ(files(), Names{"file"});
+    EXPECT_EQ(imagePathOf(*texture), folder / "file/c.png");
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(TextureCache, NameThatNoWriterKnowsWritesNothing)
+{
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(makeImage("c.nosuchformat", 1, 2, 3));
+    mvgeo::cacheTextures(*textured(texture), directory());
+    EXPECT_EQ(files(), Names{});
+    EXPECT_EQ(imagePathOf(*texture), folder / "c.nosuchformat");
+}
+
+TEST_F(TextureCache, NameThatIsAFolderIsNotWrittenOver)
+{
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(makeImage("a/..", 1, 2, 3));
+    mvgeo::cacheTextures(*textured(texture), directory());
+    EXPECT_EQ(files(), Names{});
+}
+
+TEST_F(TextureCache, ManyWritersOfOneFileLeaveOneWholeFile)
+{
+    std::vector<osg::ref_ptr<osg::Geometry>> tiles;
+    for (int i = 0; i < 8; ++i)
+        tiles.push_back(textured(new osg::Texture2D(makeImage("c.png", 10, 20, 30))));
+    osgDB::Registry::instance()->getReaderWriterForExtension("png"); // loaded before the threads ask for it
+    std::vector<std::thread> threads;
+    for (const auto& tile : tiles)
+        threads.emplace_back([this, tile] { mvgeo::cacheTextures(*tile, directory()); });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(files(), Names{"c.png"});
+    const osg::ref_ptr<osg::Image> written = osgDB::readRefImageFile(folder / "c.png");
+    ASSERT_TRUE(written);
+    EXPECT_EQ(written->data()[3 * 31], 10);
+}
+
+} // namespace
