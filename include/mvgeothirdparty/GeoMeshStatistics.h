@@ -26,7 +26,7 @@ struct GeoMeshStatistics
 constexpr std::uint32_t kGeoMeshStatisticsVersion = 1;
 
 /** Fills `statistics`. False, with nothing written, for null arguments, a version that this library does not know, or a
- *  model of another library. When it says idle right after an update(), the view has converged: another update() with
- *  the same view would show the same tiles.
+ *  model of another library. After an update(), mergesWaiting above 0 means that another one is due, and idle that the
+ *  view has converged: another update() with it would show the same tiles.
  *  Thread: the model's host thread. */
 MVGEO_API bool getGeoMeshStatistics(const MvGeoMesh* model, GeoMeshStatistics* statistics);

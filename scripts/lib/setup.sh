@@ -11,6 +11,8 @@ build_packages=(
     libcli11-dev nlohmann-json3-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     libegl-mesa0 libgl1-mesa-dri)
+# The thread sanitizer's build: GCC's OpenMP runtime would be reported as one long race.
+tsan_packages=(clang libomp-dev)
 # Compiles the Windows half of the platform code.
 windows_packages=(g++-mingw-w64-x86-64-posix)
 

@@ -29,7 +29,7 @@ ReadResult readGuarded(const std::string& fileName, const osgDB::Options* option
 {
     try
     {
-        const ReadResult result = mvgeo::readTileFile(nameOnThisSystem(fileName), options);
+        ReadResult result = mvgeo::readTileFile(nameOnThisSystem(fileName), options);
         if (!result.validNode()) return result;
         const std::string fault = mvgeo::faultIn(*result.getNode());
         return fault.empty() ? result : ReadResult(fault);
@@ -60,7 +60,7 @@ ReadResult ReadFileCallback::readNode(const std::string& fileName, const osgDB::
     if (options)
         if (const bool* normals = mvgeo::userValue<bool>(*options, mvgeo::keys::normal)) _generateNormals = *normals;
 
-    const ReadResult result = readGuarded(fileName, options);
+    ReadResult result = readGuarded(fileName, options);
     if (!result.validNode())
     {
         const bool isFirst = _failedReads.noteFailure(fileName);
