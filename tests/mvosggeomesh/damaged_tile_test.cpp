@@ -28,7 +28,7 @@ bool readingSurvives(const std::string& path)
         std::signal(SIGSEGV, SIG_DFL); // end at once: no report of a sanitizer
         alarm(5);
         const osg::ref_ptr<ReadFileCallback> callback = new ReadFileCallback;
-        const osgDB::ReaderWriter::ReadResult result = callback->readNode(path, nullptr);
+        osgDB::ReaderWriter::ReadResult result = callback->readNode(path, nullptr);
         osg::ComputeBoundsVisitor bounds;
         if (result.validNode()) result.getNode()->accept(bounds);
         _exit(0);

@@ -39,7 +39,7 @@ std::string withoutStamp(const std::string& line)
 std::string now()
 {
     const std::tm time = mvgeo::platform::localTime(std::time(nullptr));
-    char text[32];
+    char text[80]; // room for any numbers, as the compiler demands
     std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", time.tm_year + 1900, time.tm_mon + 1,
                   time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec);
     return text;

@@ -1,5 +1,7 @@
 #include "TestPager.h"
 
+#include "support/LogRecorder.h"
+
 
 #include <gtest/gtest.h>
 

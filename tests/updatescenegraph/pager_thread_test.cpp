@@ -1,6 +1,7 @@
 #include "TestPager.h"
 
 #include "SceneParts.h"
+#include "support/LogRecorder.h"
 #include "support/TemporaryDirectory.h"
 #include "support/TilePyramid.h"
 #include "updatescenegraph/PagedLODEx.h"

@@ -1,3 +1,4 @@
+#include "support/LogRecorder.h"
 #include "updatescenegraph/TagContentNodeVisitor.h"
 
 #include "SceneParts.h"

@@ -1,3 +1,4 @@
+#include "support/LogRecorder.h"
 #include "updatescenegraph/TextureCache.h"
 
 #include "SceneParts.h"
