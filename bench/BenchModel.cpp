@@ -20,7 +20,8 @@ GeoMeshTileContainer* CopyingReceiver::beginTile(const std::string& globalId)
 
 void CopyingReceiver::removeTiles(const std::vector<std::string>& globalIds)
 {
-    for (const std::string& id : globalIds) _tiles.erase(id);
+    for (const std::string& id : globalIds)
+        _tiles.erase(id);
 }
 
 KdGiGeoMesh* CopyingReceiver::Tile::createMesh()
@@ -70,7 +71,8 @@ void BenchModel::converge(const Camera& camera)
     for (;;)
     {
         update(camera);
-        while (!model.pager().isIdle() && model.pager().getDataToMergeListSize() == 0) std::this_thread::yield();
+        while (!model.pager().isIdle() && model.pager().getDataToMergeListSize() == 0)
+            std::this_thread::yield();
         if (model.pager().isIdle()) return;
     }
 }

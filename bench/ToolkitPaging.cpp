@@ -9,7 +9,9 @@ namespace mvgeo::bench
 {
 
 ToolkitPaging::ToolkitPaging(const std::vector<std::string>& rootFiles)
-    : _root(new osg::Group), _pager(osgDB::DatabasePager::create()), _sceneView(new osgUtil::SceneView),
+    : _root(new osg::Group),
+      _pager(osgDB::DatabasePager::create()),
+      _sceneView(new osgUtil::SceneView),
       _frameStamp(new osg::FrameStamp)
 {
     for (const std::string& file : rootFiles)
@@ -50,7 +52,8 @@ void ToolkitPaging::converge(const Camera& camera)
     for (;;)
     {
         update(camera);
-        while (_pager->getRequestsInProgress() && _pager->getDataToMergeListSize() == 0) std::this_thread::yield();
+        while (_pager->getRequestsInProgress() && _pager->getDataToMergeListSize() == 0)
+            std::this_thread::yield();
         if (!_pager->getRequestsInProgress()) return;
     }
 }

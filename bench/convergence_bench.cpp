@@ -10,7 +10,8 @@ namespace
 
 using namespace mvgeo::bench;
 
-/** From an overview down to the roofs, along the city's diagonal, and up again; `t` in [0, 1]. The sample is 600 m wide. */
+/** From an overview down to the roofs, along the city's diagonal, and up again; `t` in [0, 1]. The sample is 600 m
+ * wide. */
 Camera pathCamera(double t)
 {
     const double height = 60.0 + 500.0 * (2.0 * t - 1.0) * (2.0 * t - 1.0);
@@ -29,11 +30,13 @@ template <typename Paging>
 void convergePath()
 {
     Paging paging(sampleRoots());
-    for (int frame = 0; frame < 300; ++frame) paging.converge(pathCamera(frame / 299.0));
+    for (int frame = 0; frame < 300; ++frame)
+        paging.converge(pathCamera(frame / 299.0));
 }
 
-// How long until a view is complete from nothing, beside the toolkit's own pager? Both read one file at a time; ours also
-// hands every tile to a copying host. The target is a ratio of 1.0 once the textures are in the cache (argument 0).
+// How long until a view is complete from nothing, beside the toolkit's own pager? Both read one file at a time; ours
+// also hands every tile to a copying host. The target is a ratio of 1.0 once the textures are in the cache (argument
+// 0).
 void BM_ColdView_OverToolkitPager(benchmark::State& state)
 {
     useTextureCache(true);
@@ -47,7 +50,12 @@ void BM_ColdView_OverToolkitPager(benchmark::State& state)
     timer.report(state);
 }
 BENCHMARK(BM_ColdView_OverToolkitPager)
-    ->ArgName("emptyTextureCache")->Arg(0)->Arg(1)->UseManualTime()->Iterations(7)->Unit(benchmark::kMillisecond);
+    ->ArgName("emptyTextureCache")
+    ->Arg(0)
+    ->Arg(1)
+    ->UseManualTime()
+    ->Iterations(7)
+    ->Unit(benchmark::kMillisecond);
 
 // The same along a path of 300 frames, each of them complete before the next.
 void BM_ColdPath_OverToolkitPager(benchmark::State& state)
@@ -55,7 +63,8 @@ void BM_ColdPath_OverToolkitPager(benchmark::State& state)
     useTextureCache(false);
     convergePath<BenchModel>();
     RatioTimer timer;
-    for (auto _ : state) timer.pair(state, convergePath<BenchModel>, convergePath<ToolkitPaging>);
+    for (auto _ : state)
+        timer.pair(state, convergePath<BenchModel>, convergePath<ToolkitPaging>);
     timer.report(state);
 }
 BENCHMARK(BM_ColdPath_OverToolkitPager)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);

@@ -81,12 +81,14 @@ void BM_Extraction_OverMemcpy(benchmark::State& state)
     const auto bare = [&]
     {
         std::memcpy(mesh.vertices.data(), positions.getDataPointer(), positions.getTotalDataSize());
-        std::memcpy(mesh.vertices.data() + 3 * positions.size(), texCoords.getDataPointer(), texCoords.getTotalDataSize());
+        std::memcpy(mesh.vertices.data() + 3 * positions.size(), texCoords.getDataPointer(),
+                    texCoords.getTotalDataSize());
         std::memcpy(mesh.indices.data(), indices.getDataPointer(), indices.getTotalDataSize());
         benchmark::ClobberMemory();
     };
     RatioTimer timer;
-    for (auto _ : state) timer.pair(state, ours, bare);
+    for (auto _ : state)
+        timer.pair(state, ours, bare);
     timer.report(state);
     state.counters["triangles"] = static_cast<double>(indices.size() / 3);
 }

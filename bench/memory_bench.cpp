@@ -34,8 +34,8 @@ void flyRound(BenchModel& bench)
     }
 }
 
-// Does memory grow while tiles come and go? Resident memory after each of four rounds over the whole sample; the target is
-// a last round within 10 % of the first.
+// Does memory grow while tiles come and go? Resident memory after each of four rounds over the whole sample; the target
+// is a last round within 10 % of the first.
 void BM_Memory_AfterRounds(benchmark::State& state)
 {
     useTextureCache(false);
@@ -47,7 +47,8 @@ void BM_Memory_AfterRounds(benchmark::State& state)
         BenchModel bench(sampleRoots());
         flyRound(bench);
         first = residentMB();
-        for (int round = 0; round < 3; ++round) flyRound(bench);
+        for (int round = 0; round < 3; ++round)
+            flyRound(bench);
         last = residentMB();
         state.counters["expired"] = static_cast<double>(bench.model.pager().expiredCount);
         state.counters["held"] = static_cast<double>(bench.model.pager().heldTiles.count());

@@ -33,13 +33,23 @@ void BM_ReadTile_OverPlainRead(benchmark::State& state)
     const osg::ref_ptr<osgDB::Options> options = cachingOptions();
     std::vector<std::string> tiles = sampleTiles();
     tiles.resize(std::min<std::size_t>(tiles.size(), 100));
-    for (const std::string& tile : tiles) osgDB::readRefNodeFile(tile, options); // warms both caches
+    for (const std::string& tile : tiles)
+        osgDB::readRefNodeFile(tile, options); // warms both caches
 
     RatioTimer timer;
     for (auto _ : state)
         timer.pair(
-            state, [&] { for (const std::string& tile : tiles) benchmark::DoNotOptimize(osgDB::readRefNodeFile(tile, options)); },
-            [&] { for (const std::string& tile : tiles) benchmark::DoNotOptimize(osgDB::readRefNodeFile(tile)); });
+            state,
+            [&]
+            {
+                for (const std::string& tile : tiles)
+                    benchmark::DoNotOptimize(osgDB::readRefNodeFile(tile, options));
+            },
+            [&]
+            {
+                for (const std::string& tile : tiles)
+                    benchmark::DoNotOptimize(osgDB::readRefNodeFile(tile));
+            });
     timer.report(state);
     state.counters["tiles"] = static_cast<double>(tiles.size());
 }

@@ -16,10 +16,7 @@ using namespace mvgeo::bench;
 class BareTraversal : public osg::NodeVisitor
 {
 public:
-    explicit BareTraversal(const osg::Polytope& frustum)
-        : osg::NodeVisitor(TRAVERSE_ALL_CHILDREN), _frustum(frustum)
-    {
-    }
+    explicit BareTraversal(const osg::Polytope& frustum) : osg::NodeVisitor(TRAVERSE_ALL_CHILDREN), _frustum(frustum) {}
     using osg::NodeVisitor::apply;
     void apply(osg::Node& node) override
     {
@@ -63,7 +60,12 @@ void BM_ConvergedUpdate_OverBareTraversal(benchmark::State& state)
         bare.visited = 0;
         const std::uint64_t before = allocationCount();
         timer.pair(
-            state, [&] { bench.update(camera); allocations = allocationCount() - before; },
+            state,
+            [&]
+            {
+                bench.update(camera);
+                allocations = allocationCount() - before;
+            },
             [&] { bench.model.root().accept(bare); });
     }
     timer.report(state);

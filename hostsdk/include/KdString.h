@@ -54,11 +54,23 @@ private:
     void assign(std::basic_string<KdChar> wide);
 
     std::basic_string<KdChar> _wide;
-    std::string _ansi;  // _wide in the code page, kept beside it so that const operations never write
+    std::string _ansi; // _wide in the code page, kept beside it so that const operations never write
     std::string _utf8;
 };
 
-[[nodiscard]] inline bool operator==(const KdString& a, const KdString& b) { return a.compare(b) == 0; }
-[[nodiscard]] inline bool operator!=(const KdString& a, const KdString& b) { return a.compare(b) != 0; }
-[[nodiscard]] inline bool operator<(const KdString& a, const KdString& b) { return a.compare(b) < 0; }
-[[nodiscard]] inline KdString operator+(KdString a, const KdString& b) { return a += b; }
+[[nodiscard]] inline bool operator==(const KdString& a, const KdString& b)
+{
+    return a.compare(b) == 0;
+}
+[[nodiscard]] inline bool operator!=(const KdString& a, const KdString& b)
+{
+    return a.compare(b) != 0;
+}
+[[nodiscard]] inline bool operator<(const KdString& a, const KdString& b)
+{
+    return a.compare(b) < 0;
+}
+[[nodiscard]] inline KdString operator+(KdString a, const KdString& b)
+{
+    return a += b;
+}

@@ -11,16 +11,16 @@ class MvGeoMesh;
  */
 struct GeoMeshStatistics
 {
-    std::uint32_t version;          ///< in: the version that the caller was compiled with
-    std::uint32_t idle;             ///< 1: nothing is queued, being read, or waiting for the next update()
-    std::uint64_t requestsWaiting;  ///< requests that the loading thread has not taken yet
-    std::uint64_t mergesWaiting;    ///< tiles that are loaded and wait for the next update()
-    std::uint64_t tilesLoaded;      ///< reads that gave a tile, in all
-    std::uint64_t tilesMerged;      ///< tiles put into the scene, in all
-    std::uint64_t tilesExpired;     ///< tiles dropped from the scene again, in all
-    std::uint64_t tilesFailed;      ///< tiles whose last read failed; each counts once however often it is tried
-    std::uint64_t tilesHeld;        ///< tiles in the scene now
-    std::uint64_t bytesHeld;        ///< bytes of their vertex and index arrays
+    std::uint32_t version;         ///< in: the version that the caller was compiled with
+    std::uint32_t idle;            ///< 1: nothing is queued, being read, or waiting for the next update()
+    std::uint64_t requestsWaiting; ///< requests that the loading thread has not taken yet
+    std::uint64_t mergesWaiting;   ///< tiles that are loaded and wait for the next update()
+    std::uint64_t tilesLoaded;     ///< reads that gave a tile, in all
+    std::uint64_t tilesMerged;     ///< tiles put into the scene, in all
+    std::uint64_t tilesExpired;    ///< tiles dropped from the scene again, in all
+    std::uint64_t tilesFailed;     ///< tiles whose last read failed; each counts once however often it is tried
+    std::uint64_t tilesHeld;       ///< tiles in the scene now
+    std::uint64_t bytesHeld;       ///< bytes of their vertex and index arrays
 };
 
 constexpr std::uint32_t kGeoMeshStatisticsVersion = 1;

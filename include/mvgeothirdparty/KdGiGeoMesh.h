@@ -16,7 +16,8 @@ public:
 
     /** `count` vertices of three floats in the mesh's own frame; normals of three floats a vertex, or null; texture
      *  coordinates of two floats a vertex, or null. */
-    virtual void setVertices(unsigned int count, const float* vertices, const float* normals, const float* texCoords) = 0;
+    virtual void setVertices(unsigned int count, const float* vertices, const float* normals,
+                             const float* texCoords) = 0;
 
     /** A triangle list: three indices a triangle, `count` indices in all. */
     virtual void setIndices(unsigned int count, const unsigned int* indices) = 0;

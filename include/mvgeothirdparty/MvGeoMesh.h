@@ -47,8 +47,8 @@ public:
      *  tells the receiver. Never waits for a tile; only the
      *  textures of tiles that are announced again are read here, from their cached files.
      *  @param frameNumber  the host's; several updates with one number count as one frame for paging
-     *  @param model        where the model stands in the world of this view, on top of transform(): a point goes through
-     *                      transform() first; the identity if transform() says it all
+     *  @param model        where the model stands in the world of this view, on top of transform(): a point goes
+     * through transform() first; the identity if transform() says it all
      *  @param view         world to eye
      *  @param projection   eye to clip space, as OpenGL defines it
      *  @param width,height viewport in pixels

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <string>
 
-/** A tile's texture as it is handed to the host. The pixels may arrive later, but before the update that made the object
- *  returns. Ownership: the host's. Thread: the host's. */
+/** A tile's texture as it is handed to the host. The pixels may arrive later, but before the update that made the
+ * object returns. Ownership: the host's. Thread: the host's. */
 class KdDbGeoMeshImage : public KdGiGeoMeshImage
 {
 public:

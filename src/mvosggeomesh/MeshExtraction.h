@@ -22,7 +22,8 @@ struct ExtractionContext
     bool withTextures;
 };
 
-/** Replaces primitive set 0 by a 32-bit one with the same indices if it is a GL_TRIANGLES element list of 8 or 16 bits. */
+/** Replaces primitive set 0 by a 32-bit one with the same indices if it is a GL_TRIANGLES element list of 8 or 16 bits.
+ */
 void widenIndices(osg::Geometry& geometry);
 
 /** Hands one triangle geometry over as a host mesh. Only primitive set 0 counts, and it must be a GL_TRIANGLES element

@@ -21,14 +21,15 @@ constexpr int kLeastThreads = 8; // reading waits for the disk more than it comp
 
 void readTexture(const TextureWorkItem& item)
 {
-    const osg::ref_ptr<osg::Image> image = osgDB::readRefImageFile(item.path, osgDB::Registry::instance()->getOptions());
+    const osg::ref_ptr<osg::Image> image =
+        osgDB::readRefImageFile(item.path, osgDB::Registry::instance()->getOptions());
     if (!image || !image->data()) return;
 
     const std::size_t size = image->getTotalSizeInBytes();
     auto* pixels = new unsigned char[size]; // the target deletes it
     std::memcpy(pixels, image->data(), size);
-    item.target->setImage(image->s(), image->t(), image->r(), image->getInternalTextureFormat(), image->getPixelFormat(),
-                          image->getDataType(), pixels, osg::Image::USE_NEW_DELETE, 1, 0);
+    item.target->setImage(image->s(), image->t(), image->r(), image->getInternalTextureFormat(),
+                          image->getPixelFormat(), image->getDataType(), pixels, osg::Image::USE_NEW_DELETE, 1, 0);
 }
 
 } // namespace

@@ -14,8 +14,8 @@ using WideString = std::basic_string<WideChar>;
 
 /** Conversions between the process's ANSI code page, UTF-8 and UTF-16. Off Windows the ANSI code page is UTF-8.
  *
- *  Bytes that are not valid UTF-8 become unpaired surrogates U+DC80..U+DCFF on the way to UTF-16 and the same bytes again
- *  on the way back, so that any POSIX file name survives. A character that the code page lacks becomes '?'.
+ *  Bytes that are not valid UTF-8 become unpaired surrogates U+DC80..U+DCFF on the way to UTF-16 and the same bytes
+ * again on the way back, so that any POSIX file name survives. A character that the code page lacks becomes '?'.
  *  Thread: any. */
 [[nodiscard]] WideString ansiToUtf16(const std::string& ansi);
 [[nodiscard]] std::string utf16ToAnsi(const WideString& wide);

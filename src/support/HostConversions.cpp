@@ -7,7 +7,8 @@ osg::Matrixd toToolkit(const KdGeMatrix3d& matrix)
 {
     osg::Matrixd result;
     for (int row = 0; row < 4; ++row)
-        for (int column = 0; column < 4; ++column) result(column, row) = matrix.entry[row][column];
+        for (int column = 0; column < 4; ++column)
+            result(column, row) = matrix.entry[row][column];
     return result;
 }
 
@@ -15,7 +16,8 @@ KdGeMatrix3d toHost(const osg::Matrixd& matrix)
 {
     KdGeMatrix3d result;
     for (int row = 0; row < 4; ++row)
-        for (int column = 0; column < 4; ++column) result.entry[row][column] = matrix(column, row);
+        for (int column = 0; column < 4; ++column)
+            result.entry[row][column] = matrix(column, row);
     return result;
 }
 

@@ -12,7 +12,8 @@ std::string imageDigest(const unsigned char* data, unsigned int size)
     if (!digest) return {};
 
     std::string text;
-    for (const unsigned char byte : *digest) text += std::to_string(static_cast<unsigned int>(byte));
+    for (const unsigned char byte : *digest)
+        text += std::to_string(static_cast<unsigned int>(byte));
     return text;
 }
 

@@ -32,9 +32,11 @@ struct LogStatement
 
 } // namespace mvgeo
 
-/** MVGEO_LOG(WARN) << "text"; costs one comparison when the severity is filtered out. MVGEO_MODULE_PATH comes from CMake. */
+/** MVGEO_LOG(WARN) << "text"; costs one comparison when the severity is filtered out. MVGEO_MODULE_PATH comes from
+ * CMake. */
 #define MVGEO_LOG_AT(severity, line)                                                                                   \
-    !osg::isNotifyEnabled(osg::severity) ? (void)0                                                                     \
-                                         : mvgeo::LogStatement() & mvgeo::LogLine(osg::severity, MVGEO_MODULE_PATH, line).stream()
+    !osg::isNotifyEnabled(osg::severity)                                                                               \
+        ? (void)0                                                                                                      \
+        : mvgeo::LogStatement() & mvgeo::LogLine(osg::severity, MVGEO_MODULE_PATH, line).stream()
 
 #define MVGEO_LOG(severity) MVGEO_LOG_AT(severity, __LINE__)

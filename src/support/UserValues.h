@@ -10,8 +10,8 @@
 namespace mvgeo
 {
 
-/** The user value of exactly this type, or null: a value stored under another type counts as absent. The pointer lives as
- *  long as the value is not set again. Allocates nothing, so that it may stand in a traversal. */
+/** The user value of exactly this type, or null: a value stored under another type counts as absent. The pointer lives
+ * as long as the value is not set again. Allocates nothing, so that it may stand in a traversal. */
 template <typename T>
 [[nodiscard]] const T* userValue(const osg::Object& object, const std::string& name)
 {

@@ -14,8 +14,8 @@ const std::string kStartY = "startY";
 const std::string kEndX = "endX";
 const std::string kEndY = "endY";
 
-/** Half the diagonal of a terrain tile's extent, or the fallback if the node does not carry all four values as double. A
- *  terrain tile's sphere also bounds its relief, which would make steep tiles finer than flat ones. */
+/** Half the diagonal of a terrain tile's extent, or the fallback if the node does not carry all four values as double.
+ * A terrain tile's sphere also bounds its relief, which would make steep tiles finer than flat ones. */
 double tileRadius(const osg::Node& node, double fallback)
 {
     if (!node.getUserDataContainer()) return fallback;

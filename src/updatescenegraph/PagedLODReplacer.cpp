@@ -13,7 +13,8 @@ PagedLODReplacer::PagedLODReplacer() : osg::NodeVisitor(TRAVERSE_ALL_CHILDREN) {
 
 void PagedLODReplacer::apply(osg::PagedLOD& node)
 {
-    for (unsigned int i = 0; i < node.getNumFileNames(); ++i) node.setMinimumExpiryFrames(i, kMinimumExpiryFrames);
+    for (unsigned int i = 0; i < node.getNumFileNames(); ++i)
+        node.setMinimumExpiryFrames(i, kMinimumExpiryFrames);
     if (!dynamic_cast<PagedLODEx*>(&node)) _found.emplace_back(&node);
     traverse(node);
 }
@@ -33,7 +34,8 @@ osg::ref_ptr<osg::Node> PagedLODReplacer::replace(osg::Node* root)
             continue;
         }
         const osg::Node::ParentList parents = original->getParents(); // replacing changes the node's own list
-        for (osg::Group* parent : parents) parent->replaceChild(original, copy);
+        for (osg::Group* parent : parents)
+            parent->replaceChild(original, copy);
     }
     _found.clear();
     return result;

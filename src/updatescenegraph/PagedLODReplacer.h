@@ -16,8 +16,8 @@ public:
     using osg::NodeVisitor::apply;
     void apply(osg::PagedLOD& node) override;
 
-    /** The node to use in the place of `root`: a PagedLODEx if the root was a paged node, else the root itself. Null only
-     *  for null. */
+    /** The node to use in the place of `root`: a PagedLODEx if the root was a paged node, else the root itself. Null
+     * only for null. */
     [[nodiscard]] osg::ref_ptr<osg::Node> replace(osg::Node* root);
 
 private:

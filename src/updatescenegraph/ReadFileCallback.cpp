@@ -24,7 +24,8 @@ std::string nameOnThisSystem(const std::string& fileName)
     return osgDB::convertFileNameToUnixStyle(fileName);
 }
 
-/** Reads and checks. A damaged tile can make the toolkit's readers throw, for instance when a length in it is absurd. */
+/** Reads and checks. A damaged tile can make the toolkit's readers throw, for instance when a length in it is absurd.
+ */
 ReadResult readGuarded(const std::string& fileName, const osgDB::Options* options)
 {
     try

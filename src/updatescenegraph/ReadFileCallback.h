@@ -14,8 +14,8 @@
  *  its paged nodes get the same callback and cache directory, and its textures go to the cache directory.
  *
  *  A tile that cannot be read is remembered (mvgeo::FailedReads). Its first failure is returned as it is, so that the
- *  pager writes its one line with path and reason; later requests get an empty success, and while the file rests nothing
- *  is read for them. A reader that throws counts as a failed read.
+ *  pager writes its one line with path and reason; later requests get an empty success, and while the file rests
+ * nothing is read for them. A reader that throws counts as a failed read.
  *
  *  Thread: any; the database thread and the host thread call it at once.
  */
@@ -23,7 +23,8 @@ class ReadFileCallback : public osgDB::ReadFileCallback
 {
 public:
     /** @param now where the pauses of failed reads take their time from */
-    explicit ReadFileCallback(std::function<mvgeo::FailedReads::Clock::time_point()> now = &mvgeo::FailedReads::Clock::now);
+    explicit ReadFileCallback(
+        std::function<mvgeo::FailedReads::Clock::time_point()> now = &mvgeo::FailedReads::Clock::now);
 
     osgDB::ReaderWriter::ReadResult readNode(const std::string& fileName, const osgDB::Options* options) override;
 

@@ -49,7 +49,8 @@ void TagContentNodeVisitor::tagSiblings(osg::Group& parent)
             if (sibling && !dynamic_cast<osg::PagedLOD*>(sibling)) _siblings.push_back(sibling);
         }
     }
-    for (osg::Node* sibling : _siblings) tag(*sibling);
+    for (osg::Node* sibling : _siblings)
+        tag(*sibling);
 }
 
 void TagContentNodeVisitor::tagRoot()

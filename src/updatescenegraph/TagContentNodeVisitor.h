@@ -10,9 +10,9 @@ namespace osg
 class Group;
 }
 
-/** Gives the content of one loaded tile its identities towards the host: "<model>_<tile file>_<counter>", set as the user
- *  value "GlobalID" on the children of its paged nodes and on those children's untagged neighbours. The order of tagging
- *  follows from the file alone, so a tile that comes back has the same identities.
+/** Gives the content of one loaded tile its identities towards the host: "<model>_<tile file>_<counter>", set as the
+ * user value "GlobalID" on the children of its paged nodes and on those children's untagged neighbours. The order of
+ * tagging follows from the file alone, so a tile that comes back has the same identities.
  *
  *  Let the root accept the visitor; if it then says !tagged(), the tile has no paged node: call tagRoot().
  */

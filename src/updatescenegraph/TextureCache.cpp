@@ -23,7 +23,8 @@ namespace
 std::string temporaryName(const std::string& directory, const std::string& name)
 {
     static std::atomic<unsigned int> counter{0};
-    return directory + "/~" + std::to_string(platform::currentProcessId()) + '_' + std::to_string(counter++) + '_' + name;
+    return directory + "/~" + std::to_string(platform::currentProcessId()) + '_' + std::to_string(counter++) + '_' +
+           name;
 }
 
 void writeOnce(const osg::Image& image, const std::string& directory, const std::string& name)

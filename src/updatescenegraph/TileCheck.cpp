@@ -93,7 +93,8 @@ void useSinglePrecisionVertices(osg::Node& tile)
 {
     VisitorGeometry collector;
     tile.accept(collector);
-    for (const osg::ref_ptr<osg::Geometry>& geometry : collector.geometries()) useSinglePrecisionVertices(*geometry);
+    for (const osg::ref_ptr<osg::Geometry>& geometry : collector.geometries())
+        useSinglePrecisionVertices(*geometry);
 }
 
 } // namespace mvgeo

@@ -18,8 +18,8 @@ namespace
 
 using testing::Contains;
 
-/** Whether reading this file ends the process. Cut files never do, but flipped bits can: the toolkit's reader trusts what
- *  it has read, and nothing in this process could catch that. Tried in a process of its own, for five seconds. */
+/** Whether reading this file ends the process. Cut files never do, but flipped bits can: the toolkit's reader trusts
+ * what it has read, and nothing in this process could catch that. Tried in a process of its own, for five seconds. */
 bool readingSurvives(const std::string& path)
 {
     const pid_t child = fork();

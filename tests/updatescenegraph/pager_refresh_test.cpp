@@ -2,7 +2,6 @@
 
 #include "support/LogRecorder.h"
 
-
 #include <gtest/gtest.h>
 
 namespace

@@ -26,7 +26,8 @@ template <typename Elements>
 osg::ref_ptr<Elements> elements(std::initializer_list<unsigned int> indices)
 {
     const osg::ref_ptr<Elements> result = new Elements(GL_TRIANGLES);
-    for (const unsigned int index : indices) result->addElement(index);
+    for (const unsigned int index : indices)
+        result->addElement(index);
     return result;
 }
 
