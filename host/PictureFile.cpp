@@ -1,12 +1,13 @@
 #include "PictureFile.h"
 
 #include "HostError.h"
-#include "ProcessMemory.h"
+#include "sample/TileFile.h"
 
+#include <osgDB/FileNameUtils>
 #include <osgDB/Registry>
-#include <osgDB/WriteFile>
 
 #include <filesystem>
+#include <sstream>
 
 namespace fs = std::filesystem;
 
@@ -27,16 +28,14 @@ void checkPicturePath(const std::string& file)
 
 void writePicture(const osg::Image& picture, const std::string& file)
 {
-    const fs::path path(file);
-    fs::path part = path;
-    part.replace_filename(".mvgeo-" + std::to_string(processId()) + path.extension().string());
-    std::error_code error;
-    const bool written = osgDB::writeImageFile(picture, part.string());
-    if (written) fs::rename(part, path, error);
-    if (written && !error) return;
-    std::error_code ignored;
-    fs::remove(part, ignored);
-    throw HostError("Cannot write the picture '" + file + "'" + (error ? ": " + error.message() : "") + ".");
+    // Encoded in memory: the toolkit's file writers either do not notice a full disk or end the process.
+    osgDB::ReaderWriter* writer =
+        osgDB::Registry::instance()->getReaderWriterForExtension(osgDB::getLowerCaseFileExtension(file));
+    std::ostringstream bytes;
+    if (!writer || !writer->writeImage(picture, bytes).success())
+        throw HostError("Cannot encode the picture '" + file + "'.");
+    const WriteResult result = writeWholeFile(bytes.str(), file);
+    if (!result.error.empty()) throw HostError("Cannot write the picture: " + result.error + ".");
 }
 
 void makeFolder(const std::string& folder)

@@ -114,6 +114,7 @@ struct FlightSummary
     double longestFrameSeconds = 0.0;
     std::uint64_t mostTilesHeld = 0;
     std::uint64_t mostTextureBytes = 0;
+    ViewFrame lastFrame;
 
     void add(const FlightRow& row)
     {
@@ -175,6 +176,7 @@ FlightSummary fly(const FlyOptions& options, const OpenModel& open, const Camera
         row.frame = i;
         table.write(row);
         summary.add(row);
+        summary.lastFrame = frame;
         pictures.drawIfDue(i, frame);
         progress.showPart(static_cast<double>(i + 1) / options.frames);
         if (options.rate > 0.0) std::this_thread::sleep_until(frameEnd(start, i, options.rate));
@@ -193,7 +195,9 @@ Json reportOf(const FlyOptions& options, const OpenModel& open, const FlightSumm
                 {"mostTilesHeld", summary.mostTilesHeld},
                 {"mostTextureBytes", summary.mostTextureBytes},
                 {"peakResidentBytes", peakResidentBytes()},
-                {"pictures", pictures}};
+                {"pictures", pictures},
+                {"view", toJson(summary.lastFrame.view)},
+                {"projection", toJson(summary.lastFrame.projection)}};
     report.update(tileReport(*open.model));
     return report;
 }

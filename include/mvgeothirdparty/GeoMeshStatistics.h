@@ -20,7 +20,7 @@ struct GeoMeshStatistics
     std::uint64_t tilesExpired;    ///< tiles dropped from the scene again, in all
     std::uint64_t tilesFailed;     ///< tiles whose last read failed; each counts once however often it is tried
     std::uint64_t tilesHeld;       ///< tiles in the scene now
-    std::uint64_t bytesHeld;       ///< bytes of their vertex and index arrays
+    std::uint64_t bytesHeld;       ///< bytes of their vertex and index arrays, as they were read
 };
 
 constexpr std::uint32_t kGeoMeshStatisticsVersion = 1;

@@ -44,17 +44,18 @@ public:
                               std::vector<KdGePoint3d>* triangle) = 0;
 
     /** One frame: merges loaded tiles, chooses the tiles that the view needs, asks for missing ones, drops old ones and
-     *  tells the receiver. Never waits for a tile; only the
-     *  textures of tiles that are announced again are read here, from their cached files.
+     *  tells the receiver. Never waits for a tile; only the textures of tiles that are announced again are read here,
+     *  from their cached files.
      *  @param frameNumber  the host's; several updates with one number count as one frame for paging
      *  @param model        where the model stands in the world of this view, on top of transform(): a point goes
-     * through transform() first; the identity if transform() says it all
+     *                      through transform() first; the identity if transform() says it all
      *  @param view         world to eye
      *  @param projection   eye to clip space, as OpenGL defines it
      *  @param width,height viewport in pixels
      *  @param extract      not 0: textures and texture coordinates are handed over too
      *  @param reserved     not used
-     *  @return false, and nothing happened, if an argument is missing or the viewport is empty */
+     *  @return false, and nothing happened, if an argument is missing, a matrix has no inverse, or the
+     *          viewport is empty */
     virtual bool update(unsigned int frameNumber, const KdGeMatrix3d* model, const KdGeMatrix3d* view,
                         const KdGeMatrix3d* projection, int width, int height, unsigned char extract, void* reserved,
                         GeoMeshUpdateReceiver* receiver) = 0;

@@ -206,6 +206,7 @@ void MvOsgGeoMesh::removeAllModels()
 {
     _root->removeChildren(0, _root->getNumChildren());
     _extents = KdDbExtents();
+    _readFileCallback->forgetAllFailures(); // whoever loads again wants the files as they are now
     _pager->heldTiles.clear();
     _pager->loadedContentNodes.clear();
     _lastVisible.clear();

@@ -42,6 +42,25 @@ std::vector<KdGePoint3d> cornersOf(const Intersection& hit, const osg::Matrixd& 
     return {};
 }
 
+/** What the query says; false, with a line in the log, if the toolkit throws. */
+template <typename Query>
+bool guarded(Query&& query)
+{
+    try
+    {
+        return query();
+    }
+    catch (const std::exception& error)
+    {
+        MVGEO_LOG(FATAL) << error.what();
+    }
+    catch (...)
+    {
+        MVGEO_LOG(FATAL) << " Unknown Exception caught.";
+    }
+    return false;
+}
+
 } // namespace
 
 std::optional<Intersection> MvOsgGeoMesh::firstHit(const osg::Matrixd& placement, const osg::Vec3d& point)
@@ -68,46 +87,30 @@ std::optional<Intersection> MvOsgGeoMesh::firstHit(const osg::Matrixd& placement
 bool MvOsgGeoMesh::pickPoint(const KdGeMatrix3d* placement, const KdGePoint3d* point, KdGePoint3d* hit)
 {
     if (!placement || !point || !hit) return false;
-    try
-    {
-        const osg::Matrixd toHostFrame = mvgeo::toToolkit(*placement);
-        const auto found = firstHit(toHostFrame, mvgeo::toToolkit(*point));
-        if (!found) return false;
-        *hit = mvgeo::toHost(found->getWorldIntersectPoint() * toHostFrame);
-        return true;
-    }
-    catch (const std::exception& error)
-    {
-        MVGEO_LOG(FATAL) << error.what();
-    }
-    catch (...)
-    {
-        MVGEO_LOG(FATAL) << " Unknown Exception caught.";
-    }
-    return false;
+    return guarded(
+        [&]
+        {
+            const osg::Matrixd toHostFrame = mvgeo::toToolkit(*placement);
+            const auto found = firstHit(toHostFrame, mvgeo::toToolkit(*point));
+            if (!found) return false;
+            *hit = mvgeo::toHost(found->getWorldIntersectPoint() * toHostFrame);
+            return true;
+        });
 }
 
 bool MvOsgGeoMesh::pickTriangle(const KdGeMatrix3d* placement, const KdGePoint3d* point,
                                 std::vector<KdGePoint3d>* triangle)
 {
     if (!placement || !point || !triangle) return false;
-    try
-    {
-        const osg::Matrixd toHostFrame = mvgeo::toToolkit(*placement);
-        const auto found = firstHit(toHostFrame, mvgeo::toToolkit(*point));
-        if (!found) return false;
-        std::vector<KdGePoint3d> corners = cornersOf(*found, toHostFrame);
-        if (corners.empty()) return false;
-        *triangle = std::move(corners);
-        return true;
-    }
-    catch (const std::exception& error)
-    {
-        MVGEO_LOG(FATAL) << error.what();
-    }
-    catch (...)
-    {
-        MVGEO_LOG(FATAL) << " Unknown Exception caught.";
-    }
-    return false;
+    return guarded(
+        [&]
+        {
+            const osg::Matrixd toHostFrame = mvgeo::toToolkit(*placement);
+            const auto found = firstHit(toHostFrame, mvgeo::toToolkit(*point));
+            if (!found) return false;
+            std::vector<KdGePoint3d> corners = cornersOf(*found, toHostFrame);
+            if (corners.empty()) return false;
+            *triangle = std::move(corners);
+            return true;
+        });
 }

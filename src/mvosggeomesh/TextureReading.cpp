@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <exception>
 
 namespace mvgeo
 {
@@ -47,7 +46,7 @@ void readTextures(const std::vector<TextureWorkItem>& items)
         {
             readTexture(items[static_cast<std::size_t>(i)]);
         }
-        catch (const std::exception&)
+        catch (...)
         {
             // An exception must not leave the loop; the texture counts as one that cannot be read.
         }

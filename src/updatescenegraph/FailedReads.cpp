@@ -40,6 +40,12 @@ void FailedReads::noteSuccess(const std::string& fileName)
     _rests.erase(fileName);
 }
 
+void FailedReads::clear()
+{
+    const std::lock_guard<std::mutex> lock(_lock);
+    _rests.clear();
+}
+
 std::size_t FailedReads::count() const
 {
     const std::lock_guard<std::mutex> lock(_lock);

@@ -31,6 +31,8 @@ public:
     bool noteFailure(const std::string& fileName);
     void noteSuccess(const std::string& fileName);
 
+    void clear();
+
     /** Number of files whose last read failed. */
     [[nodiscard]] std::size_t count() const;
 

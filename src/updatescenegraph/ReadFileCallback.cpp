@@ -24,27 +24,6 @@ std::string nameOnThisSystem(const std::string& fileName)
     return osgDB::convertFileNameToUnixStyle(fileName);
 }
 
-/** Reads and checks. A damaged tile can make the toolkit's readers throw, for instance when a length in it is absurd.
- */
-ReadResult readGuarded(const std::string& fileName, const osgDB::Options* options)
-{
-    try
-    {
-        ReadResult result = mvgeo::readTileFile(nameOnThisSystem(fileName), options);
-        if (!result.validNode()) return result;
-        const std::string fault = mvgeo::faultIn(*result.getNode());
-        return fault.empty() ? result : ReadResult(fault);
-    }
-    catch (const std::exception& error)
-    {
-        return ReadResult(std::string(error.what()));
-    }
-    catch (...)
-    {
-        return ReadResult(std::string("unknown exception"));
-    }
-}
-
 } // namespace
 
 ReadFileCallback::ReadFileCallback(std::function<mvgeo::FailedReads::Clock::time_point()> now)
@@ -61,7 +40,7 @@ ReadResult ReadFileCallback::readNode(const std::string& fileName, const osgDB::
     if (options)
         if (const bool* normals = mvgeo::userValue<bool>(*options, mvgeo::keys::normal)) _generateNormals = *normals;
 
-    ReadResult result = readGuarded(fileName, options);
+    ReadResult result = readAndPrepare(fileName, options);
     if (!result.validNode())
     {
         const bool isFirst = _failedReads.noteFailure(fileName);
@@ -69,8 +48,29 @@ ReadResult ReadFileCallback::readNode(const std::string& fileName, const osgDB::
     }
     _failedReads.noteSuccess(fileName);
     ++_loadedCount;
-    prepareTile(*result.getNode(), options);
     return result;
+}
+
+// A damaged tile can make the toolkit throw, for instance when a length in it is absurd.
+ReadResult ReadFileCallback::readAndPrepare(const std::string& fileName, const osgDB::Options* options)
+{
+    try
+    {
+        ReadResult result = mvgeo::readTileFile(nameOnThisSystem(fileName), options);
+        if (!result.validNode()) return result;
+        const std::string fault = mvgeo::faultIn(*result.getNode());
+        if (!fault.empty()) return ReadResult(fault);
+        prepareTile(*result.getNode(), options);
+        return result;
+    }
+    catch (const std::exception& error)
+    {
+        return ReadResult(std::string(error.what()));
+    }
+    catch (...)
+    {
+        return ReadResult(std::string("unknown exception"));
+    }
 }
 
 void ReadFileCallback::prepareTile(osg::Node& tile, const osgDB::Options* options)

@@ -35,6 +35,8 @@ public:
     /** The next read of this file goes to the disk, whatever is remembered of it. */
     void forgetFailure(const std::string& fileName) { _failedReads.noteSuccess(fileName); }
 
+    void forgetAllFailures() { _failedReads.clear(); }
+
     [[nodiscard]] std::uint64_t loadedCount() const { return _loadedCount; }
     [[nodiscard]] std::uint64_t failedCount() const { return _failedReads.count(); }
 
@@ -42,6 +44,8 @@ protected:
     ~ReadFileCallback() override;
 
 private:
+    [[nodiscard]] osgDB::ReaderWriter::ReadResult readAndPrepare(const std::string& fileName,
+                                                                 const osgDB::Options* options);
     void prepareTile(osg::Node& tile, const osgDB::Options* options);
 
     std::atomic<bool> _generateNormals{false};

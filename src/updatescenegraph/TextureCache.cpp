@@ -9,9 +9,11 @@
 #include <osgDB/FileNameUtils>
 #include <osgDB/FileUtils>
 #include <osgDB/Registry>
+#include <osgDB/fstream>
 
 #include <atomic>
 #include <cstdio>
+#include <sstream>
 
 namespace mvgeo
 {
@@ -19,7 +21,7 @@ namespace mvgeo
 namespace
 {
 
-/** A name of its own for every writer, in the same directory and with the same extension, which chooses the writer. */
+/** A name of its own for every writer, in the same directory. */
 std::string temporaryName(const std::string& directory, const std::string& name)
 {
     static std::atomic<unsigned int> counter{0};
@@ -27,15 +29,29 @@ std::string temporaryName(const std::string& directory, const std::string& name)
            name;
 }
 
+/** The image in the format that the name's extension stands for; empty if there is no writer for it. In memory, because
+ *  one of the toolkit's writers ends the process when the disk is full, and another does not notice. */
+std::string encoded(const osg::Image& image, const std::string& name)
+{
+    osgDB::Registry* registry = osgDB::Registry::instance();
+    osgDB::ReaderWriter* writer = registry->getReaderWriterForExtension(osgDB::getLowerCaseFileExtension(name));
+    std::ostringstream bytes;
+    if (!writer || !writer->writeImage(image, bytes, registry->getOptions()).success()) return {};
+    return bytes.str();
+}
+
 void writeOnce(const osg::Image& image, const std::string& directory, const std::string& name)
 {
     const std::string path = directory + '/' + name;
     if (!image.data() || osgDB::fileExists(path) || !osgDB::fileExists(directory)) return;
+    const std::string bytes = encoded(image, name);
+    if (bytes.empty()) return;
 
     const std::string temporary = temporaryName(directory, name);
-    osgDB::Registry* registry = osgDB::Registry::instance();
-    const bool written = registry->writeImage(image, temporary, registry->getOptions()).success();
-    if (!written || std::rename(temporary.c_str(), path.c_str()) != 0) std::remove(temporary.c_str());
+    osgDB::ofstream file(temporary.c_str(), std::ios::out | std::ios::binary);
+    file << bytes;
+    file.close();
+    if (!file || std::rename(temporary.c_str(), path.c_str()) != 0) std::remove(temporary.c_str());
 }
 
 void cacheTexture(osg::Texture2D& texture, const std::string& directory)

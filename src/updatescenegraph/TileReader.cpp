@@ -74,6 +74,7 @@ bool isCompressed(std::istream& file)
 ReadResult readBinary(osgDB::ReaderWriter& reader, const std::string& path, const osgDB::Options* options)
 {
     osgDB::ifstream file(path.c_str(), std::ios::in | std::ios::binary);
+    if (!file.is_open()) return ReadResult(std::string("the file cannot be opened"));
     // Expanding takes blocks and so reads behind the end of a whole file too; what it expands it checks by itself.
     const bool mayOverrun = isCompressed(file);
     const osg::ref_ptr<osgDB::Options> local = options ? options->cloneOptions() : new osgDB::Options;
@@ -92,7 +93,8 @@ ReadResult readBinary(osgDB::ReaderWriter& reader, const std::string& path, cons
 ReadResult readTileFile(const std::string& fileName, const osgDB::Options* options)
 {
     osgDB::Registry* registry = osgDB::Registry::instance();
-    if (osgDB::getLowerCaseFileExtension(fileName) == "osgb")
+    const bool mayBeCached = options && (options->getObjectCacheHint() & osgDB::Options::CACHE_NODES) != 0;
+    if (!mayBeCached && osgDB::getLowerCaseFileExtension(fileName) == "osgb")
     {
         const std::string path = osgDB::findDataFile(fileName, options);
         osgDB::ReaderWriter* reader = registry->getReaderWriterForExtension("osgb");

@@ -199,6 +199,23 @@ TEST_F(Paging, SwitchingNormalsOffLeavesTheOldOnesAndMakesNoNewOnes)
         EXPECT_EQ(mesh->normals.size(), mesh->vertices[2] == 0.0F ? 12U : 0U); // the root lies at z = 0
 }
 
+TEST_F(Paging, ReadsAFailedTileAtOnceAfterAReload)
+{
+    const TilePyramid data = pyramid();
+    fs::rename(data.file("_L2_3"), folder / "away");
+    driver.add(data.rootFile());
+    driver.view = fromAbove();
+    ASSERT_TRUE(driver.converge());
+    ASSERT_EQ(driver.statistics().tilesFailed, 1U);
+
+    fs::rename(folder / "away", data.file("_L2_3"));
+    model().reload();
+    receiver().forget();
+    ASSERT_TRUE(driver.converge());
+    EXPECT_EQ(driver.statistics().tilesFailed, 0U);
+    EXPECT_THAT(receiver().visible, Contains(id("Tile_0_L2_3.osgb_0")));
+}
+
 TEST_F(Paging, KeepsTheParentOfAMissingChildAndSaysSoOnce)
 {
     const TilePyramid data = pyramid();

@@ -4,7 +4,10 @@
 
 #include <osgDB/WriteFile>
 
+#include <csignal>
 #include <filesystem>
+
+#include <sys/resource.h>
 
 namespace fs = std::filesystem;
 
@@ -198,8 +201,55 @@ TEST_F(Textures, SurviveACacheThatCannotBeWritten)
     EXPECT_EQ(readFile(directory), "in the way");
 }
 
-// Each cached name is a link to a device that is always full.
-TEST_F(Textures, SurviveAFullDisk)
+// A full disk as far as this process is concerned: no file may grow beyond 20 bytes. The toolkit's JPEG writer would
+// end the process here, and its PNG writer would leave a cut file.
+class SmallFilesOnly
+{
+public:
+    SmallFilesOnly()
+    {
+        _before = std::signal(SIGXFSZ, SIG_IGN); // so that the write fails instead
+        getrlimit(RLIMIT_FSIZE, &_limit);
+        rlimit small = _limit;
+        small.rlim_cur = 20;
+        setrlimit(RLIMIT_FSIZE, &small);
+    }
+    ~SmallFilesOnly()
+    {
+        setrlimit(RLIMIT_FSIZE, &_limit);
+        std::signal(SIGXFSZ, _before);
+    }
+    SmallFilesOnly(const SmallFilesOnly&) = delete;
+    SmallFilesOnly& operator=(const SmallFilesOnly&) = delete;
+
+private:
+    rlimit _limit{};
+    void (*_before)(int) = nullptr;
+};
+
+TEST_F(Textures, SurviveADiskThatIsFullAndLeaveNoCutFile)
+{
+    for (const TilePyramidOptions::Textures kind :
+         {TilePyramidOptions::Textures::Embedded, TilePyramidOptions::Textures::Unnamed})
+    {
+        TilePyramidOptions options{2};
+        options.textures = kind;
+        const TilePyramid data = pyramid(options, "full" + std::to_string(static_cast<int>(kind)));
+        ModelDriver one;
+        std::string directory;
+        one.model().makeCacheDirectory(data.rootFile(), directory);
+        {
+            const SmallFilesOnly disk;
+            ASSERT_EQ(one.add(data.rootFile()), 0);
+            one.view = fromAbove();
+            ASSERT_TRUE(one.converge());
+        }
+        EXPECT_TRUE(fs::is_empty(directory));
+        EXPECT_EQ(one.receiver.meshes().size(), 5U);
+    }
+}
+
+TEST_F(Textures, SurviveACacheFolderThatIsADevice)
 {
     if (!fs::exists("/dev/full")) GTEST_SKIP() << "no device that is always full";
     const TilePyramid data = pyramid({2});

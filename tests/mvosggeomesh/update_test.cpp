@@ -185,14 +185,6 @@ TEST_F(Update, KeepsItsTilesWhenAContainerIsRefused)
     expectCleanContract();
 }
 
-TEST_F(Update, LeavesEveryNodeValid)
-{
-    driver.add(pyramid().rootFile());
-    driver.view = fromAbove();
-    ASSERT_TRUE(driver.converge());
-    EXPECT_EQ(mvgeo::userValue<bool>(*model().root().getChild(0), "valid"), nullptr);
-}
-
 TEST_F(Update, WarnsOfATileWithoutIdentityAndSkipsIt)
 {
     driver.add(pyramid({1}).rootFile());

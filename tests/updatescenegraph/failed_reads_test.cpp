@@ -72,4 +72,13 @@ TEST_F(FailedReadsTest, SuccessForgetsEverything)
     EXPECT_FALSE(reads.isResting("a.osgb")) << "one second again";
 }
 
+TEST_F(FailedReadsTest, ClearForgetsEveryFile)
+{
+    reads.noteFailure("a.osgb");
+    reads.noteFailure("b.osgb");
+    reads.clear();
+    EXPECT_FALSE(reads.isResting("a.osgb"));
+    EXPECT_EQ(reads.count(), 0U);
+}
+
 } // namespace
