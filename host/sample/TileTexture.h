@@ -15,7 +15,7 @@ class TileTexture
 {
 public:
     TileTexture(const CityLayout& city, const CityLight& light, const Noise& noise)
-        : _city(city), _light(light), _ground(city.plan(), noise), _buildings(noise), _noise(noise)
+        : _city(city), _light(light), _ground(city.plan(), noise), _buildings(noise)
     {
     }
 
@@ -34,7 +34,6 @@ private:
     const CityLight& _light;
     GroundColour _ground;
     BuildingColour _buildings;
-    const Noise& _noise;
 };
 
 } // namespace mvgeo::host

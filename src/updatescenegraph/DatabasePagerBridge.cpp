@@ -66,8 +66,10 @@ DatabasePagerBridge::DatabasePagerBridge(int modelSerial)
 
 DatabasePagerBridge::~DatabasePagerBridge()
 {
-    // The database thread calls refreshCallback: it must have ended before our members go.
-    cancel();
+    // The database thread calls refreshCallback: it must have ended before our members go. The pager's own cancel() does
+    // not join a thread that ends quickly, and so would leave its stack behind.
+    for (const osg::ref_ptr<DatabaseThread>& thread : _databaseThreads)
+        thread->cancel();
 }
 
 bool DatabasePagerBridge::mustCallHost(std::size_t waiting) const

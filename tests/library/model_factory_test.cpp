@@ -55,7 +55,8 @@ TEST(ModelFactory, BuildsATiledModel)
     const LogRecorder log;
     const Model model(createTiledModel(noRefresh, kTiledModel));
     ASSERT_TRUE(model);
-    EXPECT_EQ(typeid(*model), typeid(MvOsgGeoMesh));
+    const MvGeoMesh& made = *model;
+    EXPECT_EQ(typeid(made), typeid(MvOsgGeoMesh));
 }
 
 TEST(ModelFactory, BuildsNothingOfAnUnknownType)
