@@ -122,7 +122,7 @@ CameraPath overviewAndLowPass(const ViewCamera& camera, const osg::BoundingBoxd&
         return CameraKey{eye, target};
     };
     const CameraKey above{overview.eye, overview.target};
-    return CameraPath({above, low(-1.0), low(-0.5), low(0.0), low(0.5), low(0.9), above});
+    return CameraPath({above, low(-1.0), low(-0.5), low(0.0), low(0.5), above});
 }
 
 CameraPath readCameraPath(const std::string& file)
