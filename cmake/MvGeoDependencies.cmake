@@ -2,6 +2,7 @@
 
 find_package(Threads REQUIRED)
 find_package(OpenMP REQUIRED COMPONENTS CXX)
+find_package(GDAL 3.4 REQUIRED)
 if(NOT WIN32)
     find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 endif()

@@ -21,9 +21,12 @@ struct GeoMeshStatistics
     std::uint64_t tilesFailed;     ///< tiles whose last read failed; each counts once however often it is tried
     std::uint64_t tilesHeld;       ///< tiles in the scene now
     std::uint64_t bytesHeld;       ///< bytes of their vertex and index arrays, as they were read
+    // Since version 2:
+    std::uint64_t tilesBuilt;      ///< terrain tiles made from the rasters, in all
+    std::uint64_t tilesFromCache;  ///< terrain tiles read back from the disk cache, in all
 };
 
-constexpr std::uint32_t kGeoMeshStatisticsVersion = 1;
+constexpr std::uint32_t kGeoMeshStatisticsVersion = 2;
 
 /** Fills `statistics`. False, with nothing written, for null arguments, a version that this library does not know, or a
  *  model of another library. After an update(), mergesWaiting above 0 means that another one is due, and idle that the

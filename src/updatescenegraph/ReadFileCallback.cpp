@@ -3,8 +3,8 @@
 #include "support/UserValues.h"
 #include "updatescenegraph/SetReadFileCallbackVisitor.h"
 #include "updatescenegraph/TextureCache.h"
-#include "updatescenegraph/TileCheck.h"
-#include "updatescenegraph/TileReader.h"
+#include "support/TileCheck.h"
+#include "support/TileReader.h"
 
 #include <osgDB/FileNameUtils>
 #include <osgDB/FileUtils>

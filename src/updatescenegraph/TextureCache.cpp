@@ -1,6 +1,6 @@
 #include "updatescenegraph/TextureCache.h"
 
-#include "platform/Environment.h"
+#include "support/FileReplacement.h"
 #include "support/ImageDigest.h"
 #include "support/UserValues.h"
 #include "support/VisitorGeometry.h"
@@ -9,10 +9,7 @@
 #include <osgDB/FileNameUtils>
 #include <osgDB/FileUtils>
 #include <osgDB/Registry>
-#include <osgDB/fstream>
 
-#include <atomic>
-#include <cstdio>
 #include <sstream>
 
 namespace mvgeo
@@ -20,14 +17,6 @@ namespace mvgeo
 
 namespace
 {
-
-/** A name of its own for every writer, in the same directory. */
-std::string temporaryName(const std::string& directory, const std::string& name)
-{
-    static std::atomic<unsigned int> counter{0};
-    return directory + "/~" + std::to_string(platform::currentProcessId()) + '_' + std::to_string(counter++) + '_' +
-           name;
-}
 
 /** The image in the format that the name's extension stands for; empty if there is no writer for it. In memory, because
  *  one of the toolkit's writers ends the process when the disk is full, and another does not notice. */
@@ -47,11 +36,7 @@ void writeOnce(const osg::Image& image, const std::string& directory, const std:
     const std::string bytes = encoded(image, name);
     if (bytes.empty()) return;
 
-    const std::string temporary = temporaryName(directory, name);
-    osgDB::ofstream file(temporary.c_str(), std::ios::out | std::ios::binary);
-    file << bytes;
-    file.close();
-    if (!file || std::rename(temporary.c_str(), path.c_str()) != 0) std::remove(temporary.c_str());
+    replaceFile(directory, name, bytes.data(), bytes.size());
 }
 
 void cacheTexture(osg::Texture2D& texture, const std::string& directory)

@@ -1,4 +1,4 @@
-#include "updatescenegraph/TileCheck.h"
+#include "support/TileCheck.h"
 
 #include <osg/Geode>
 #include <osg/Geometry>

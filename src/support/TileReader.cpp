@@ -1,4 +1,4 @@
-#include "updatescenegraph/TileReader.h"
+#include "support/TileReader.h"
 
 #include <osgDB/FileNameUtils>
 #include <osgDB/FileUtils>

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "mvgdaldatasetmanager/OrthoLayout.h"
+
+#include <KdString.h>
+
+#include <osg/Referenced>
+
+#include <array>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+
+class GDALDataset;
+
+/** One raster file: its georeferencing and size, read once, and one dataset handle for each thread that reads it.
+ *
+ *  open() comes first and is called once, before the header is shared; everything else may then be called from any
+ *  thread. A handle is never used by two threads: each asks for its own, by its number. Handles belong to the header;
+ *  they live until closeThreadDataset() or until the header goes.
+ *
+ *  Frame: the raster's own coordinate system and unit. The geotransform refers to pixel edges: (originX, originY) is the
+ *  outer corner of the north-western pixel.
+ */
+class ImageHeader : public osg::Referenced
+{
+public:
+    ImageHeader();
+
+    /** Opens the raster read-only for the calling thread and reads what describes it. False if it cannot be opened or if
+     *  its georeferencing cannot be used: none at all, rotated, or rows that run north (said once, with the reason). */
+    [[nodiscard]] bool open(const KdString& path);
+
+    /** The calling thread's own handle, opened on first use; null if the raster cannot be opened (any more). */
+    [[nodiscard]] GDALDataset* getDataset();
+    /** The handle of the thread with this number (OpenThreads::Thread::CurrentThreadId()), opened on first use; null as
+     *  above. Only that thread may use it. */
+    [[nodiscard]] GDALDataset* getDataset(std::uint64_t threadId);
+    /** Closes what that thread had opened. Nothing of that thread may be reading. */
+    void closeThreadDataset(std::uint64_t threadId);
+
+    [[nodiscard]] const std::array<double, 6>& geoTransform() const { return _geoTransform; }
+    [[nodiscard]] double originX() const { return _geoTransform[0]; }
+    [[nodiscard]] double pixelWidth() const { return _geoTransform[1]; }
+    [[nodiscard]] double originY() const { return _geoTransform[3]; }
+    /** Negative: rows run south. */
+    [[nodiscard]] double pixelHeight() const { return _geoTransform[5]; }
+    [[nodiscard]] int width() const { return _width; }
+    [[nodiscard]] int height() const { return _height; }
+    /** Of band 1, as the band reports it, also where the file declares none. */
+    [[nodiscard]] float noData() const { return _noData; }
+    [[nodiscard]] const KdString& path() const { return _path; }
+
+    /** Tells one content of the file from another: made of the sizes and modification times of the raster's files when
+     *  it was opened. Equal in every process that opens the unchanged raster. */
+    [[nodiscard]] const std::string& stamp() const { return _stamp; }
+
+    /** How the raster's bands become red, green and blue; worked out on first use, with this thread's own handle. */
+    [[nodiscard]] const OrthoLayout& orthoLayout(GDALDataset& dataset) const;
+
+protected:
+    ~ImageHeader() override;
+
+private:
+    std::array<double, 6> _geoTransform{};
+    float _noData = 0.0F;
+    int _width = 0;
+    int _height = 0;
+    KdString _path;
+    std::string _stamp;
+    mutable std::once_flag _layoutOnce;
+    mutable OrthoLayout _layout;                                   // set under _layoutOnce
+    mutable std::mutex _datasetsLock;                              // never held while a raster is being opened
+    std::unordered_map<std::uint64_t, GDALDataset*> _datasetsByThread; // guarded by _datasetsLock
+};

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "mvgdaldatasetmanager/ImageHeader.h"
+
+#include <OpenThreads/Mutex>
+#include <OpenThreads/ReadWriteMutex>
+
+#include <osg/Referenced>
+#include <osg/ref_ptr>
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+/** The rasters of all terrain models of the process, each opened once a path and shared by its key.
+ *
+ *  A key is the decimal path hash of the raster's path (mvgeo::pathHashText). Thread: any. Lock order: a map's lock, then
+ *  a header's; fileLock is never held together with another.
+ */
+class MvGdalDataSetManager : public osg::Referenced
+{
+public:
+    /** The only one; lives as long as the process. */
+    [[nodiscard]] static MvGdalDataSetManager* instance();
+
+    [[nodiscard]] osg::ref_ptr<ImageHeader> findDomHeader(const std::string& key) const;
+    [[nodiscard]] osg::ref_ptr<ImageHeader> findDemHeader(const std::string& key) const;
+
+    /** False for null, and with a warning for a key that is there already, whose header stays. */
+    bool insertDomHeader(const std::string& key, osg::ref_ptr<ImageHeader> header);
+    bool insertDemHeader(const std::string& key, osg::ref_ptr<ImageHeader> header);
+
+    /** Forgets the headers that nobody else holds, and so closes their datasets. */
+    void purgeUnused();
+
+    /** Closes every dataset that this thread had opened. It must read no more. */
+    void closeThreadDatasets(std::uint64_t threadId);
+
+    /** Serialises reading and writing of cached tile files. */
+    OpenThreads::Mutex fileLock;
+
+protected:
+    MvGdalDataSetManager();
+    ~MvGdalDataSetManager() override;
+
+private:
+    using HeaderMap = std::map<std::string, osg::ref_ptr<ImageHeader>>;
+
+    mutable OpenThreads::ReadWriteMutex _domLock;
+    mutable OpenThreads::ReadWriteMutex _demLock;
+    HeaderMap _domHeaders; // guarded by _domLock
+    HeaderMap _demHeaders; // guarded by _demLock
+};

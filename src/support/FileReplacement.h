@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace mvgeo
+{
+
+/** Writes a whole file under a temporary name in the same folder and then gives it its name, so that no other thread or
+ *  process ever reads a part of it; an existing file is replaced. False if it cannot be written (no such folder, no
+ *  permission, no room); the temporary file is then gone and an existing file left as it was. Thread: any. */
+bool replaceFile(const std::string& directory, const std::string& name, const char* bytes, std::size_t size);
+
+} // namespace mvgeo
