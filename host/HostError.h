@@ -21,4 +21,5 @@ private:
 };
 
 constexpr int kExitNoDisplay = 2;
+constexpr int kExitInterrupted = 130; // as shells number it
 } // namespace mvgeo::host

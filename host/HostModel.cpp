@@ -12,15 +12,32 @@ namespace
 // A read that fails wakes nobody, so the statistics are looked at this often in any case.
 constexpr std::chrono::milliseconds kLookInterval(2);
 constexpr std::chrono::milliseconds kProgressInterval(100);
+
+/** Has tiles already, wants none, and draws none. */
+class NoTiles : public GeoMeshUpdateReceiver
+{
+public:
+    bool hasTiles() override { return true; }
+    GeoMeshTileContainer* beginTile(const std::string&) override { return nullptr; }
+    void removeTiles(const std::vector<std::string>&) override {}
+    void visibleTiles(const std::vector<std::string>&) override {}
+};
 } // namespace
 
-HostModel::HostModel()
-    : HostModel([](std::function<bool()> wake) { return createTiledModel(std::move(wake), kTiledModel); },
-                getGeoMeshStatistics)
+HostModel::HostModel(ModelType type)
+    : HostModel(
+          type, [type](std::function<bool()> wake) { return createTiledModel(std::move(wake), type); },
+          getGeoMeshStatistics)
 {
 }
 
-HostModel::HostModel(const Factory& factory, StatisticsReader statistics) : _readStatistics(std::move(statistics))
+HostModel::HostModel(const Factory& factory, StatisticsReader statistics)
+    : HostModel(kTiledModel, factory, std::move(statistics))
+{
+}
+
+HostModel::HostModel(ModelType type, const Factory& factory, StatisticsReader statistics)
+    : _type(type), _readStatistics(std::move(statistics))
 {
     _model.reset(factory(
         [this]
@@ -32,7 +49,8 @@ HostModel::HostModel(const Factory& factory, StatisticsReader statistics) : _rea
             _wake.notify_one();
             return true;
         }));
-    if (!_model) throw HostError("The library made no tiled model.");
+    if (!_model)
+        throw HostError(std::string("The library made no ") + (type == kTerrainModel ? "terrain." : "tiled model."));
 }
 
 HostModel::~HostModel() = default;
@@ -52,10 +70,16 @@ void HostModel::updateOnce(const ViewFrame& frame)
     const KdGeMatrix3d& placement = KdGeMatrix3d::kIdentity; // the model's own transform() says it all
     const KdGeMatrix3d view = toHostMatrix(frame.view);
     const KdGeMatrix3d projection = toHostMatrix(frame.projection);
-    _tiles.beginUpdate();
-    if (!_model->update(_frameNumber++, &placement, &view, &projection, frame.width, frame.height, 1, nullptr, &_tiles))
+    const bool takes = _taking != Taking::Nothing;
+    const unsigned char textures = _taking == Taking::Textured ? 1 : 0;
+    NoTiles none;
+    GeoMeshUpdateReceiver* receiver = &none;
+    if (takes) receiver = &_tiles;
+    if (takes) _tiles.beginUpdate();
+    if (!_model->update(_frameNumber++, &placement, &view, &projection, frame.width, frame.height, textures, nullptr,
+                        receiver))
         throw HostError("The library refused to update the model.");
-    _tiles.endUpdate();
+    if (takes) _tiles.endUpdate();
 }
 
 bool HostModel::converge(const ViewFrame& frame, Clock::time_point deadline, const ProgressCallback& progress)
@@ -65,6 +89,7 @@ bool HostModel::converge(const ViewFrame& frame, Clock::time_point deadline, con
         updateOnce(frame);
         GeoMeshStatistics now{};
         if (!waitForTiles(deadline, progress, now)) return false;
+        tellProgress(progress, now);
         // Nothing came of this update's requests: the next update would ask for the same and show the same.
         if (now.idle != 0 && now.mergesWaiting == 0) return true;
         if (Clock::now() >= deadline) return false;
@@ -82,16 +107,19 @@ bool HostModel::waitForTiles(Clock::time_point deadline, const ProgressCallback&
 
         statistics = this->statistics();
         if (statistics.idle != 0 || statistics.mergesWaiting > 0) return true;
-        const Clock::time_point now = Clock::now();
-        if (now >= deadline) return false;
-        if (progress && now - _lastProgress >= kProgressInterval)
-        {
-            _lastProgress = now;
-            progress(statistics);
-        }
+        if (Clock::now() >= deadline) return false;
+        tellProgress(progress, statistics);
         guard.lock();
         _wake.wait_for(guard, kLookInterval, [this] { return _tilesArrived; });
     }
+}
+
+void HostModel::tellProgress(const ProgressCallback& progress, const GeoMeshStatistics& statistics)
+{
+    const Clock::time_point now = Clock::now();
+    if (!progress || now - _lastProgress < kProgressInterval) return;
+    _lastProgress = now;
+    progress(statistics);
 }
 
 GeoMeshStatistics HostModel::statistics() const

@@ -5,6 +5,7 @@
 #include "ViewCamera.h"
 
 #include <mvgeothirdparty/GeoMeshStatistics.h>
+#include <mvgeothirdparty/ModelType.h>
 #include <mvgeothirdparty/MvGeoMesh.h>
 
 #include <osg/BoundingBox>
@@ -34,8 +35,16 @@ public:
     using Clock = std::chrono::steady_clock;
     using ProgressCallback = std::function<void(const GeoMeshStatistics&)>;
 
-    /** The library's tiled model; throws HostError if there is none. */
-    HostModel();
+    /** What the host takes of the tiles that the library loads. */
+    enum class Taking
+    {
+        Textured,
+        Untextured,
+        Nothing ///< they are loaded all the same, which fills the library's caches
+    };
+
+    /** The library's model of this type; throws HostError if there is none. */
+    explicit HostModel(ModelType type = kTiledModel);
     /** For tests: a model from elsewhere, with its statistics. */
     HostModel(const Factory& factory, StatisticsReader statistics);
     ~HostModel();
@@ -44,6 +53,9 @@ public:
 
     /** False if the file cannot be read as a model. */
     [[nodiscard]] bool addFile(const std::string& path);
+    /** Before the first update. */
+    void setTaking(Taking taking) { _taking = taking; }
+    [[nodiscard]] ModelType type() const { return _type; }
     void setGenerateNormals(bool on) { _model->setGenerateNormals(on); }
     [[nodiscard]] osg::BoundingBoxd extents() const;
 
@@ -51,7 +63,7 @@ public:
     void updateOnce(const ViewFrame& frame);
 
     /** Updates until another update with the same view would change nothing. False if `deadline` came first.
-     *  @param progress  may be empty; called at most about ten times a second */
+     *  @param progress  may be empty; called at most about ten times a second; what it throws comes out here */
     [[nodiscard]] bool converge(const ViewFrame& frame, Clock::time_point deadline, const ProgressCallback& progress);
 
     [[nodiscard]] GeoMeshStatistics statistics() const;
@@ -64,6 +76,10 @@ public:
     [[nodiscard]] std::vector<osg::Vec3d> pickTriangle(const osg::Vec3d& point);
 
 private:
+    HostModel(ModelType type, const Factory& factory, StatisticsReader statistics);
+
+    void tellProgress(const ProgressCallback& progress, const GeoMeshStatistics& statistics);
+
     /** Waits until loaded tiles can be merged or nothing is under way. False if `deadline` came first. */
     bool waitForTiles(Clock::time_point deadline, const ProgressCallback& progress, GeoMeshStatistics& statistics);
 
@@ -71,6 +87,8 @@ private:
     std::condition_variable _wake;
     bool _tilesArrived = false; // guarded by _wakeLock
 
+    ModelType _type;
+    Taking _taking = Taking::Textured;
     HostTileStore _tiles;
     StatisticsReader _readStatistics;
     unsigned int _frameNumber = 0;

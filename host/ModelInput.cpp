@@ -67,15 +67,33 @@ ModelInput resolveFolder(fs::path folder, const std::string& given)
     {
         std::vector<std::string> files = rootTilesIn(place);
         if (!files.empty())
-            return {InputKind::RootTileFolder, given, place.string(), std::move(files), findMetadata(place)};
+            return {InputKind::RootTileFolder, given, place.string(), std::move(files), findMetadata(place), {}};
     }
     std::error_code ignored;
     const fs::path name = fs::canonical(folder, ignored).filename();
     const fs::path ownRoot = folder / (name.string() + ".osgb");
     if (!fs::is_regular_file(ownRoot, ignored)) failForFolder(folder, given);
-    return {InputKind::RootTile, given, folder.string(), {ownRoot.string()}, findMetadata(folder / "..")};
+    return {InputKind::RootTile, given, folder.string(), {ownRoot.string()}, findMetadata(folder / ".."), {}};
+}
+
+ModelInput loneRaster(const std::string& path)
+{
+    const std::optional<RasterRole> role = guessRole(path);
+    if (!role) throw HostError("'" + path + "' is neither a folder nor an .osgb file nor a raster that GDAL can read.");
+    ModelInput input = terrainInput(*role == RasterRole::Dom ? TerrainPaths{path, {}} : TerrainPaths{{}, path});
+    input.given = path;
+    return input;
 }
 } // namespace
+
+ModelInput terrainInput(const TerrainPaths& paths)
+{
+    ModelInput input;
+    input.kind = InputKind::Terrain;
+    input.given = paths.dom + "?" + paths.dem;
+    input.terrain = paths;
+    return input;
+}
 
 ModelInput resolveModelInput(const std::string& path)
 {
@@ -85,15 +103,16 @@ ModelInput resolveModelInput(const std::string& path)
     const fs::file_status status = fs::status(place, error);
     if (!fs::exists(status))
     {
+        if (const std::optional<TerrainPaths> paths = splitTerrainPath(path)) return terrainInput(*paths);
+        if (path.rfind("/vsi", 0) == 0) return loneRaster(path); // GDAL's own file systems
         if (status.type() != fs::file_type::not_found)
             throw HostError("Cannot look at '" + path + "': " + error.message() + ".");
         throw HostError("There is no file or folder '" + path + "'.");
     }
     if (fs::is_directory(status)) return resolveFolder(place, path);
-    if (!fs::is_regular_file(status) || !hasTileExtension(place))
-        throw HostError("'" + path + "' is neither a folder nor an .osgb file.");
+    if (!fs::is_regular_file(status) || !hasTileExtension(place)) return loneRaster(path);
     const fs::path folder = place.has_parent_path() ? place.parent_path() : fs::path(".");
-    return {InputKind::SingleFile, path, folder.string(), {path}, findMetadata(folder)};
+    return {InputKind::SingleFile, path, folder.string(), {path}, findMetadata(folder), {}};
 }
 
 const char* describe(InputKind kind)
@@ -106,6 +125,8 @@ const char* describe(InputKind kind)
         return "folder of one root tile";
     case InputKind::SingleFile:
         return "single .osgb file";
+    case InputKind::Terrain:
+        return "terrain";
     }
     return "";
 }
@@ -121,6 +142,12 @@ FileTotals countTileFiles(const ModelInput& input)
         ++totals.files;
         totals.bytes += size;
     };
+    if (input.terrain)
+    {
+        for (const std::string& raster : {input.terrain->dom, input.terrain->dem})
+            if (!raster.empty()) add(raster);
+        return totals;
+    }
     if (input.kind == InputKind::SingleFile)
     {
         add(input.rootFiles.front());

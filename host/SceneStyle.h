@@ -3,6 +3,7 @@
 #include <osg/Group>
 #include <osg/StateSet>
 #include <osg/Texture2D>
+#include <osg/Vec2f>
 #include <osg/Vec3f>
 
 #include <optional>
@@ -13,6 +14,15 @@ namespace mvgeo::host
  *  its normals or, without any, by the facets' own. */
 void styleMesh(osg::StateSet& state, osg::Texture2D* texture, bool hasNormals);
 
-/** The whole picture: `tiles` before a sky that fades towards the horizon, or before one colour. */
-osg::ref_ptr<osg::Group> makePictureScene(osg::Group& tiles, const std::optional<osg::Vec3f>& background);
+/** A terrain is lit by a sun that stands in the south-west, gently where a photograph covers it, which has its own
+ * light and shade; without one it is coloured by height, from green valleys to white peaks. */
+struct TerrainLook
+{
+    osg::Vec2f heightRange; ///< lowest and highest place, metres
+};
+
+/** The whole picture: `tiles` before a sky that fades towards the horizon, or before one colour.
+ *  @param terrain  empty if the tiles are photographed meshes */
+osg::ref_ptr<osg::Group> makePictureScene(osg::Group& tiles, const std::optional<osg::Vec3f>& background,
+                                          const std::optional<TerrainLook>& terrain = std::nullopt);
 } // namespace mvgeo::host

@@ -39,12 +39,13 @@ void TerminalProgress::showText(const std::string& text)
     std::fflush(stderr);
 }
 
-void TerminalProgress::showPart(double part)
+void TerminalProgress::showPart(double part, const std::string& note)
 {
     constexpr int kBarLength = 40;
     const int filled = static_cast<int>(std::lround(std::clamp(part, 0.0, 1.0) * kBarLength));
     const int percent = static_cast<int>(std::clamp(part, 0.0, 1.0) * 100.0);
     showText("[" + std::string(static_cast<std::size_t>(filled), '=') +
-             std::string(static_cast<std::size_t>(kBarLength - filled), ' ') + "] " + std::to_string(percent) + " %");
+             std::string(static_cast<std::size_t>(kBarLength - filled), ' ') + "] " + std::to_string(percent) + " %" +
+             (note.empty() ? "" : ", " + note));
 }
 } // namespace mvgeo::host

@@ -15,8 +15,9 @@ public:
     TerminalProgress& operator=(const TerminalProgress&) = delete;
 
     void showText(const std::string& text);
-    /** @param part  0 to 1, as a bar */
-    void showPart(double part);
+    /** @param part  0 to 1, as a bar
+     *  @param note  what stands behind it */
+    void showPart(double part, const std::string& note = {});
 
 private:
     std::string _label;

@@ -47,7 +47,7 @@ int run(CLI::App& app, int argumentCount, char** arguments, int& status)
 
 int main(int argumentCount, char** arguments)
 {
-    CLI::App app("Streams oblique-photography models and draws them.", "mvgeo");
+    CLI::App app("Streams oblique-photography models and terrains, and draws them.", "mvgeo");
     app.require_subcommand(0, 1); // none is our own sentence, and an unknown one is named in the parser's
     app.get_formatter()->column_width(34);
     int status = EXIT_FAILURE;
@@ -57,6 +57,7 @@ int main(int argumentCount, char** arguments)
     mvgeo::host::addFlyCommand(app, status);
     mvgeo::host::addViewCommand(app, status);
     mvgeo::host::addPickCommand(app, status);
+    mvgeo::host::addPrebuildCommand(app, status);
     status = run(app, argumentCount, arguments, status);
     std::cout.flush();
     return std::cout ? status : fail("Cannot write to standard output.", EXIT_FAILURE);

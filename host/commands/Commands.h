@@ -9,6 +9,7 @@ namespace mvgeo::host
 void addFlyCommand(CLI::App& app, int& status);
 void addInfoCommand(CLI::App& app, int& status);
 void addPickCommand(CLI::App& app, int& status);
+void addPrebuildCommand(CLI::App& app, int& status);
 void addRenderCommand(CLI::App& app, int& status);
 void addSampleCommand(CLI::App& app, int& status);
 void addViewCommand(CLI::App& app, int& status);

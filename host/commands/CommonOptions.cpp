@@ -7,6 +7,7 @@
 
 #include <KdEdVariables.h>
 
+#include <algorithm>
 #include <iostream>
 #include <tuple>
 
@@ -36,13 +37,38 @@ void useLogFolder(const std::string& folder)
     makeFolder(folder + "/GeoCache");
     kdedSetVar(KdString("LOGFILEPATH").kwszPtr(), KdString((folder + "/").c_str()).kwszPtr());
 }
+
+void addTerrain(OpenModel& open)
+{
+    // Without a DOM the library's textures are black.
+    if (!open.terrain->dom) open.model->setTaking(HostModel::Taking::Untextured);
+    if (open.model->addFile(open.terrain->modelPath())) return;
+    throw HostError("The library cannot make a terrain of '" + open.input.given + "'; its log tells why.");
+}
+
+/** Where a DEM has no data the library puts the ground at 0, which may be far below all of it. */
+void lookAtTerrain(OpenModel& open)
+{
+    const osg::BoundingBoxd& box = open.extents;
+    const auto [lowest, highest] = open.terrain->heightRange().value_or(std::make_pair(box.zMin(), box.zMax()));
+    open.look = TerrainLook{osg::Vec2f(static_cast<float>(lowest), static_cast<float>(highest))};
+    open.sight.zMin() = std::max(box.zMin(), std::min(lowest, box.zMax()));
+    open.sight.zMax() = std::max(open.sight.zMin(), std::min(highest, box.zMax()));
+}
 } // namespace
 
 void addModelOptions(CLI::App& command, ModelOptions& options)
 {
-    command
-        .add_option("MODEL", options.model, "folder of root tiles (or the folder above its 'Data'), or an .osgb file")
-        ->required();
+    command.add_option(
+        "MODEL", options.model,
+        "folder of root tiles (or the folder above its 'Data'), an .osgb file, or a terrain: its rasters as "
+        "\"DOM?DEM\", or one of them");
+    command.add_option("--dom", options.terrain.dom, "instead of MODEL: the ortho-image of a terrain")
+        ->type_name("FILE");
+    command.add_option("--dem", options.terrain.dem, "instead of MODEL: the elevations of a terrain")
+        ->type_name("FILE");
+    command.add_flag("--no-warp", options.noWarp,
+                     "take a terrain's rasters as they are, in whatever systems and units");
     command.add_flag("--normals", options.normals, "smooth normals for tiles that have none");
     command.add_option("--log-dir", options.logFolder, "write the library's log to GeoCache/3d.log in this folder")
         ->type_name("DIR");
@@ -90,34 +116,58 @@ CLI::Option* addJsonOption(CLI::App& command, bool& json)
     return command.add_flag("--json", json, "print the result as JSON");
 }
 
+ModelInput resolveModel(const ModelOptions& options)
+{
+    if (options.namesRasters() && !options.model.empty())
+        throw HostError("MODEL and --dom or --dem are two ways to name a model; give one of them.");
+    if (options.namesRasters()) return terrainInput(options.terrain);
+    if (options.model.empty()) throw HostError("MODEL is required; a terrain can be named by --dom and --dem instead.");
+    return resolveModelInput(options.model);
+}
+
+Terrain openTerrain(const ModelInput& input, const ModelOptions& options)
+{
+    Terrain terrain = prepareTerrain(*input.terrain, !options.noWarp);
+    for (const std::string& note : terrain.notes)
+        std::cerr << "mvgeo: " << note << '\n';
+    return terrain;
+}
+
 OpenModel openModel(const ModelOptions& options, bool emptyAllowed)
 {
     OpenModel open;
-    open.input = resolveModelInput(options.model);
+    open.input = resolveModel(options);
+    if (open.input.terrain) open.terrain = openTerrain(open.input, options);
     useLogFolder(options.logFolder);
-    open.model = std::make_unique<HostModel>();
+    open.model = std::make_unique<HostModel>(open.terrain ? kTerrainModel : kTiledModel);
     if (options.normals) open.model->setGenerateNormals(true);
-    open.unreadable = addRootFiles(*open.model, open.input);
+    if (open.terrain)
+        addTerrain(open);
+    else
+        open.unreadable = addRootFiles(*open.model, open.input);
     if (!open.unreadable.empty())
         std::cerr << "mvgeo: left out " << open.unreadable.size() << " of " << open.input.rootFiles.size()
                   << " root tiles that cannot be read, the first is '" << open.unreadable.front() << "'.\n";
     open.extents = open.model->extents();
-    if (!open.extents.valid() && !emptyAllowed) throw HostError("The model '" + options.model + "' holds no geometry.");
+    if (!open.extents.valid() && !emptyAllowed)
+        throw HostError("The model '" + open.input.given + "' holds no geometry.");
+    open.sight = open.extents;
+    if (open.terrain && open.extents.valid()) lookAtTerrain(open);
     return open;
 }
 
-ViewCamera makeCamera(const ViewOptions& options, const osg::BoundingBoxd& extents)
+ViewCamera makeCamera(const ViewOptions& options, const osg::BoundingBoxd& sight)
 {
     ViewCamera camera;
     camera.fovDegrees = options.fovDegrees;
     camera.orthoHeight = options.orthoHeight;
     camera.width = options.width;
     camera.height = options.height;
-    lookOverBox(camera, extents);
+    lookOverBox(camera, sight);
     if (options.target) camera.eye += *options.target - camera.target;
     if (options.target) camera.target = *options.target;
     if (options.eye) camera.eye = *options.eye;
-    if (options.eye && !options.target) camera.target = extents.center();
+    if (options.eye && !options.target) camera.target = sight.center();
     if ((camera.eye - camera.target).length() < 1e-9) throw HostError("The eye and the target are the same point.");
     return camera;
 }
@@ -160,6 +210,11 @@ Json tileReport(const HostModel& model)
     report["mergedTiles"] = statistics.tilesMerged;
     report["expiredTiles"] = statistics.tilesExpired;
     report["failedTiles"] = statistics.tilesFailed;
+    if (model.type() == kTerrainModel)
+    {
+        report["builtTiles"] = statistics.tilesBuilt;
+        report["cachedTiles"] = statistics.tilesFromCache;
+    }
     report["heldTiles"] = statistics.tilesHeld;       // files
     report["heldContainers"] = tiles.heldTileCount(); // a file holds several, each with its identity
     report["visibleTiles"] = tiles.visibleIds().size();
@@ -171,5 +226,13 @@ Json tileReport(const HostModel& model)
     report["unannouncedRemovals"] = tiles.unannouncedRemovals();
     report["violations"] = tiles.violations();
     return report;
+}
+
+void printTerrainTiles(const HostModel& model)
+{
+    if (model.type() != kTerrainModel) return;
+    const GeoMeshStatistics statistics = model.statistics();
+    std::cout << statistics.tilesBuilt << " tiles were made from the rasters, " << statistics.tilesFromCache
+              << " came from the disk cache.\n";
 }
 } // namespace mvgeo::host

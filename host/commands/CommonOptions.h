@@ -3,6 +3,7 @@
 #include "HostModel.h"
 #include "JsonReport.h"
 #include "ModelInput.h"
+#include "SceneStyle.h"
 #include "ViewCamera.h"
 
 #include <CLI/CLI.hpp>
@@ -20,8 +21,12 @@ namespace mvgeo::host
 struct ModelOptions
 {
     std::string model;
+    TerrainPaths terrain; ///< --dom and --dem, which stand in for MODEL
+    bool noWarp = false;
     std::string logFolder;
     bool normals = false;
+
+    [[nodiscard]] bool namesRasters() const { return !terrain.dom.empty() || !terrain.dem.empty(); }
 };
 
 /** The model of a command, open and not empty. */
@@ -31,6 +36,9 @@ struct OpenModel
     std::unique_ptr<HostModel> model;
     std::vector<std::string> unreadable; ///< root files that were left out
     osg::BoundingBoxd extents;           ///< valid, unless an empty model was allowed
+    osg::BoundingBoxd sight;             ///< what a picture is of: the extents without holes that hang down to 0
+    std::optional<Terrain> terrain;      ///< its rasters, if it is one
+    std::optional<TerrainLook> look;     ///< likewise
 };
 
 struct ViewOptions
@@ -54,12 +62,18 @@ void addOrthoOption(CLI::App& command, ViewOptions& options);
 void addTimeoutOption(CLI::App& command, ViewOptions& options);
 CLI::Option* addJsonOption(CLI::App& command, bool& json);
 
+/** What the command line names as the model. Throws HostError. */
+ModelInput resolveModel(const ModelOptions& options);
+
+/** Warped where necessary. Sentences about what had to be assumed go to standard error. */
+Terrain openTerrain(const ModelInput& input, const ModelOptions& options);
+
 /** Throws HostError if there is no such model, or nothing of it can be read. Root files that cannot be read beside
  * others are named on standard error. */
 OpenModel openModel(const ModelOptions& options, bool emptyAllowed = false);
 
 /** The camera of the command line; what was not given is chosen so that the model fills the picture. */
-ViewCamera makeCamera(const ViewOptions& options, const osg::BoundingBoxd& extents);
+ViewCamera makeCamera(const ViewOptions& options, const osg::BoundingBoxd& sight);
 
 HostModel::Clock::time_point deadlineAfter(double seconds);
 
@@ -72,4 +86,6 @@ void failOnViolations(const HostTileStore& tiles, bool isFreeRunning = false);
 
 /** What render and fly both tell: tiles, triangles, textures, violations. */
 Json tileReport(const HostModel& model);
+/** For people: how many of a terrain's tiles were made and how many were there; nothing for another model. */
+void printTerrainTiles(const HostModel& model);
 } // namespace mvgeo::host

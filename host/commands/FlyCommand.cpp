@@ -82,11 +82,11 @@ private:
 class PictureSeries
 {
 public:
-    PictureSeries(const FlyOptions& options, const HostModel& model) : _options(options)
+    PictureSeries(const FlyOptions& options, const OpenModel& open) : _options(options)
     {
         if (options.pictureEvery == 0) return;
         makeFolder(options.pictureFolder);
-        _scene = makePictureScene(*model.tiles().scene(), options.view.background);
+        _scene = makePictureScene(*open.model->tiles().scene(), options.view.background, open.look);
         _renderer = std::make_unique<SceneRenderer>(*_scene, options.view.width, options.view.height);
     }
 
@@ -164,7 +164,7 @@ FlightSummary fly(const FlyOptions& options, const OpenModel& open, const Camera
     FlightSummary summary;
     TableOutput table(options);
     TerminalProgress progress("flying:");
-    ViewCamera camera = makeCamera(options.view, open.extents);
+    ViewCamera camera = makeCamera(options.view, open.sight);
     const auto start = HostModel::Clock::now();
     for (unsigned int i = 0; i < options.frames; ++i)
     {
@@ -210,6 +210,7 @@ void printForPeople(const FlyOptions& options, const OpenModel& open, const Flig
               << summary.mostTilesHeld << " tiles held, "
               << readableBytes(static_cast<double>(summary.mostTextureBytes)) << " of textures, "
               << readableBytes(static_cast<double>(peakResidentBytes())) << " resident.\n";
+    printTerrainTiles(*open.model);
 }
 
 void checkOptions(const FlyOptions& options)
@@ -224,10 +225,9 @@ void runFly(const FlyOptions& options)
     checkOptions(options);
     limitPagedLods(options.maxPagedLods); // read when a model is made
     const OpenModel open = openModel(options.model);
-    const CameraPath path = options.path.empty()
-                                ? overviewAndLowPass(makeCamera(options.view, open.extents), open.extents)
-                                : readCameraPath(options.path);
-    PictureSeries pictures(options, *open.model);
+    const CameraPath path = options.path.empty() ? overviewAndLowPass(makeCamera(options.view, open.sight), open.sight)
+                                                 : readCameraPath(options.path);
+    PictureSeries pictures(options, open);
     const FlightSummary summary = fly(options, open, path, pictures);
     if (options.json)
         printJson(reportOf(options, open, summary, pictures.count()));

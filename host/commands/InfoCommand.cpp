@@ -1,6 +1,7 @@
 #include "Commands.h"
 #include "CommonOptions.h"
 #include "ModelMetadata.h"
+#include "TerrainReport.h"
 
 #include <iostream>
 #include <memory>
@@ -25,9 +26,16 @@ Json metadataToJson(const std::optional<ModelMetadata>& metadata)
 
 void printForPeople(const OpenModel& open, const FileTotals& totals, const std::optional<ModelMetadata>& metadata)
 {
-    std::cout << "input:       " << describe(open.input.kind) << ", " << open.input.folder << '\n'
-              << "root tiles:  " << open.input.rootFiles.size() << '\n'
-              << "tile files:  " << totals.files << ", " << readableBytes(static_cast<double>(totals.bytes)) << '\n';
+    if (open.terrain)
+    {
+        std::cout << "input:       " << describe(open.input.kind) << '\n';
+        printTerrain(*open.terrain);
+    }
+    else
+        std::cout << "input:       " << describe(open.input.kind) << ", " << open.input.folder << '\n'
+                  << "root tiles:  " << open.input.rootFiles.size() << '\n'
+                  << "tile files:  " << totals.files << ", " << readableBytes(static_cast<double>(totals.bytes))
+                  << '\n';
     if (open.extents.valid())
         std::cout << "from:        " << readablePoint(open.extents._min) << '\n'
                   << "to:          " << readablePoint(open.extents._max) << '\n'
@@ -49,15 +57,17 @@ void runInfo(const InfoOptions& options)
         printForPeople(open, totals, metadata);
         return;
     }
-    printJson({{"kind", describe(open.input.kind)},
-               {"folder", open.input.folder},
-               {"rootTiles", open.input.rootFiles.size()},
-               {"rootFiles", open.input.rootFiles},
-               {"unreadable", open.unreadable},
-               {"files", totals.files},
-               {"bytes", totals.bytes},
-               {"extents", toJson(open.extents)},
-               {"metadata", metadataToJson(metadata)}});
+    Json report{{"kind", describe(open.input.kind)},
+                {"folder", open.input.folder},
+                {"rootTiles", open.input.rootFiles.size()},
+                {"rootFiles", open.input.rootFiles},
+                {"unreadable", open.unreadable},
+                {"files", totals.files},
+                {"bytes", totals.bytes},
+                {"extents", toJson(open.extents)},
+                {"metadata", metadataToJson(metadata)}};
+    if (open.terrain) report.update(terrainToJson(*open.terrain));
+    printJson(report);
 }
 } // namespace
 

@@ -28,6 +28,7 @@ void printForPeople(const RenderOptions& options, const HostModel& model, double
               << tiles.textures().textureCount() << " textures of "
               << readableBytes(static_cast<double>(tiles.textures().byteCount())) << "; converged after "
               << model.frameCount() << " frames in " << readableSeconds(seconds) << ".\n";
+    printTerrainTiles(model);
     if (const std::uint64_t failed = model.statistics().tilesFailed)
         std::cout << failed << " tiles could not be read; coarser ones stand in their place.\n";
     if (!tiles.visibleIds().empty() && tiles.visibleTriangleCount() == 0)
@@ -57,8 +58,9 @@ void runRender(const RenderOptions& options)
 {
     checkPicturePath(options.picture);
     const OpenModel open = openModel(options.model);
-    const ViewFrame frame = makeCamera(options.view, open.extents).frame(open.extents);
-    const osg::ref_ptr<osg::Group> scene = makePictureScene(*open.model->tiles().scene(), options.view.background);
+    const ViewFrame frame = makeCamera(options.view, open.sight).frame(open.extents);
+    const osg::ref_ptr<osg::Group> scene =
+        makePictureScene(*open.model->tiles().scene(), options.view.background, open.look);
     SceneRenderer renderer(*scene, frame.width, frame.height);
 
     const auto start = HostModel::Clock::now();

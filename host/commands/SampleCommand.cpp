@@ -5,16 +5,22 @@
 #include "TerminalProgress.h"
 
 #include "sample/SamplePyramid.h"
+#include "sample/SampleTerrain.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <iostream>
 #include <memory>
+#include <string>
+#include <system_error>
 #include <tuple>
 
 namespace mvgeo::host
 {
 namespace
 {
+constexpr const char* kCity = "city";
+constexpr const char* kTerrain = "terrain";
 constexpr int kAnyNumber = 1000000; // the pyramid knows its own limits
 
 struct SampleOptions
@@ -23,10 +29,11 @@ struct SampleOptions
     std::string roots = "3x3";
     int levels = 5;
     std::uint32_t seed = 7;
+    std::string only; // kCity, kTerrain, or empty for both
     bool json = false;
 };
 
-void runSample(const SampleOptions& options)
+SamplePyramidResult writeCity(const SampleOptions& options)
 {
     const auto roots = parsePair(options.roots, kAnyNumber);
     if (!roots) throw HostError("--roots: '" + options.roots + "' is not NxM.");
@@ -35,28 +42,75 @@ void runSample(const SampleOptions& options)
     std::tie(pyramid.rootTilesX, pyramid.rootTilesY) = *roots;
     pyramid.levels = options.levels;
     pyramid.seed = options.seed;
-    TerminalProgress progress("building:");
+    TerminalProgress progress("building the city:");
     pyramid.progress = [&progress](double part) { progress.showPart(part); };
     const SamplePyramidResult result = writeSamplePyramid(options.folder, pyramid);
     if (!result.ok) throw HostError(result.message);
+    return result;
+}
+
+SampleTerrainResult writeTerrain(const SampleOptions& options)
+{
+    SampleTerrainOptions terrain;
+    terrain.seed = options.seed;
+    TerminalProgress progress("raising the mountains:");
+    terrain.progress = [&progress](double part) { progress.showPart(part); };
+    const SampleTerrainResult result = writeSampleTerrain(options.folder, terrain);
+    if (!result.ok) throw HostError(result.message);
+    return result;
+}
+
+/** Before the city is written: what is in the terrain's way would otherwise show only afterwards. */
+void failIfTerrainExists(const std::string& folder)
+{
+    std::error_code ignored;
+    const std::string terrain = sampleTerrainFolder(folder);
+    if (std::filesystem::exists(std::filesystem::u8path(terrain), ignored))
+        throw HostError(terrain + " already exists; choose another folder, remove it first, or take --only city");
+}
+
+void runSample(const SampleOptions& options)
+{
+    const bool both = options.only.empty();
+    if (both) failIfTerrainExists(options.folder);
+    Json report = Json::object();
+    std::string sentences;
+    if (both || options.only == kCity)
+    {
+        const SamplePyramidResult city = writeCity(options);
+        report.update({{"dataFolder", city.dataFolder}, {"files", city.files}, {"bytes", city.bytes}});
+        sentences += "Wrote " + std::to_string(city.files) + " tiles, " +
+                     readableBytes(static_cast<double>(city.bytes)) + ", to " + city.dataFolder + '\n';
+    }
+    if (both || options.only == kTerrain)
+    {
+        const SampleTerrainResult terrain = writeTerrain(options);
+        report["terrain"] = {{"dem", terrain.demFile}, {"dom", terrain.domFile}, {"bytes", terrain.bytes}};
+        sentences += "Wrote a terrain, " + readableBytes(static_cast<double>(terrain.bytes)) + ", to " +
+                     sampleTerrainFolder(options.folder) + '\n';
+    }
     if (options.json)
-        printJson({{"dataFolder", result.dataFolder}, {"files", result.files}, {"bytes", result.bytes}});
+        printJson(report);
     else
-        std::cout << "Wrote " << result.files << " tiles, " << readableBytes(static_cast<double>(result.bytes))
-                  << ", to " << result.dataFolder << '\n';
+        std::cout << sentences;
 }
 } // namespace
 
 void addSampleCommand(CLI::App& app, int& status)
 {
     const auto options = std::make_shared<SampleOptions>();
-    CLI::App& command = *app.add_subcommand("sample", "make a small city as a pyramid of tiles");
+    CLI::App& command = *app.add_subcommand(
+        "sample", "make a small city as a pyramid of tiles and a mountain valley as DEM and ortho-image");
     command.add_option("DIR", options->folder, "folder to write to")->required();
     command.add_option("--roots", options->roots, "root tiles from west to east and from south to north")
         ->type_name("NxM")
         ->capture_default_str();
     command.add_option("--levels", options->levels, "levels of detail")->capture_default_str();
-    command.add_option("--seed", options->seed, "another number makes another city")->capture_default_str();
+    command.add_option("--seed", options->seed, "another number makes another city and another valley")
+        ->capture_default_str();
+    command.add_option("--only", options->only, "write one of the two, for instance beside the other one")
+        ->type_name("city|terrain")
+        ->check(CLI::IsMember({kCity, kTerrain}));
     command.add_flag("--json", options->json, "print the result as JSON");
     command.callback(
         [options, &status]

@@ -43,7 +43,7 @@ private:
     int _height;
 };
 
-osg::ref_ptr<osg::GraphicsContext> openWindow(const WindowOptions& options)
+osg::ref_ptr<osg::GraphicsContext> openWindow(const WindowOptions& options, const std::string& title)
 {
     const osg::ref_ptr<osg::GraphicsContext::Traits> traits =
         new osg::GraphicsContext::Traits(osg::DisplaySettings::instance().get());
@@ -57,7 +57,7 @@ osg::ref_ptr<osg::GraphicsContext> openWindow(const WindowOptions& options)
     traits->doubleBuffer = true;
     traits->samples = 4;
     traits->sampleBuffers = 1;
-    traits->windowName = "mvgeo - " + options.model.model;
+    traits->windowName = title;
     osg::ref_ptr<osg::GraphicsContext> window = osg::GraphicsContext::createGraphicsContext(traits);
     if (!window || !window->valid())
     {
@@ -70,11 +70,11 @@ osg::ref_ptr<osg::GraphicsContext> openWindow(const WindowOptions& options)
     return window;
 }
 
-void setUpViewer(osgViewer::Viewer& viewer, const WindowOptions& options, const ViewCamera& home, osg::Node& scene)
+void setUpViewer(osgViewer::Viewer& viewer, const WindowOptions& options, osg::GraphicsContext& window,
+                 const ViewCamera& home, osg::Node& scene)
 {
-    const osg::ref_ptr<osg::GraphicsContext> window = openWindow(options);
     osg::Camera& camera = *viewer.getCamera();
-    camera.setGraphicsContext(window);
+    camera.setGraphicsContext(&window);
     camera.setViewport(0, 0, options.view.width, options.view.height);
     camera.setComputeNearFarMode(osg::CullSettings::DO_NOT_COMPUTE_NEAR_FAR);
     camera.setProjectionResizePolicy(osg::Camera::FIXED);
@@ -112,11 +112,13 @@ void runView(const WindowOptions& options)
     if (!options.snapshot.empty()) checkPicturePath(options.snapshot);
     if (options.snapshot.empty() != (options.frames == 0)) throw HostError("--out and --frames go together.");
     const OpenModel open = openModel(options.model);
-    const ViewCamera home = makeCamera(options.view, open.extents);
-    const osg::ref_ptr<osg::Group> scene = makePictureScene(*open.model->tiles().scene(), options.view.background);
+    const ViewCamera home = makeCamera(options.view, open.sight);
+    const osg::ref_ptr<osg::Group> scene =
+        makePictureScene(*open.model->tiles().scene(), options.view.background, open.look);
     const osg::ref_ptr<osg::Image> picture = new osg::Image;
     osgViewer::Viewer viewer;
-    setUpViewer(viewer, options, home, *scene);
+    const osg::ref_ptr<osg::GraphicsContext> window = openWindow(options, "mvgeo - " + open.input.given);
+    setUpViewer(viewer, options, *window, home, *scene);
     for (unsigned int i = 0; !viewer.done() && (options.frames == 0 || i < options.frames); ++i)
     {
         viewer.advance();

@@ -6,5 +6,5 @@
 enum ModelType : std::int32_t
 {
     kTiledModel = 0,  ///< a pyramid of ".osgb" tiles
-    kTerrainModel = 1 ///< a terrain from a DEM and an ortho-image; not built yet: the factory returns null
+    kTerrainModel = 1 ///< a terrain from a DEM and an ortho-image
 };

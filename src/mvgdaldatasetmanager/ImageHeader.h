@@ -7,6 +7,7 @@
 #include <osg/Referenced>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -20,16 +21,21 @@ class GDALDataset;
  *  thread. A handle is never used by two threads: each asks for its own, by its number. Handles belong to the header;
  *  they live until closeThreadDataset() or until the header goes.
  *
- *  Frame: the raster's own coordinate system and unit. The geotransform refers to pixel edges: (originX, originY) is the
- *  outer corner of the north-western pixel.
+ *  Frame: the raster's own coordinate system and unit. The geotransform refers to pixel edges: (originX, originY) is
+ *  the outer corner of the north-western pixel.
  */
 class ImageHeader : public osg::Referenced
 {
 public:
+    /** What GDAL documents for a band without a no-data value. Some of its drivers report 0 instead, which would make
+     *  holes of black pixels and of the sea. */
+    static constexpr float kNoDataNone = -1.0e10F;
+
     ImageHeader();
 
-    /** Opens the raster read-only for the calling thread and reads what describes it. False if it cannot be opened or if
-     *  its georeferencing cannot be used: none at all, rotated, or rows that run north (said once, with the reason). */
+    /** Opens the raster read-only for the calling thread and reads what describes it. False if it cannot be opened, or
+     *  if it cannot be used (said with the reason): it has no bands or no georeferencing, is rotated, or its rows run
+     *  north. */
     [[nodiscard]] bool open(const KdString& path);
 
     /** The calling thread's own handle, opened on first use; null if the raster cannot be opened (any more). */
@@ -48,16 +54,22 @@ public:
     [[nodiscard]] double pixelHeight() const { return _geoTransform[5]; }
     [[nodiscard]] int width() const { return _width; }
     [[nodiscard]] int height() const { return _height; }
-    /** Of band 1, as the band reports it, also where the file declares none. */
+    /** Of band 1; kNoDataNone where it declares none. */
     [[nodiscard]] float noData() const { return _noData; }
     [[nodiscard]] const KdString& path() const { return _path; }
 
-    /** Tells one content of the file from another: made of the sizes and modification times of the raster's files when
-     *  it was opened. Equal in every process that opens the unchanged raster. */
+    /** Tells one content of the raster from another, by the sizes and modification times of its files when it was
+     *  opened, its georeferencing and its no-data value. Equal in every process that opens the unchanged raster. Fit
+     *  for a file name. */
     [[nodiscard]] const std::string& stamp() const { return _stamp; }
 
     /** How the raster's bands become red, green and blue; worked out on first use, with this thread's own handle. */
     [[nodiscard]] const OrthoLayout& orthoLayout(GDALDataset& dataset) const;
+
+    /** Counts a read of the raster that failed. True for the first: that one is told, the others fail for the same
+     *  reason. */
+    [[nodiscard]] bool noteReadFailure() { return _readFailures++ == 0; }
+    [[nodiscard]] std::uint32_t readFailureCount() const { return _readFailures; }
 
 protected:
     ~ImageHeader() override;
@@ -69,8 +81,9 @@ private:
     int _height = 0;
     KdString _path;
     std::string _stamp;
+    std::atomic<std::uint32_t> _readFailures{0};
     mutable std::once_flag _layoutOnce;
-    mutable OrthoLayout _layout;                                   // set under _layoutOnce
-    mutable std::mutex _datasetsLock;                              // never held while a raster is being opened
+    mutable OrthoLayout _layout;                                       // set under _layoutOnce
+    mutable std::mutex _datasetsLock;                                  // never held while a raster is being opened
     std::unordered_map<std::uint64_t, GDALDataset*> _datasetsByThread; // guarded by _datasetsLock
 };

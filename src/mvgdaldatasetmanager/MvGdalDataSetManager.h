@@ -14,8 +14,8 @@
 
 /** The rasters of all terrain models of the process, each opened once a path and shared by its key.
  *
- *  A key is the decimal path hash of the raster's path (mvgeo::pathHashText). Thread: any. Lock order: a map's lock, then
- *  a header's; fileLock is never held together with another.
+ *  A key is the decimal path hash of the raster's path (mvgeo::pathHashText). Thread: any. Lock order: a map's lock,
+ *  then a header's; fileLock is never held together with another.
  */
 class MvGdalDataSetManager : public osg::Referenced
 {

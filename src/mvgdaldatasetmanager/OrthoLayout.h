@@ -19,6 +19,7 @@ struct OrthoLayout
     double scale = 1.0;
 };
 
-/** Works the layout out: by colour tags if red, green and blue are all tagged, else the bands in order; one or two bands
- *  are grey; a fourth is left out. For other types than bytes the range is taken from the samples where it must be. */
+/** Works the layout out: by colour tags if red, green and blue are all tagged, else the bands in order; one or two
+ *  bands are grey; a fourth is left out. For other types than bytes the range is taken from the samples where it must
+ *  be: it is the same in every process. */
 [[nodiscard]] OrthoLayout orthoLayoutOf(GDALDataset& dataset);

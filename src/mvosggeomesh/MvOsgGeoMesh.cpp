@@ -153,20 +153,35 @@ bool MvOsgGeoMesh::loadModel(const KdString& path)
         MVGEO_LOG(WARN) << "m_pager,m_sceneVisitor or m_frameStamp is not created";
         return false;
     }
-    const std::string fileName = mvgeo::toolkitPath(path);
+    return hangRootFile(mvgeo::toolkitPath(path), optionsFor(path)) != nullptr;
+}
+
+osg::ref_ptr<osg::Node> MvOsgGeoMesh::hangRootFile(const std::string& fileName, const osgDB::Options* options)
+{
     _readFileCallback->forgetFailure(fileName); // the host asks for it now: earlier failures do not count
-    osg::ref_ptr<osg::Node> node = osgDB::readRefNodeFile(fileName, optionsFor(path));
-    if (!node) return false;
+    osg::ref_ptr<osg::Node> node = osgDB::readRefNodeFile(fileName, options);
+    if (!node) return nullptr;
 
     node = mvgeo::replacePagedLODs(node);
     if (!node)
     {
         MVGEO_LOG(WARN) << "replace pagedlod failed";
-        return false;
+        return nullptr;
     }
     mvgeo::tagContent(*node, osgDB::getSimpleFileName(fileName), static_cast<int>(_instanceNumber));
     hangUnderRoot(*node);
-    return true;
+    return node;
+}
+
+void MvOsgGeoMesh::stopPaging()
+{
+    if (_pager) _pager->stop();
+}
+
+void MvOsgGeoMesh::setExtents(const osg::BoundingBoxd& box)
+{
+    _extents = box.valid() ? KdDbExtents(mvgeo::toHost(osg::Vec3d(box._min)), mvgeo::toHost(osg::Vec3d(box._max)))
+                           : KdDbExtents();
 }
 
 osg::ref_ptr<osgDB::Options> MvOsgGeoMesh::optionsFor(const KdString& path)
@@ -199,7 +214,7 @@ void MvOsgGeoMesh::measureExtents()
     osg::BoundingBox box;
     for (unsigned int i = 0; i < _root->getNumChildren(); ++i)
         box.expandBy(boundsOf(*_root->getChild(i)));
-    _extents = box.valid() ? KdDbExtents(mvgeo::toHost(box._min), mvgeo::toHost(box._max)) : KdDbExtents();
+    setExtents(osg::BoundingBoxd(box));
 }
 
 void MvOsgGeoMesh::removeAllModels()
@@ -272,6 +287,11 @@ void MvOsgGeoMesh::fillStatistics(GeoMeshStatistics& statistics) const
     statistics.tilesLoaded = _readFileCallback->loadedCount();
     statistics.tilesMerged = _pager->mergedCount;
     statistics.tilesExpired = _pager->expiredCount;
+    if (statistics.version >= 2)
+    {
+        statistics.tilesBuilt = _readFileCallback->builtCount();
+        statistics.tilesFromCache = _readFileCallback->readBackCount();
+    }
     statistics.tilesFailed = _readFileCallback->failedCount();
     statistics.tilesHeld = _pager->heldTiles.count();
     statistics.bytesHeld = _pager->heldTiles.bytes();

@@ -33,6 +33,8 @@ protected:
     ~MeshClipByRasterOverlay() override = default;
 
 private:
+    class Cut;
+
     double _xmin = 0.0;
     double _xmax = 0.0;
     double _ymin = 0.0;

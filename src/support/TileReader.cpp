@@ -6,10 +6,12 @@
 #include <osgDB/fstream>
 
 #include <algorithm>
-#include <array>
+#include <cstring>
 #include <istream>
 #include <stdexcept>
 #include <streambuf>
+#include <string>
+#include <utility>
 
 using ReadResult = osgDB::ReaderWriter::ReadResult;
 
@@ -23,65 +25,101 @@ constexpr const char* kEndsTooEarly = "the file ends too early";
 
 constexpr std::streamsize kLongestNumber = 8; // bytes
 
-/** Passes a file on and stops whoever reads behind its end. The first such read gets zeros, because a reader that
- *  has just taken memory for pixels must come as far as handing it over; the next one throws. A number that is cut
+/** A whole file in memory, which stops whoever reads behind its end. The first such read gets zeros, because a reader
+ *  that has just taken memory for pixels must come as far as handing it over; the next one throws. A number that is cut
  *  off becomes zero as a whole, so that nothing is allocated for it. */
-class OverrunGuard : public std::streambuf
+class GuardedBytes : public std::streambuf
 {
 public:
-    explicit OverrunGuard(std::streambuf& file) : _file(file) {}
+    explicit GuardedBytes(std::string& bytes) { setg(bytes.data(), bytes.data(), bytes.data() + bytes.size()); }
 
     [[nodiscard]] bool hasOverrun() const { return _hasOverrun; }
 
 protected:
     std::streamsize xsgetn(char* target, std::streamsize size) override
     {
-        const std::streamsize got = _file.sgetn(target, size);
-        if (got >= size) return got;
+        const std::streamsize got = std::min<std::streamsize>(size, egptr() - gptr());
+        std::memcpy(target, gptr(), static_cast<std::size_t>(got));
+        setg(eback(), gptr() + got, egptr()); // gbump() counts in int
+        if (got == size) return size;
         if (_hasOverrun) throw std::runtime_error(kEndsTooEarly);
         _hasOverrun = true;
         std::fill(size <= kLongestNumber ? target : target + got, target + size, '\0');
         return size;
     }
-    int_type underflow() override { return _file.sgetc(); }
-    int_type uflow() override { return _file.sbumpc(); }
-    pos_type seekoff(off_type offset, std::ios::seekdir from, std::ios::openmode) override
+    pos_type seekoff(off_type offset, std::ios::seekdir from, std::ios::openmode which) override
     {
-        return _file.pubseekoff(offset, from, std::ios::in);
+        const char* base = from == std::ios::cur ? gptr() : from == std::ios::end ? egptr() : eback();
+        return seekpos(base - eback() + offset, which);
     }
     pos_type seekpos(pos_type position, std::ios::openmode) override
     {
-        return _file.pubseekpos(position, std::ios::in);
+        if (position < 0 || position > egptr() - eback()) return static_cast<off_type>(-1);
+        setg(eback(), eback() + static_cast<off_type>(position), egptr());
+        return position;
     }
 
 private:
-    std::streambuf& _file;
     bool _hasOverrun = false;
 };
 
 /** True if the header names a compressor. It consists of five numbers of four bytes, then the name's length and the
- *  name, "0" for none. Leaves the stream at the file's begin. */
-bool isCompressed(std::istream& file)
+ *  name, "0" for none. */
+bool isCompressed(const std::string& file)
 {
-    std::array<char, 25> header{};
-    const bool isComplete = static_cast<bool>(file.read(header.data(), header.size()));
-    file.clear();
+    if (file.size() < 25) return false;
+    const bool lengthIsOne = file[20] + file[23] == 1 && file[21] == 0 && file[22] == 0; // either byte order
+    return !(lengthIsOne && file[24] == '0');
+}
+
+/** Memory for one file. The thread keeps it for its next file, because taking a megabyte from the system for each costs
+ *  as much as reading it; a tile that is read in the middle of another gets memory of its own. */
+class FileBytes
+{
+public:
+    FileBytes() : bytes(std::exchange(spare(), {})) {}
+    ~FileBytes()
+    {
+        if (bytes.capacity() <= kMostKept) spare() = std::move(bytes);
+    }
+    FileBytes(const FileBytes&) = delete;
+    FileBytes& operator=(const FileBytes&) = delete;
+
+    std::string bytes;
+
+private:
+    static constexpr std::size_t kMostKept = 4U << 20U;
+    static std::string& spare()
+    {
+        thread_local std::string kept;
+        return kept;
+    }
+};
+
+/** The whole file: the toolkit asks for a tile number by number, which a file stream answers at three times the price. */
+bool readWhole(const std::string& path, std::string& bytes)
+{
+    osgDB::ifstream file(path.c_str(), std::ios::in | std::ios::binary | std::ios::ate);
+    const std::streamoff size = file.is_open() ? static_cast<std::streamoff>(file.tellg()) : -1;
+    if (size < 0) return false;
+    bytes.resize(static_cast<std::size_t>(size));
     file.seekg(0);
-    const bool lengthIsOne = header[20] + header[23] == 1 && header[21] == 0 && header[22] == 0; // either byte order
-    return isComplete && !(lengthIsOne && header[24] == '0');
+    file.read(bytes.data(), size);
+    bytes.resize(static_cast<std::size_t>(file.gcount())); // somebody may be shortening it
+    return true;
 }
 
 ReadResult readBinary(osgDB::ReaderWriter& reader, const std::string& path, const osgDB::Options* options)
 {
-    osgDB::ifstream file(path.c_str(), std::ios::in | std::ios::binary);
-    if (!file.is_open()) return ReadResult(std::string("the file cannot be opened"));
+    FileBytes file;
+    if (!readWhole(path, file.bytes)) return ReadResult(std::string("the file cannot be opened"));
     // Expanding takes blocks and so reads behind the end of a whole file too; what it expands it checks by itself.
-    const bool mayOverrun = isCompressed(file);
+    const bool mayOverrun = isCompressed(file.bytes);
     const osg::ref_ptr<osgDB::Options> local = options ? options->cloneOptions() : new osgDB::Options;
     local->getDatabasePathList().push_front(osgDB::getFilePath(path));
     local->setPluginStringData("fileType", "Binary");
 
-    OverrunGuard guard(*file.rdbuf());
+    GuardedBytes guard(file.bytes);
     std::istream guarded(&guard);
     guarded.exceptions(std::ios::badbit); // lets the guard's exception through
     ReadResult result = reader.readNode(guarded, local);

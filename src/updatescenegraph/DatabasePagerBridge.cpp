@@ -1,5 +1,6 @@
 #include "updatescenegraph/DatabasePagerBridge.h"
 
+#include "mvgdaldatasetmanager/MvGdalDataSetManager.h"
 #include "platform/TickCount.h"
 #include "support/LogLine.h"
 #include "updatescenegraph/ContentNodeVisitor.h"
@@ -62,14 +63,38 @@ DatabasePagerBridge::DatabasePagerBridge(int modelSerial)
 {
     _dataToMergeList = new RequestQueue(this);
     setUpThreads(1, 0);
+    for (osg::ref_ptr<DatabaseThread>& thread : _databaseThreads) // none runs before the first request
+        thread = new NumberedThread(this, thread->getName());
 }
 
 DatabasePagerBridge::~DatabasePagerBridge()
 {
-    // The database thread calls refreshCallback: it must have ended before our members go. The pager's own cancel() does
-    // not join a thread that ends quickly, and so would leave its stack behind.
+    stop(); // the database thread calls refreshCallback: it must have ended before our members go
+}
+
+void DatabasePagerBridge::stop()
+{
+    // The pager's own cancel() does not join a thread that ends quickly, and so would leave its stack behind.
     for (const osg::ref_ptr<DatabaseThread>& thread : _databaseThreads)
         thread->cancel();
+
+    MvGdalDataSetManager* rasters = MvGdalDataSetManager::instance();
+    for (const osg::ref_ptr<DatabaseThread>& thread : _databaseThreads)
+    {
+        const std::uint64_t number = static_cast<const NumberedThread&>(*thread).number();
+        if (rasters && number != 0) rasters->closeThreadDatasets(number);
+    }
+}
+
+DatabasePagerBridge::NumberedThread::NumberedThread(DatabasePagerBridge* pager, const std::string& name)
+    : DatabaseThread(pager, HANDLE_ALL_REQUESTS, name)
+{
+}
+
+void DatabasePagerBridge::NumberedThread::run()
+{
+    _number = OpenThreads::Thread::CurrentThreadId();
+    DatabaseThread::run();
 }
 
 bool DatabasePagerBridge::mustCallHost(std::size_t waiting) const

@@ -5,6 +5,7 @@
 #include <osg/FrameStamp>
 #include <osgDB/DatabasePager>
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <vector>
@@ -31,6 +32,10 @@ public:
     /** Drops children that this frame did not visit while there are more paged nodes than the target, and appends their
      *  content nodes to removedContentNodes. */
     void pruneExpiredTiles(const osg::FrameStamp& frameStamp);
+
+    /** Ends the database thread, waiting for the read under way, and then closes the rasters that it had opened. Nothing is
+     *  loaded any more afterwards. May be called twice. */
+    void stop();
 
     /** True when nothing is queued, being read or deleted, or waiting to be merged. */
     [[nodiscard]] bool isIdle() const;
@@ -65,6 +70,23 @@ protected:
     };
 
 private:
+    /** A database thread that remembers the number under which rasters are opened for it, which differs from the one
+     *  that the thread object reports. */
+    class NumberedThread : public DatabaseThread
+    {
+    public:
+        NumberedThread(DatabasePagerBridge* pager, const std::string& name);
+        void run() override;
+        /** 0 if it never ran. */
+        [[nodiscard]] std::uint64_t number() const { return _number; }
+
+    protected:
+        ~NumberedThread() override = default;
+
+    private:
+        std::atomic<std::uint64_t> _number{0};
+    };
+
     [[nodiscard]] bool mustCallHost(std::size_t waiting) const;
     [[nodiscard]] bool hasChildrenToDelete() const;
     void mergeRequest(DatabaseRequest& request, const osg::FrameStamp& frameStamp);

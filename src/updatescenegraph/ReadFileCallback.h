@@ -1,5 +1,6 @@
 #pragma once
 
+#include "readerwriterthreedimg/TileOrigin.h"
 #include "updatescenegraph/FailedReads.h"
 #include "updatescenegraph/GenerateNormalVisitor.h"
 
@@ -19,7 +20,7 @@
  *
  *  Thread: any; the database thread and the host thread call it at once.
  */
-class ReadFileCallback : public osgDB::ReadFileCallback
+class ReadFileCallback : public osgDB::ReadFileCallback, public mvgeo::TileOriginListener
 {
 public:
     /** @param now where the pauses of failed reads take their time from */
@@ -38,6 +39,11 @@ public:
     void forgetAllFailures() { _failedReads.clear(); }
 
     [[nodiscard]] std::uint64_t loadedCount() const { return _loadedCount; }
+    void noteTileBuilt() override { ++_builtCount; }
+    void noteTileReadBack() override { ++_readBackCount; }
+    [[nodiscard]] std::uint64_t builtCount() const { return _builtCount; }
+    [[nodiscard]] std::uint64_t readBackCount() const { return _readBackCount; }
+
     [[nodiscard]] std::uint64_t failedCount() const { return _failedReads.count(); }
 
 protected:
@@ -53,4 +59,6 @@ private:
     std::mutex _normalVisitorLock;
     mvgeo::FailedReads _failedReads;
     std::atomic<std::uint64_t> _loadedCount{0};
+    std::atomic<std::uint64_t> _builtCount{0};
+    std::atomic<std::uint64_t> _readBackCount{0};
 };

@@ -1,71 +1,11 @@
-#include "TempFolder.h"
+#include "ProgramRunner.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
-
-#if !defined(_WIN32)
-#include <sys/wait.h>
-#endif
-
-// The real program, as a shell starts it.
-namespace
-{
-struct Outcome
-{
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-std::string readFile(const std::string& path)
-{
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-Outcome run(const std::string& arguments)
-{
-    const TempFolder folder;
-    const std::string command = std::string("\"") + MVGEO_HOST_PROGRAM + "\" " + arguments + " >\"" +
-                                folder.path("out") + "\" 2>\"" + folder.path("err") + "\"";
-    Outcome outcome;
-    const int status = std::system(command.c_str());
-#if defined(_WIN32)
-    outcome.status = status;
-#else
-    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-#endif
-    outcome.out = readFile(folder.path("out"));
-    outcome.err = readFile(folder.path("err"));
-    return outcome;
-}
-
-std::string quoted(const std::string& text)
-{
-    return "\"" + text + "\"";
-}
-
-/** One line on standard error, nothing on standard output, and not zero. */
-void expectOneSentence(const std::string& arguments, const std::string& part)
-{
-    SCOPED_TRACE(arguments);
-    const Outcome outcome = run(arguments);
-    EXPECT_GT(outcome.status, 0);
-    EXPECT_LT(outcome.status, 126); // neither missing nor ended by a signal
-    EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
-    EXPECT_EQ(outcome.err.rfind("mvgeo: ", 0), 0U) << outcome.err;
-    EXPECT_NE(outcome.err.find(part), std::string::npos) << outcome.err;
-}
-} // namespace
 
 TEST(CommandLine, HasHelpForEveryCommand)
 {
-    for (const char* command : {"", "sample", "info", "render", "fly", "view", "pick"})
+    for (const char* command : {"", "sample", "info", "render", "fly", "view", "pick", "prebuild"})
     {
         SCOPED_TRACE(command);
         const Outcome outcome = run(std::string(command) + " --help");

@@ -19,6 +19,8 @@ struct Script
     int updates = 0;
     bool refuses = false;
     bool wakesOnEveryLook = false;
+    int texturedUpdates = 0;
+    int tilesTaken = 0;
 };
 
 GeoMeshStatistics idle()
@@ -49,13 +51,15 @@ public:
     explicit ScriptedModel(Script& script) : _script(script) {}
 
     bool update(unsigned int, const KdGeMatrix3d* model, const KdGeMatrix3d* view, const KdGeMatrix3d* projection, int,
-                int, unsigned char, void*, GeoMeshUpdateReceiver* receiver) override
+                int, unsigned char extract, void*, GeoMeshUpdateReceiver* receiver) override
     {
         if (_script.refuses || !model || !view || !projection) return false;
         ++_script.updates;
         (void)receiver->hasTiles();
         receiver->removeTiles({});
         receiver->visibleTiles({});
+        if (extract != 0) ++_script.texturedUpdates;
+        if (receiver->beginTile("tile" + std::to_string(_script.updates))) ++_script.tilesTaken;
         return true;
     }
     int addModel(const KdString& path) override { return std::string(path.utf8Ptr()) == "good" ? 0 : -1; }
@@ -171,6 +175,35 @@ TEST(HostModel, EndsWithASentenceWhenTheLibraryRefuses)
     script.refuses = true;
     EXPECT_THROW(makeModel(script)->updateOnce(someFrame()), HostError);
     EXPECT_THROW(HostModel([](std::function<bool()>) -> MvGeoMesh* { return nullptr; }, {}), HostError);
+}
+
+TEST(HostModel, TakesWhatItIsToldTo)
+{
+    const struct
+    {
+        HostModel::Taking taking;
+        int textured, taken;
+    } cases[] = {
+        {HostModel::Taking::Textured, 1, 1}, {HostModel::Taking::Untextured, 0, 1}, {HostModel::Taking::Nothing, 0, 0}};
+    for (const auto& expected : cases)
+    {
+        Script script;
+        const std::unique_ptr<HostModel> model = makeModel(script);
+        model->setTaking(expected.taking);
+        model->updateOnce(someFrame());
+        EXPECT_EQ(script.texturedUpdates, expected.textured);
+        EXPECT_EQ(script.tilesTaken, expected.taken);
+        EXPECT_EQ(model->tiles().heldTileCount(), static_cast<std::size_t>(expected.taken));
+        EXPECT_TRUE(model->tiles().violations().empty());
+    }
+}
+
+TEST(HostModel, LetsItsProgressEndTheWait)
+{
+    Script script;
+    script.statistics = {reading()};
+    const auto stop = [](const GeoMeshStatistics&) { throw HostError("enough", 130); };
+    EXPECT_THROW((void)makeModel(script)->converge(someFrame(), inAnHour(), stop), HostError);
 }
 
 TEST(HostModel, LeavesUnreadableRootFilesOutUnlessAllAre)

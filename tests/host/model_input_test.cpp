@@ -1,3 +1,4 @@
+#include "RasterMaker.h"
 #include "TempFolder.h"
 
 #include <HostError.h>
@@ -80,6 +81,63 @@ TEST(ModelInput, TakesFoldersWithOddNames)
     EXPECT_EQ(resolveModelInput(folder.path("市 区 'x'")).rootFiles.size(), 1U);
 }
 
+TEST(ModelInput, IsATerrainWhereAQuestionMarkStandsBetweenTwoPaths)
+{
+    const TempFolder folder;
+    const struct
+    {
+        std::string given, dom, dem;
+    } cases[] = {{"dom.tif?dem.tif", "dom.tif", "dem.tif"},
+                 {"?dem.tif", "", "dem.tif"},
+                 {"dom.tif?", "dom.tif", ""},
+                 {"a?b?c", "a", "b?c"},
+                 {"/vsizip/a.zip/x.tif?/vsimem/y", "/vsizip/a.zip/x.tif", "/vsimem/y"}};
+    for (const auto& expected : cases)
+    {
+        SCOPED_TRACE(expected.given);
+        const ModelInput input = resolveModelInput(expected.given);
+        EXPECT_EQ(input.kind, InputKind::Terrain);
+        EXPECT_EQ(input.given, expected.given);
+        ASSERT_TRUE(input.terrain);
+        EXPECT_EQ(input.terrain->dom, expected.dom);
+        EXPECT_EQ(input.terrain->dem, expected.dem);
+    }
+}
+
+TEST(ModelInput, IsTheFileWhoseWholeNameHasTheQuestionMark)
+{
+#if defined(_WIN32)
+    GTEST_SKIP() << "file names have no question marks here";
+#endif
+    const TempFolder folder;
+    EXPECT_EQ(resolveModelInput(folder.write("which?.osgb", "x")).kind, InputKind::SingleFile);
+    const std::string raster = writeRaster(folder.path("how high?.tif"), RasterPlan());
+    const ModelInput input = resolveModelInput(raster);
+    ASSERT_TRUE(input.terrain);
+    EXPECT_EQ(input.terrain->dem, raster);
+}
+
+TEST(ModelInput, IsATerrainOfOneRasterByWhatItHolds)
+{
+    const TempFolder folder;
+    const std::string dem = writeRaster(folder.path("dem"), RasterPlan());
+    const std::string dom = writeRaster(folder.path("dom.tif"), orthoAt(0, 0.0, 0.0, 1.0, 4));
+    EXPECT_EQ(resolveModelInput(dem).terrain->dem, dem);
+    EXPECT_EQ(resolveModelInput(dem).terrain->dom, "");
+    EXPECT_EQ(resolveModelInput(dom).terrain->dom, dom);
+    EXPECT_EQ(resolveModelInput(dom).terrain->dem, "");
+    EXPECT_EQ(resolveModelInput(dom).given, dom);
+}
+
+TEST(ModelInput, CountsTheRastersOfATerrain)
+{
+    const TempFolder folder;
+    const std::string dom = folder.write("dom.tif", "12345");
+    const FileTotals totals = countTileFiles(terrainInput({dom, folder.path("none.tif")}));
+    EXPECT_EQ(totals.files, 1U);
+    EXPECT_EQ(totals.bytes, 5U);
+}
+
 TEST(ModelInput, SaysWhatIsWrong)
 {
     const TempFolder folder;
@@ -91,7 +149,7 @@ TEST(ModelInput, SaysWhatIsWrong)
     EXPECT_NE(sentenceFor(folder.path("empty")).find("is empty"), std::string::npos);
     EXPECT_NE(sentenceFor(folder.path("loose")).find("loose .osgb files"), std::string::npos);
     EXPECT_NE(sentenceFor(folder.path("other")).find("no root tile"), std::string::npos);
-    EXPECT_NE(sentenceFor(folder.path("other/readme.txt")).find("neither a folder nor an .osgb file"),
+    EXPECT_NE(sentenceFor(folder.path("other/readme.txt")).find("neither a folder nor an .osgb file nor a raster"),
               std::string::npos);
     EXPECT_FALSE(sentenceFor(folder.path("other/readme.txt") + "/x.osgb").empty()); // a file as a folder
     EXPECT_FALSE(sentenceFor(std::string(5000, 'x')).empty());

@@ -12,13 +12,14 @@ constexpr std::chrono::milliseconds kLookAgain{2};
 
 } // namespace
 
-ModelDriver::ModelDriver()
-    : _model(std::make_unique<MvOsgGeoMesh>(
+ModelDriver::ModelDriver(ModelType type)
+    : _model(dynamic_cast<MvOsgGeoMesh*>(createTiledModel(
           [this]
           {
               _refresh.notify_one();
               return true;
-          }))
+          },
+          type)))
 {
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mvgeothirdparty/GeoMeshStatistics.h"
+#include "mvgeothirdparty/ModelFactory.h"
 #include "mvosggeomesh/MvOsgGeoMesh.h"
 #include "support/HostView.h"
 #include "support/RecordingReceiver.h"
@@ -14,7 +15,7 @@
 class ModelDriver
 {
 public:
-    ModelDriver();
+    explicit ModelDriver(ModelType type = kTiledModel);
     ~ModelDriver();
     ModelDriver(const ModelDriver&) = delete;
     ModelDriver& operator=(const ModelDriver&) = delete;

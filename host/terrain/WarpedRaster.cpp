@@ -1,0 +1,160 @@
+#include "WarpedRaster.h"
+
+#include "GdalSession.h"
+#include "HostError.h"
+#include "PictureFile.h"
+#include "sample/TileFile.h"
+
+#include <cpl_string.h>
+#include <cpl_vsi.h>
+#include <gdal_utils.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+
+namespace fs = std::filesystem;
+
+namespace mvgeo::host
+{
+namespace
+{
+/** Stable from one run to the next and on every machine, which std::hash need not be. FNV-1a. */
+std::string hashText(const std::string& text)
+{
+    std::uint64_t hash = 0xcbf29ce484222325U;
+    for (const char c : text)
+        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3U;
+    char digits[17];
+    std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(hash));
+    return digits;
+}
+
+std::string wktOf(const OGRSpatialReference& srs)
+{
+    const char* const options[] = {"FORMAT=WKT2_2019", nullptr};
+    char* text = nullptr;
+    srs.exportToWkt(&text, options);
+    std::string wkt = text ? text : "";
+    CPLFree(text);
+    return wkt;
+}
+
+/** NaN can be told from any height; integers have none, and a height of -9999 m does not exist. */
+const char* outsideValue(GDALDataType type)
+{
+    switch (type)
+    {
+    case GDT_Float32:
+    case GDT_Float64:
+        return "nan";
+    case GDT_Int16:
+    case GDT_Int32:
+        return "-9999";
+    default:
+        return "0";
+    }
+}
+
+void addNoDataOptions(CPLStringList& options, const RasterFacts& source, RasterRole role)
+{
+    if (role == RasterRole::Dom)
+    {
+        options.AddString("-dstnodata").AddString("none").AddString("-wo").AddString("INIT_DEST=0");
+        return;
+    }
+    if (source.noData) return; // taken over
+    const bool isFloat = source.type == GDT_Float32 || source.type == GDT_Float64;
+    if (isFloat) options.AddString("-srcnodata").AddString("nan"); // heights may be NaN without a word
+    options.AddString("-dstnodata").AddString(outsideValue(source.type));
+}
+
+CPLStringList warpOptions(const RasterFacts& source, RasterRole role, const std::optional<OGRSpatialReference>& own,
+                          const std::optional<OGRSpatialReference>& target)
+{
+    CPLStringList options;
+    options.AddString("-of").AddString("VRT");
+    if (own) options.AddString("-s_srs").AddString(wktOf(*own).c_str());
+    if (target) options.AddString("-t_srs").AddString(wktOf(*target).c_str());
+    options.AddString("-r").AddString(source.hasPalette ? "near" : "bilinear"); // no colour lies between two numbers
+    addNoDataOptions(options, source, role);
+    return options;
+}
+
+[[noreturn]] void failToWarp(const RasterFacts& source, const std::optional<OGRSpatialReference>& target)
+{
+    const std::string into = target ? "into " + describe(*target) : "north-up";
+    throw HostError("Cannot warp '" + source.path + "' " + into + QuietGdal::reason() + ".");
+}
+
+/** The virtual raster's text, made in memory. */
+std::string makeWarpText(const RasterFacts& source, RasterRole role, const std::optional<OGRSpatialReference>& own,
+                         const std::optional<OGRSpatialReference>& target)
+{
+    static const char* const kPlace = "/vsimem/mvgeo-warp.vrt";
+    const GDALDatasetUniquePtr dataset = openRaster(source.path);
+    const QuietGdal quiet;
+    if (!dataset) failToWarp(source, target);
+    const std::unique_ptr<GDALWarpAppOptions, decltype(&GDALWarpAppOptionsFree)> options(
+        GDALWarpAppOptionsNew(warpOptions(source, role, own, target).List(), nullptr), GDALWarpAppOptionsFree);
+    GDALDatasetH input = GDALDataset::ToHandle(dataset.get());
+    GDALDatasetH warped = options ? GDALWarp(kPlace, nullptr, 1, &input, options.get(), nullptr) : nullptr;
+    if (!warped) failToWarp(source, target);
+    GDALClose(warped);
+
+    vsi_l_offset size = 0;
+    const std::unique_ptr<GByte, decltype(&VSIFree)> bytes(VSIGetMemFileBuffer(kPlace, &size, TRUE), VSIFree);
+    if (!bytes) failToWarp(source, target);
+    return {reinterpret_cast<const char*>(bytes.get()), static_cast<std::size_t>(size)};
+}
+
+std::string readFile(const fs::path& file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+void writeIfDifferent(const fs::path& file, const std::string& text)
+{
+    if (readFile(file) == text) return;
+    const WriteResult result = writeWholeFile(text, file.string());
+    if (!result.error.empty()) throw HostError("Cannot write the warped raster: " + result.error + ".");
+}
+
+/** The source's name, for people who look into the folder, without what file names or the library's own way of naming
+ *  two rasters cannot hold. */
+std::string readableName(const std::string& path)
+{
+    std::string name = fs::path(path).stem().string();
+    if (name.size() > 100) name.clear();
+    for (char& c : name)
+        if (std::strchr("?:*|<>\"\\/", c)) c = '_';
+    return name;
+}
+} // namespace
+
+std::string temporaryFolder()
+{
+    const char* chosen = std::getenv("TEMP");
+    if (chosen && *chosen) return chosen;
+    std::error_code error;
+    const fs::path folder = fs::temp_directory_path(error);
+    return error ? "." : folder.string();
+}
+
+std::string writeWarpedRaster(const RasterFacts& source, RasterRole role, const std::optional<OGRSpatialReference>& own,
+                              const std::optional<OGRSpatialReference>& target)
+{
+    const std::string key = source.path + '\n' + nameOf(role) + '\n' + (target ? wktOf(*target) : "");
+    const fs::path folder = fs::path(temporaryFolder()) / "mvgeo-warp";
+    makeFolder(folder.string());
+    const fs::path file = folder / (hashText(key) + "-" + readableName(source.path) + ".vrt");
+    writeIfDifferent(file, makeWarpText(source, role, own, target));
+    return absolutePath(file.string());
+}
+} // namespace mvgeo::host

@@ -1,0 +1,123 @@
+#include "mvosggeoterrain/MvOsgGeoTerrain.h"
+
+#include "mvgdaldatasetmanager/MvGdalDataSetManager.h"
+#include "mvosggeoterrain/TerrainExtents.h"
+#include "platform/Environment.h"
+#include "readerwriterthreedimg/TerrainPyramid.h"
+#include "support/HostConversions.h"
+#include "support/LogLine.h"
+#include "support/PathHash.h"
+#include "support/ToolkitText.h"
+#include "support/UserValues.h"
+
+#include <osgDB/FileNameUtils>
+#include <osgDB/FileUtils>
+#include <osgDB/ReadFile>
+
+#include <cpl_conv.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace
+{
+
+constexpr const char* kRootName = "/terrain.osgb.3dimg";
+
+struct SourcePaths
+{
+    std::string dom;
+    std::string dem;
+};
+
+SourcePaths split(const std::string& source)
+{
+    const std::size_t mark = source.find('?');
+    if (mark == std::string::npos) return {source, {}};
+    return {source.substr(0, mark), source.substr(mark + 1)};
+}
+
+} // namespace
+
+MvOsgGeoTerrain::MvOsgGeoTerrain(std::function<bool()> callback) : MvOsgGeoMesh(std::move(callback)) {}
+
+MvOsgGeoTerrain::~MvOsgGeoTerrain()
+{
+    stopPaging(); // tiles under way hold the headers, which would then outlive the model
+    _domHeader = nullptr;
+    _demHeader = nullptr;
+    if (MvGdalDataSetManager* manager = MvGdalDataSetManager::instance()) manager->purgeUnused();
+}
+
+bool MvOsgGeoTerrain::checkBoundary(std::vector<KdGePoint3d>& points)
+{
+    const auto isSame = [](const KdGePoint3d& a, const KdGePoint3d& b) { return a.x == b.x && a.y == b.y && a.z == b.z; };
+    points.erase(std::unique(points.begin(), points.end(), isSame), points.end());
+    return points.size() >= 2;
+}
+
+void MvOsgGeoTerrain::joinDrapedPieces(std::vector<std::vector<KdGePoint3d>>& pieces)
+{
+    const auto isTooShort = [this](std::vector<KdGePoint3d>& piece) { return !checkBoundary(piece); };
+    pieces.erase(std::remove_if(pieces.begin(), pieces.end(), isTooShort), pieces.end());
+}
+
+bool MvOsgGeoTerrain::makeCacheDirectory(const std::string& source, std::string& dir)
+{
+    dir = mvgeo::platform::temporaryDirectory() + "/terrain/" + mvgeo::pathHashText(source);
+    return osgDB::makeDirectory(dir);
+}
+
+bool MvOsgGeoTerrain::openRasters(const std::string& domPath, const std::string& demPath)
+{
+    CPLSetConfigOption("GDAL_FILENAME_IS_UTF8", "YES");
+    mvgeo::TerrainRasters rasters = mvgeo::openRasters(domPath, demPath);
+    _domHeader = rasters.dom;
+    _demHeader = rasters.dem;
+    if (!_domHeader) MVGEO_LOG(WARN) << "open dom failed";
+    if (!_demHeader) MVGEO_LOG(WARN) << "open dem failed";
+    if (_domHeader || _demHeader) return true;
+    MVGEO_LOG(WARN) << "open dom and dem failed";
+    return false;
+}
+
+bool MvOsgGeoTerrain::loadModel(const KdString& source)
+{
+    if (!hasMachinery())
+    {
+        MVGEO_LOG(WARN) << "m_pager,m_sceneVisitor or m_frameStamp is not created";
+        return false;
+    }
+    if (root().getNumChildren() > 0)
+    {
+        MVGEO_LOG(WARN) << "a terrain model holds one terrain, a second one needs a model of its own";
+        return false;
+    }
+    const SourcePaths paths = split(source.ansiPtr());
+    if (!openRasters(paths.dom, paths.dem)) return false;
+
+    const osg::ref_ptr<osgDB::Options> options = optionsFor(source);
+    options->setUserValue(mvgeo::keys::domPath, paths.dom);
+    options->setUserValue(mvgeo::keys::demPath, paths.dem);
+    options->setPluginData(mvgeo::keys::domHeader, _domHeader.get());
+    options->setPluginData(mvgeo::keys::demHeader, _demHeader.get());
+
+    std::string directory;
+    const bool hasCache = makeCacheDirectory(source.ansiPtr(), directory);
+    if (!hasCache)
+    {
+        MVGEO_LOG(WARN) << "cannot make the cache directory " << directory << ", tiles are built anew each time";
+        options->setUserValue(mvgeo::keys::isCaching, false);
+    }
+    const std::string rootName = directory + kRootName;
+    const osg::ref_ptr<osg::Node> node = hangRootFile(rootName, options);
+    if (!node) return false;
+    measureTerrain(*node);
+    return true;
+}
+
+void MvOsgGeoTerrain::measureTerrain(osg::Node& rootTile)
+{
+    const ImageHeader& raster = _demHeader ? *_demHeader : *_domHeader;
+    setExtents(mvgeo::terrainExtents(raster, _demHeader, rootTile));
+}

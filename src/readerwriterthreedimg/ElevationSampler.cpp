@@ -1,0 +1,97 @@
+#include "readerwriterthreedimg/ElevationSampler.h"
+
+#include <cstdint>
+#include <limits>
+
+namespace mvgeo
+{
+
+namespace
+{
+
+/** What was read of the DEM, as elements of its own type. */
+template <typename Element>
+struct Cells
+{
+    std::vector<Element> values;
+    std::size_t columns;
+    float noData;
+
+    [[nodiscard]] double at(int column, int row) const
+    {
+        return static_cast<double>(values[static_cast<std::size_t>(row) * columns + static_cast<std::size_t>(column)]);
+    }
+    // A conversion of a number that no float can hold is undefined; such a number is no elevation either.
+    [[nodiscard]] bool hasData(double value) const
+    {
+        constexpr double kLargest = std::numeric_limits<float>::max();
+        return value >= -kLargest && value <= kLargest && !isNoData(static_cast<float>(value), noData);
+    }
+};
+
+double lerp(double from, double to, double part)
+{
+    return from + (to - from) * part;
+}
+
+template <typename Element>
+float sampleAt(const Cells<Element>& cells, const CellPosition& x, const CellPosition& y)
+{
+    if (!x.isInside() || !y.isInside()) return cells.noData;
+    const double northWest = cells.at(x.lower, y.lower);
+    const double northEast = cells.at(x.upper, y.lower);
+    const double southWest = cells.at(x.lower, y.upper);
+    const double southEast = cells.at(x.upper, y.upper);
+    if (cells.hasData(northWest) && cells.hasData(northEast) && cells.hasData(southWest) && cells.hasData(southEast))
+        return static_cast<float>(
+            lerp(lerp(northWest, northEast, x.fraction), lerp(southWest, southEast, x.fraction), y.fraction));
+
+    const double nearest = cells.at(x.nearest(), y.nearest());
+    return cells.hasData(nearest) ? static_cast<float>(nearest) : cells.noData;
+}
+
+} // namespace
+
+SampleGrid postsOf(const TerrainTileInfo& info)
+{
+    return {info.startX, info.startY, info.endX, info.endY, info.demWidth, info.demHeight};
+}
+
+template <typename Element>
+std::optional<ElevationGrid> sampleDemGrid(ImageHeader& demHeader, GDALDataset& demDataset, const TerrainTileInfo& info,
+                                           GDALDataType dataType)
+{
+    const RasterFrame raster = frameOf(demHeader);
+    const SampleGrid posts = postsOf(info);
+    const std::optional<RasterWindow> window = windowOver(raster, posts);
+    if (!window) return std::nullopt;
+
+    const auto columns = static_cast<std::size_t>(window->x.cells);
+    Cells<Element> cells{std::vector<Element>(columns * static_cast<std::size_t>(window->y.cells)), columns,
+                         demHeader.noData()};
+    if (!readWindow(demHeader, demDataset, *window, {1}, dataType, cells.values.data())) return std::nullopt;
+
+    const std::vector<CellPosition> x = columnPositions(raster, posts, *window);
+    const std::vector<CellPosition> y = rowPositions(raster, posts, *window);
+    ElevationGrid grid(posts.columns, posts.rows, 0.0F);
+    for (int row = 0; row < posts.rows; ++row)
+        for (int column = 0; column < posts.columns; ++column)
+            grid.at(column, row) =
+                sampleAt(cells, x[static_cast<std::size_t>(column)], y[static_cast<std::size_t>(row)]);
+    return grid;
+}
+
+template std::optional<ElevationGrid> sampleDemGrid<std::uint16_t>(ImageHeader&, GDALDataset&, const TerrainTileInfo&,
+                                                                   GDALDataType);
+template std::optional<ElevationGrid> sampleDemGrid<std::int16_t>(ImageHeader&, GDALDataset&, const TerrainTileInfo&,
+                                                                  GDALDataType);
+template std::optional<ElevationGrid> sampleDemGrid<std::uint32_t>(ImageHeader&, GDALDataset&, const TerrainTileInfo&,
+                                                                   GDALDataType);
+template std::optional<ElevationGrid> sampleDemGrid<std::int32_t>(ImageHeader&, GDALDataset&, const TerrainTileInfo&,
+                                                                  GDALDataType);
+template std::optional<ElevationGrid> sampleDemGrid<float>(ImageHeader&, GDALDataset&, const TerrainTileInfo&,
+                                                           GDALDataType);
+template std::optional<ElevationGrid> sampleDemGrid<double>(ImageHeader&, GDALDataset&, const TerrainTileInfo&,
+                                                            GDALDataType);
+
+} // namespace mvgeo

@@ -1,0 +1,139 @@
+#include "readerwriterthreedimg/ReaderWriter3DIMG.h"
+
+#include "readerwriterthreedimg/DatabaseOptionVisitor.h"
+#include "readerwriterthreedimg/TerrainPyramid.h"
+#include "readerwriterthreedimg/TileCacheFile.h"
+#include "readerwriterthreedimg/TileOrigin.h"
+#include "support/UserValues.h"
+
+#include <osgDB/FileNameUtils>
+#include <osgDB/FileUtils>
+
+#include <cstdio>
+
+namespace
+{
+
+/** What a request says beside the tile's description. */
+struct Request
+{
+    std::string domPath;
+    std::string demPath;
+    std::string cachePathDir;
+    std::string cacheName; // of the built tile's file
+    bool isCaching = true; // false without a folder for it
+
+    Request(const std::string& fileName, const osgDB::Options* options)
+        : cacheName(osgDB::getSimpleFileName(osgDB::getNameLessExtension(fileName)))
+    {
+        if (!options) return;
+        const auto text = [options](const std::string& key)
+        {
+            const std::string* value = mvgeo::userValue<std::string>(*options, key);
+            return value ? *value : std::string();
+        };
+        domPath = text(mvgeo::keys::domPath);
+        demPath = text(mvgeo::keys::demPath);
+        cachePathDir = text(mvgeo::keys::cachePathDir);
+        const bool* wanted = mvgeo::userValue<bool>(*options, mvgeo::keys::isCaching);
+        isCaching = hasCache() && (!wanted || *wanted);
+    }
+
+    [[nodiscard]] bool hasCache() const { return !cachePathDir.empty(); }
+
+    [[nodiscard]] std::string cachePath() const { return osgDB::concatPaths(cachePathDir, cacheName); }
+};
+
+/** Tells the rasters' content: a tile that was built from another one is not shown. Empty if there is no raster. */
+std::string stampOf(const mvgeo::TerrainRasters& rasters)
+{
+    if (!rasters.dem && !rasters.dom) return {};
+    const auto part = [](const ImageHeader* header) { return header ? header->stamp() : std::string("none"); };
+    return part(rasters.dem) + '+' + part(rasters.dom);
+}
+
+std::uint32_t failuresOf(const mvgeo::TerrainRasters& rasters)
+{
+    return (rasters.dem ? rasters.dem->readFailureCount() : 0) + (rasters.dom ? rasters.dom->readFailureCount() : 0);
+}
+
+/** Textures left from another content of the rasters would be taken for those of the tiles that are built now. */
+void removeOldTextures(const Request& request, const osgDB::Options& options)
+{
+    TerrainTileInfo tile;
+    tile.cachePathDir = request.cachePathDir;
+    if (!mvgeo::userValue<int>(options, mvgeo::keys::lod))
+    {
+        std::remove(mvgeo::domImageName(tile).c_str()); // the root's own
+        return;
+    }
+    mvgeo::readTileInfo(options, tile);
+    for (unsigned int quadrant = 0; quadrant < 4; ++quadrant)
+    {
+        TerrainTileInfo child;
+        if (mvgeo::childTileInfo(tile, quadrant, child)) std::remove(mvgeo::domImageName(child).c_str());
+    }
+}
+
+mvgeo::TileOriginListener* listenerOf(const osgDB::Options* options)
+{
+    return options ? dynamic_cast<mvgeo::TileOriginListener*>(options->getReadFileCallback()) : nullptr;
+}
+
+osg::ref_ptr<osg::Node> readBack(const Request& request, const std::string& stamp)
+{
+    const osg::ref_ptr<osg::Node> node = mvgeo::readCachedTile(request.cachePath(), stamp);
+    if (!node) return nullptr;
+    THREEDIMG::DatabaseOptionVisitor giveOptions;
+    node->accept(giveOptions);
+    return node;
+}
+
+} // namespace
+
+ReaderWriter3DIMG::ReaderWriter3DIMG()
+{
+    supportsExtension("3dimg", "DEM+DOM");
+}
+
+ReaderWriter3DIMG::~ReaderWriter3DIMG() = default;
+
+osgDB::ReaderWriter::ReadResult ReaderWriter3DIMG::readNode(const std::string& fileName,
+                                                            const osgDB::Options* options) const
+{
+    if (!acceptsExtension(osgDB::getLowerCaseFileExtension(fileName))) return ReadResult::FILE_NOT_HANDLED;
+    if (!options) return ReadResult::FILE_NOT_HANDLED;
+
+    const Request request(fileName, options);
+    const mvgeo::TerrainRasters rasters = mvgeo::openRasters(request.domPath, request.demPath);
+    const std::string stamp = stampOf(rasters);
+    mvgeo::TileOriginListener* listener = listenerOf(options);
+    if (request.hasCache())
+        if (const osg::ref_ptr<osg::Node> node = readBack(request, stamp))
+        {
+            if (listener) listener->noteTileReadBack();
+            return node.get();
+        }
+
+    const std::string directory = osgDB::getFilePath(fileName);
+    if (!directory.empty() && !osgDB::fileExists(directory)) osgDB::makeDirectory(directory);
+
+    if (request.isCaching) removeOldTextures(request, *options);
+    const std::uint32_t failuresBefore = failuresOf(rasters);
+    const osg::ref_ptr<osg::Node> node =
+        mvgeo::buildTerrainNode(request.domPath, request.demPath, request.cachePathDir, options);
+    if (!node) return static_cast<osg::Node*>(nullptr);
+
+    if (listener) listener->noteTileBuilt();
+    // A tile for which a raster could not be read shows less than it should and would do so for ever.
+    const bool isComplete = failuresOf(rasters) == failuresBefore;
+    if (request.isCaching && isComplete) mvgeo::writeCachedTile(*node, request.cachePathDir, request.cacheName, stamp);
+    return node.get();
+}
+
+osgDB::ReaderWriter::WriteResult ReaderWriter3DIMG::writeNode(const osg::Node&, const std::string& fileName,
+                                                              const osgDB::Options*) const
+{
+    const bool isOurs = acceptsExtension(osgDB::getLowerCaseFileExtension(fileName));
+    return isOurs ? WriteResult::FILE_SAVED : WriteResult::FILE_NOT_HANDLED;
+}

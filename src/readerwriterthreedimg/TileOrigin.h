@@ -1,0 +1,16 @@
+#pragma once
+
+namespace mvgeo
+{
+
+/** Told where terrain tiles come from. A read callback that is one hears of the tiles that are read through it.
+ *  Thread: those that read. */
+class TileOriginListener
+{
+public:
+    virtual ~TileOriginListener() = default;
+    virtual void noteTileBuilt() = 0;
+    virtual void noteTileReadBack() = 0;
+};
+
+} // namespace mvgeo

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+#if !defined(_WIN32)
+#include <sys/wait.h>
+#endif
+
+/** The real program, as a shell starts it. */
+struct Outcome
+{
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+inline std::string readFile(const std::string& path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+inline Outcome run(const std::string& arguments)
+{
+    const TempFolder folder;
+    const std::string command = std::string("\"") + MVGEO_HOST_PROGRAM + "\" " + arguments + " >\"" +
+                                folder.path("out") + "\" 2>\"" + folder.path("err") + "\"";
+    Outcome outcome;
+    const int status = std::system(command.c_str());
+#if defined(_WIN32)
+    outcome.status = status;
+#else
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+#endif
+    outcome.out = readFile(folder.path("out"));
+    outcome.err = readFile(folder.path("err"));
+    return outcome;
+}
+
+inline std::string quoted(const std::string& text)
+{
+    return "\"" + text + "\"";
+}
+
+/** One line on standard error, nothing on standard output, and not zero. */
+inline void expectOneSentence(const std::string& arguments, const std::string& part)
+{
+    SCOPED_TRACE(arguments);
+    const Outcome outcome = run(arguments);
+    EXPECT_GT(outcome.status, 0);
+    EXPECT_LT(outcome.status, 126); // neither missing nor ended by a signal
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+    EXPECT_EQ(outcome.err.rfind("mvgeo: ", 0), 0U) << outcome.err;
+    EXPECT_NE(outcome.err.find(part), std::string::npos) << outcome.err;
+}

@@ -1,0 +1,275 @@
+#include "TerrainParts.h"
+#include "readerwriterthreedimg/ElevationSampler.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+using namespace terraintest;
+using mvgeo::ElevationGrid;
+using mvgeo::sampleDemGrid;
+using testing::ElementsAre;
+using testing::Each;
+
+namespace
+{
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+
+template <typename Element>
+constexpr GDALDataType kTypeOf = GDT_Unknown;
+template <>
+constexpr GDALDataType kTypeOf<std::uint16_t> = GDT_UInt16;
+template <>
+constexpr GDALDataType kTypeOf<std::int16_t> = GDT_Int16;
+template <>
+constexpr GDALDataType kTypeOf<std::uint32_t> = GDT_UInt32;
+template <>
+constexpr GDALDataType kTypeOf<std::int32_t> = GDT_Int32;
+template <>
+constexpr GDALDataType kTypeOf<float> = GDT_Float32;
+template <>
+constexpr GDALDataType kTypeOf<double> = GDT_Float64;
+
+/** A DEM in memory, pixels of one unit. */
+class Dem
+{
+public:
+    Dem(const TestRaster& raster, const RasterValue& value)
+    {
+        writeRaster(_path, raster, value);
+        _rasters = openedRasters("", _path);
+    }
+
+    template <typename Element = float>
+    [[nodiscard]] std::optional<ElevationGrid> sample(const TerrainTileInfo& info)
+    {
+        return sampleDemGrid<Element>(*_rasters.dem, *_rasters.demDataset, info, _rasters.demType);
+    }
+    template <typename Element = float>
+    [[nodiscard]] std::vector<float> heights(const TerrainTileInfo& info)
+    {
+        return sample<Element>(info).value_or(ElevationGrid()).heights;
+    }
+    [[nodiscard]] float noData() const { return _rasters.dem->noData(); }
+
+private:
+    const std::string _path = "/vsimem/elevation_sampler_test.tif";
+    mvgeo::TerrainRasters _rasters;
+};
+
+/** 4 x 4 pixels with these values from north to south, without data where they are -1. */
+Dem demOf(const std::vector<double>& values, GDALDataType type = GDT_Float32)
+{
+    TestRaster raster = floatDem(4, 4);
+    raster.type = type;
+    raster.noData = -1.0;
+    return {raster, [&values](int, int column, int row) { return values.at(static_cast<std::size_t>(4 * row + column)); }};
+}
+
+double ramp(int /*band*/, int column, int row)
+{
+    return 1000.0 + 10.0 * column + 100.0 * row;
+}
+
+template <typename Element>
+class ElevationSamplerOf : public testing::Test
+{
+};
+using Elements = testing::Types<std::uint16_t, std::int16_t, std::uint32_t, std::int32_t, float, double>;
+TYPED_TEST_SUITE(ElevationSamplerOf, Elements);
+
+// Posts on pixel edges lie midway between two columns and two rows.
+TYPED_TEST(ElevationSamplerOf, ElementBlendsFourNeighbours)
+{
+    TestRaster raster = floatDem(4, 4);
+    raster.type = kTypeOf<TypeParam>;
+    Dem dem(raster, ramp);
+    EXPECT_THAT(dem.heights<TypeParam>(tileOver({1, 3, 1, 3}, 3)),
+                ElementsAre(1055, 1065, 1075, 1155, 1165, 1175, 1255, 1265, 1275));
+}
+
+// Column 0.75 - 0.5, row 0.5: 1000 + 2.5 + 50.
+TYPED_TEST(ElevationSamplerOf, ElementIsWeightedByDistance)
+{
+    TestRaster raster = floatDem(4, 4);
+    raster.type = kTypeOf<TypeParam>;
+    Dem dem(raster, ramp);
+    EXPECT_FLOAT_EQ(dem.heights<TypeParam>(tileOver({0.75, 1.25, 2.5, 3}, 2)).at(0), 1052.5F);
+}
+
+TEST(ElevationSampler, KeepsLargeAndNegativeValues)
+{
+    TestRaster raster = floatDem(4, 4);
+    raster.type = GDT_UInt32;
+    EXPECT_THAT(Dem(raster, [](int, int, int) { return 4.0e9; }).heights<std::uint32_t>(tileOver({1, 3, 1, 3}, 2)),
+                Each(4.0e9F));
+    raster.type = GDT_Int32;
+    EXPECT_THAT(Dem(raster, [](int, int, int) { return -2.0e9; }).heights<std::int32_t>(tileOver({1, 3, 1, 3}, 2)),
+                Each(-2.0e9F));
+    raster.type = GDT_Int16;
+    EXPECT_THAT(Dem(raster, [](int, int, int) { return -32768.0; }).heights<std::int16_t>(tileOver({1, 3, 1, 3}, 2)),
+                Each(-32768.0F));
+    raster.type = GDT_UInt16;
+    EXPECT_THAT(Dem(raster, [](int, int, int) { return 65535.0; }).heights<std::uint16_t>(tileOver({1, 3, 1, 3}, 2)),
+                Each(65535.0F));
+}
+
+TEST(ElevationSampler, HoldsTheOuterHalfPixelsAtTheLastOnes)
+{
+    Dem dem(floatDem(4, 4), [](int, int column, int) { return 10.0 + 10.0 * column; });
+    const ElevationGrid grid = dem.sample(tileOver({0, 4, 0, 4}, 5)).value();
+    const std::vector<float> expected = {10, 15, 25, 35, 40};
+    for (int row = 0; row < 5; ++row)
+        for (int column = 0; column < 5; ++column)
+            EXPECT_EQ(grid.at(column, row), expected.at(static_cast<std::size_t>(column)));
+}
+
+TEST(ElevationSampler, GivesPostsOutsideTheRasterItsNoDataValue)
+{
+    TestRaster raster = floatDem(4, 4);
+    raster.noData = -32767.0;
+    Dem dem(raster, [](int, int, int) { return 8.0; });
+    EXPECT_THAT(dem.heights(tileOver({-4, 4, 0, 4}, 3)), ElementsAre(-32767, 8, 8, -32767, 8, 8, -32767, 8, 8));
+    EXPECT_THAT(dem.heights(tileOver({0, 4, -4, 4}, 3)), ElementsAre(8, 8, 8, 8, 8, 8, -32767, -32767, -32767));
+}
+
+TEST(ElevationSampler, GivesNothingBesideTheRaster)
+{
+    Dem dem(floatDem(4, 4), ramp);
+    EXPECT_FALSE(dem.sample(tileOver({100, 104, 0, 4}, 3)));
+    EXPECT_FALSE(dem.sample(tileOver({0, 4, -104, -100}, 3)));
+}
+
+// Cells of 4 pixels: GDAL takes the one behind the middle, columns 2 and 6; nothing is averaged.
+TEST(ElevationSampler, TakesOnePixelOfEachDecimatedCell)
+{
+    Dem dem(floatDem(8, 8), [](int, int column, int) { return column; });
+    EXPECT_THAT(dem.heights(tileOver({0, 8, 0, 8}, 3)), ElementsAre(2, 4, 6, 2, 4, 6, 2, 4, 6));
+}
+
+// The pixels of a cell do not depend on where the window begins.
+TEST(ElevationSampler, SeesTheSameDecimatedCellsFromEveryTile)
+{
+    TestRaster raster = floatDem(64, 64);
+    Dem dem(raster, [](int, int column, int row) { return (column * 7919 + row * 104729) % 1000; });
+    const ElevationGrid whole = dem.sample(tileOver({0, 64, 0, 64}, 17)).value(); // a post each 4 pixels
+    const ElevationGrid part = dem.sample(tileOver({16, 48, 8, 40}, 9)).value();
+    for (int row = 0; row < 9; ++row)
+        for (int column = 0; column < 9; ++column)
+            EXPECT_EQ(part.at(column, row), whole.at(column + 4, row + 6)) << column << ' ' << row;
+}
+
+// A tile 1 x 1 whose north-western post stands at the centre of pixel (1, 1), the others east and south of it.
+TEST(ElevationSampler, TakesAPixelWhollyFromItsCentre)
+{
+    EXPECT_EQ(demOf({0, 0, 0, 0, 0, 9, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}).heights(tileOver({1.5, 2.5, 1.5, 2.5}, 2)).at(0), 9);
+}
+
+// Pixel (1, 1) has no data. A post at (1.25, 1) is three quarters towards column 1, midway between rows 0 and 1.
+TEST(ElevationSampler, TakesTheNearestPixelBesideOneWithoutData)
+{
+    Dem dem = demOf({10, 20, 30, 40, 50, -1, 70, 80, 90, 100, 110, 120, 130, 140, 150, 160});
+    EXPECT_EQ(dem.heights(tileOver({1.25, 3, 1, 3}, 2)).at(0), 20);  // column 1, row 0: the middle goes north
+    EXPECT_EQ(dem.heights(tileOver({1, 3, 1, 2.75}, 2)).at(0), 50);  // column 0, row 1: the middle goes west
+    EXPECT_EQ(dem.heights(tileOver({1.25, 3, 1, 2.75}, 2)).at(0), -1); // itself
+    EXPECT_EQ(dem.heights(tileOver({2.1, 3, 1, 1.9}, 2)).at(0), 110); // pixel (2, 2)
+}
+
+TEST(ElevationSampler, BlendsAgainAwayFromThePixelWithoutData)
+{
+    Dem dem = demOf({10, 20, 30, 40, 50, -1, 70, 80, 90, 100, 110, 120, 130, 140, 150, 160});
+    EXPECT_EQ(dem.heights(tileOver({3, 4, 1, 3}, 2)).at(0), 55); // between 30, 40, 70 and 80
+}
+
+TEST(ElevationSampler, TakesTheNoDataValueThatGdalReportsWhereNoneIsDeclared)
+{
+    Dem dem(floatDem(4, 4), [](int, int, int) { return 8.0; });
+    EXPECT_EQ(dem.heights(tileOver({-4, 4, 0, 4}, 3)).at(0), dem.noData());
+    EXPECT_NE(dem.noData(), 8.0F);
+}
+
+class ElevationHole : public testing::TestWithParam<double>
+{
+};
+
+TEST_P(ElevationHole, IsNoDataThoughUndeclared)
+{
+    for (const GDALDataType type : {GDT_Float32, GDT_Float64})
+    {
+        TestRaster raster = floatDem(4, 4);
+        raster.type = type;
+        Dem dem(raster, [](int, int column, int row) { return column == 1 && row == 1 ? GetParam() : 8.0; });
+        const TerrainTileInfo info = tileOver({0, 4, 0, 4}, 17);
+        const std::vector<float> heights = type == GDT_Float32 ? dem.heights<float>(info) : dem.heights<double>(info);
+        ASSERT_EQ(heights.size(), 289U);
+        int holes = 0;
+        for (const float height : heights)
+        {
+            EXPECT_TRUE(height == 8.0F || height == dem.noData()) << height;
+            if (height == dem.noData()) ++holes;
+        }
+        EXPECT_EQ(holes, 16); // posts 5..8 each way, whose nearest pixel it is; at 1 and 2 exactly it is the lower one
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(NotANumber, ElevationHole, testing::Values(kNan, kInfinity, -kInfinity));
+
+// As many programs write for "nothing" in doubles.
+TEST(ElevationSampler, TakesDoublesBeyondFloatsForNoData)
+{
+    TestRaster raster = floatDem(4, 4);
+    raster.type = GDT_Float64;
+    for (const double value : {1e300, -1e300, std::numeric_limits<double>::max(), -std::numeric_limits<double>::max()})
+    {
+        Dem dem(raster, [value](int, int, int) { return value; });
+        EXPECT_THAT(dem.heights<double>(tileOver({0, 4, 0, 4}, 5)), Each(dem.noData()));
+        raster.noData = -std::numeric_limits<double>::max();
+        Dem declared(raster, [value](int, int, int) { return value; });
+        EXPECT_THAT(declared.heights<double>(tileOver({0, 4, 0, 4}, 5)), Each(declared.noData()));
+        raster.noData.reset();
+    }
+}
+
+TEST(ElevationSampler, KnowsADeclaredNotANumber)
+{
+    TestRaster raster = floatDem(4, 4);
+    raster.noData = kNan;
+    Dem dem(raster, [](int, int column, int) { return column < 2 ? kNan : 8.0; });
+    const ElevationGrid grid = dem.sample(tileOver({0, 4, 0, 4}, 5)).value();
+    EXPECT_TRUE(std::isnan(grid.at(0, 0)));
+    EXPECT_TRUE(std::isnan(grid.at(2, 2))); // midway: the western one
+    EXPECT_EQ(grid.at(3, 2), 8.0F);
+}
+
+TEST(ElevationSampler, BlendsExtremeHeightsToFiniteOnes)
+{
+    Dem dem(floatDem(4, 4), [](int, int column, int) { return column % 2 == 0 ? 3.4e38 : -3.4e38; });
+    for (const float height : dem.heights(tileOver({0, 4, 0, 4}, 32)))
+        EXPECT_TRUE(std::isfinite(height));
+}
+
+TEST(ElevationSampler, OfOnePixelIsThatEverywhere)
+{
+    Dem dem(floatDem(1, 1), [](int, int, int) { return 42.0; });
+    EXPECT_THAT(dem.heights(tileOver({0, 1, 0, 1}, 32)), Each(42.0F));
+}
+
+TEST(ElevationSampler, FailsAndSaysSoOnceWhereTheRasterCannotBeRead)
+{
+    const TemporaryDirectory folder;
+    LogRecorder log;
+    writeVirtualRaster(folder / "dem.vrt", floatDem(4, 4), folder / "gone.tif");
+    mvgeo::TerrainRasters rasters = openedRasters("", folder / "dem.vrt");
+    ASSERT_NE(rasters.demDataset, nullptr);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_FALSE(sampleDemGrid<float>(*rasters.dem, *rasters.demDataset, tileOver({0, 4, 0, 4}, 5), GDT_Float32));
+    EXPECT_EQ(log.count(osg::WARN, "cannot read " + (folder / "dem.vrt")), 1);
+    EXPECT_EQ(log.lines().size(), 1U);
+    EXPECT_EQ(rasters.dem->readFailureCount(), 3U);
+}
+
+} // namespace

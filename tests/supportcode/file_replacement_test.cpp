@@ -1,0 +1,163 @@
+#include "support/FileReplacement.h"
+#include "support/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+#if !defined(_WIN32)
+#include <csignal>
+#include <sys/resource.h>
+#include <unistd.h>
+#endif
+
+namespace fs = std::filesystem;
+
+namespace
+{
+
+/** A folder, and what is in it at the end: never a temporary file. */
+class FileReplacement : public testing::Test
+{
+protected:
+    bool replace(const std::string& name, const std::string& bytes) const
+    {
+        return mvgeo::replaceFile(folder.path().string(), name, bytes.data(), bytes.size());
+    }
+
+    [[nodiscard]] std::ptrdiff_t fileCount() const
+    {
+        return std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator());
+    }
+
+    TemporaryDirectory folder;
+};
+
+TEST_F(FileReplacement, WritesANewFile)
+{
+    const std::string bytes("a\0b\r\n\xff", 6);
+    EXPECT_TRUE(replace("tile.osgb", bytes));
+    EXPECT_EQ(readFile(folder / "tile.osgb"), bytes);
+    EXPECT_EQ(fileCount(), 1);
+}
+
+TEST_F(FileReplacement, WritesAnEmptyFile)
+{
+    EXPECT_TRUE(mvgeo::replaceFile(folder.path().string(), "empty", nullptr, 0));
+    EXPECT_EQ(readFile(folder / "empty"), "");
+    EXPECT_EQ(fileCount(), 1);
+}
+
+TEST_F(FileReplacement, LeavesNothingOfALongerFile)
+{
+    writeFile(folder / "tile", "the longer content of before");
+    EXPECT_TRUE(replace("tile", "short"));
+    EXPECT_EQ(readFile(folder / "tile"), "short");
+    EXPECT_EQ(fileCount(), 1);
+}
+
+TEST_F(FileReplacement, TakesNamesWithAnyCharacters)
+{
+    const std::string name = "\xe5\x80\xbe\xe6\x96\x9c %20#'.osgb";
+    EXPECT_TRUE(replace(name, "content"));
+    EXPECT_EQ(readFile(folder / name), "content");
+}
+
+TEST_F(FileReplacement, FailsInAFolderThatDoesNotExist)
+{
+    EXPECT_FALSE(mvgeo::replaceFile(folder / "missing", "tile", "content", 7));
+    EXPECT_EQ(fileCount(), 0);
+}
+
+TEST_F(FileReplacement, FailsWhereTheFolderIsAFile)
+{
+    writeFile(folder / "file", "untouched");
+    EXPECT_FALSE(mvgeo::replaceFile(folder / "file", "tile", "content", 7));
+    EXPECT_EQ(readFile(folder / "file"), "untouched");
+}
+
+TEST_F(FileReplacement, FailsWhereTheNameIsAFoldersAndCleansUp)
+{
+    folder.makeFolder("tile/inside");
+    EXPECT_FALSE(replace("tile", "content"));
+    EXPECT_TRUE(fs::is_directory(folder / "tile/inside"));
+    EXPECT_EQ(fileCount(), 1);
+}
+
+TEST_F(FileReplacement, FailsForANameThatIsTooLong)
+{
+    EXPECT_FALSE(replace(std::string(5000, 'x'), "content"));
+    EXPECT_EQ(fileCount(), 0);
+}
+
+TEST_F(FileReplacement, FailsInAFolderThatMayNotBeWritten)
+{
+#if defined(_WIN32)
+    GTEST_SKIP() << "a folder's permissions do not keep files out here";
+#else
+    if (geteuid() == 0) GTEST_SKIP() << "nothing is forbidden to the superuser";
+    writeFile(folder / "tile", "untouched");
+    fs::permissions(folder.path(), fs::perms::owner_read | fs::perms::owner_exec);
+    EXPECT_FALSE(replace("tile", "content"));
+    EXPECT_EQ(readFile(folder / "tile"), "untouched");
+    EXPECT_EQ(fileCount(), 1);
+#endif
+}
+
+TEST_F(FileReplacement, KeepsTheOldFileWhenTheNewOneDoesNotFit)
+{
+#if defined(_WIN32)
+    GTEST_SKIP() << "the size of a process's files cannot be limited here";
+#else
+    writeFile(folder / "tile", "untouched");
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto handlerBefore = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit small = before;
+    small.rlim_cur = 1000; // bytes: stands for a disk that is full
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const bool succeeded = replace("tile", std::string(5000, 'x'));
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handlerBefore);
+
+    EXPECT_FALSE(succeeded);
+    EXPECT_EQ(readFile(folder / "tile"), "untouched");
+    EXPECT_EQ(fileCount(), 1);
+#endif
+}
+
+// Each writer's content is one letter throughout; a mixture or a part would be seen.
+TEST_F(FileReplacement, ShowsReadersWholeFilesOnly)
+{
+    constexpr std::size_t kSize = 100000;
+    constexpr int kRounds = 100;
+    ASSERT_TRUE(replace("tile", std::string(kSize, 'a')));
+    std::atomic<int> writing{2};
+    std::vector<std::thread> writers;
+    for (const char letter : {'b', 'c'})
+        writers.emplace_back(
+            [this, &writing, letter]
+            {
+                for (int round = 0; round < kRounds; ++round)
+                    EXPECT_TRUE(replace("tile", std::string(kSize, letter)));
+                --writing;
+            });
+    int reads = 0;
+    do
+    {
+        const std::string content = readFile(folder / "tile");
+        ++reads;
+        EXPECT_EQ(content, std::string(kSize, content.empty() ? '?' : content[0]));
+    } while (writing > 0);
+    for (std::thread& writer : writers)
+        writer.join();
+    EXPECT_GE(reads, 1);
+    EXPECT_EQ(fileCount(), 1);
+}
+
+} // namespace
