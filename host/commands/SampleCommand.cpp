@@ -109,7 +109,6 @@ void addSampleCommand(CLI::App& app, int& status)
     command.add_option("--seed", options->seed, "another number makes another city and another valley")
         ->capture_default_str();
     command.add_option("--only", options->only, "write one of the two, for instance beside the other one")
-        ->type_name("city|terrain")
         ->check(CLI::IsMember({kCity, kTerrain}));
     command.add_flag("--json", options->json, "print the result as JSON");
     command.callback(

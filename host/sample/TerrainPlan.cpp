@@ -10,7 +10,7 @@ namespace
 {
 
 constexpr double kTurn = 6.283185307179586;
-constexpr double kSteepestLandscape = 0.26; // the highest peak over the shorter side
+constexpr double kSteepestLandscape = 0.285; // the highest peak over the shorter side
 constexpr double kHighestPeak = 2300.0;
 
 } // namespace

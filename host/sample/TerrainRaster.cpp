@@ -16,6 +16,9 @@ namespace mvgeo::host
 namespace
 {
 
+// On machines with one core too: the file's parts come in another order without threads.
+constexpr const char* kThreads = "4";
+
 /** Keeps GDAL's messages off the terminal, on this thread; the last one can still be asked for. */
 class QuietErrors
 {
@@ -88,7 +91,7 @@ std::string TerrainRaster::create(const RasterShape& shape)
     options.SetNameValue("COMPRESS", "DEFLATE");
     options.SetNameValue("PREDICTOR", shape.predictor);
     options.SetNameValue("ZLEVEL", "2"); // 6, the usual, takes three times as long for 3 % less
-    options.SetNameValue("NUM_THREADS", "ALL_CPUS");
+    options.SetNameValue("NUM_THREADS", kThreads);
     if (shape.bands == 3) options.SetNameValue("PHOTOMETRIC", "RGB");
     _dataset.reset(driver->Create(_memory.c_str(), shape.columns, shape.rows, shape.bands, shape.type, options.List()));
     if (!_dataset) return problem();
@@ -114,7 +117,7 @@ std::string TerrainRaster::writeRows(int firstRow, int rows, void* pixels)
 std::string TerrainRaster::finish(std::vector<int> overviews, const std::function<bool(double)>& advance)
 {
     const QuietErrors quiet;
-    CPLSetThreadLocalConfigOption("GDAL_NUM_THREADS", "ALL_CPUS");
+    CPLSetThreadLocalConfigOption("GDAL_NUM_THREADS", kThreads);
     auto callback = advance;
     const CPLErr error = _dataset->BuildOverviews("AVERAGE", static_cast<int>(overviews.size()), overviews.data(), 0,
                                                   nullptr, forwardProgress, &callback);

@@ -27,7 +27,7 @@ struct RasterShape
  *  overviews. Each function returns an error sentence with the path, empty if all went well; GDAL's own messages stay
  *  silent.
  *
- *  Thread: one at a time. Compresses on all cores. */
+ *  Thread: one at a time. Compresses on threads of its own. */
 class TerrainRaster
 {
 public:

@@ -66,6 +66,7 @@ std::optional<double> noDataOf(GDALRasterBand& band)
 std::vector<std::pair<int, int>> overviewsOf(GDALRasterBand& band)
 {
     std::vector<std::pair<int, int>> sizes;
+    if (band.GetOverviewCount() > 0) band.GetOverview(0); // a warped raster counts all of its only then
     for (int i = 0; i < band.GetOverviewCount(); ++i)
         if (GDALRasterBand* overview = band.GetOverview(i))
             sizes.emplace_back(overview->GetXSize(), overview->GetYSize());

@@ -53,7 +53,7 @@ std::string Terrain::modelPath() const
 
 std::optional<std::pair<double, double>> Terrain::heightRange() const
 {
-    return dem ? valueRange(dem->used().path) : std::nullopt;
+    return dem ? valueRange(dem->source.path) : std::nullopt; // warping changes no heights, but costs time
 }
 
 Terrain prepareTerrain(const TerrainPaths& paths, bool mayWarp)

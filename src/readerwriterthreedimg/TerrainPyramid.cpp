@@ -174,10 +174,10 @@ bool childrenAreLeaves(const TerrainRasters& rasters, const TerrainTileInfo& par
 bool isBuildable(const TerrainTileInfo& info)
 {
     constexpr int kMostSamples = 4096;
-    constexpr int kMostLevels = 30; // the numbers of the children are to stay integers
+    constexpr int kMostTiles = 1 << 29; // the children's numbers are to be integers too
     const auto isSize = [](int samples) { return samples >= 2 && samples <= kMostSamples; };
-    const auto isNumber = [&info](int number) { return number >= 0 && number < 1 << info.lod; };
-    return info.lod >= 0 && info.lod < kMostLevels && isNumber(info.x) && isNumber(info.y) && isSize(info.imageWidth) &&
+    const auto isNumber = [](int number) { return number >= 0 && number < kMostTiles; };
+    return isNumber(info.lod) && isNumber(info.x) && isNumber(info.y) && isSize(info.imageWidth) &&
            isSize(info.imageHeight) && isSize(info.demWidth) && isSize(info.demHeight) &&
            std::isfinite(info.endX - info.startX) && std::isfinite(info.endY - info.startY) &&
            std::isfinite(info.offsetX) && std::isfinite(info.offsetY) && info.startX < info.endX &&

@@ -190,15 +190,29 @@ TEST_F(WarpedRaster, HasAFileForEachSourceAndRole)
     EXPECT_NE(prepare(b, {}).dom->warped->path, prepare({}, b).dem->warped->path);
 }
 
+// The overviews get another height than the ground, which gives away who was read.
 TEST_F(WarpedRaster, IsServedByTheOverviewsOfItsSource)
 {
     const std::string dem = writeRaster(folder.path("dem.tif"), rasterAt(4326, 138.0, 36.0, 0.001, 1024));
     {
-        const GDALDatasetUniquePtr dataset(GDALDataset::Open(dem.c_str(), GDAL_OF_RASTER));
+        const GDALDatasetUniquePtr dataset(GDALDataset::Open(dem.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE));
         int factors[] = {2, 4};
-        ASSERT_EQ(dataset->BuildOverviews("AVERAGE", 2, factors, 0, nullptr, nullptr, nullptr), CE_None);
+        ASSERT_EQ(dataset->BuildOverviews("NEAREST", 2, factors, 0, nullptr, nullptr, nullptr), CE_None);
+        ASSERT_EQ(dataset->GetRasterBand(1)->GetOverview(0)->Fill(200.0), CE_None);
+        ASSERT_EQ(dataset->GetRasterBand(1)->GetOverview(1)->Fill(400.0), CE_None);
     }
-    EXPECT_EQ(prepare({}, dem).dem->warped->overviews.size(), 2U);
+    const GDALDatasetUniquePtr warped(GDALDataset::Open(prepare({}, dem).dem->warped->path.c_str()));
+    const int width = warped->GetRasterXSize();
+    const int height = warped->GetRasterYSize();
+    for (const auto& [factor, expected] :
+         {std::make_pair(1, 100.0F), std::make_pair(2, 200.0F), std::make_pair(4, 400.0F)})
+    {
+        std::vector<float> values(static_cast<std::size_t>(width / factor) * static_cast<std::size_t>(height / factor));
+        ASSERT_EQ(warped->GetRasterBand(1)->RasterIO(GF_Read, 0, 0, width, height, values.data(), width / factor,
+                                                     height / factor, GDT_Float32, 0, 0, nullptr),
+                  CE_None);
+        EXPECT_EQ(values[values.size() / 2 + static_cast<std::size_t>(width / factor / 2)], expected) << factor;
+    }
 }
 
 TEST_F(WarpedRaster, ShowsSouthUpRastersNorthUp)

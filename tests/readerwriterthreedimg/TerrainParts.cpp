@@ -194,9 +194,8 @@ void writeVirtualRaster(const std::string& path, const TestRaster& raster, const
 
 osg::Geometry* geometryOf(osg::Node* tile)
 {
-    for (osg::Node* node = tile; node; node = node->asGroup() && node->asGroup()->getNumChildren() > 0
-                                                  ? node->asGroup()->getChild(0)
-                                                  : nullptr)
+    for (osg::Node* node = tile; node;
+         node = node->asGroup() && node->asGroup()->getNumChildren() > 0 ? node->asGroup()->getChild(0) : nullptr)
         if (node->asGeometry()) return node->asGeometry();
     return nullptr;
 }
@@ -210,8 +209,8 @@ std::array<int, 3> texel(const osg::Image& image, int column, int row)
 osg::Texture2D* textureOf(const osg::Geometry& geometry)
 {
     const osg::StateSet* state = geometry.getStateSet();
-    return state ? const_cast<osg::Texture2D*>(dynamic_cast<const osg::Texture2D*>(
-                       state->getTextureAttribute(0, osg::StateAttribute::TEXTURE)))
+    return state ? const_cast<osg::Texture2D*>(
+                       dynamic_cast<const osg::Texture2D*>(state->getTextureAttribute(0, osg::StateAttribute::TEXTURE)))
                  : nullptr;
 }
 

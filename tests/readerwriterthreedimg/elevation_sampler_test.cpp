@@ -10,8 +10,8 @@
 using namespace terraintest;
 using mvgeo::ElevationGrid;
 using mvgeo::sampleDemGrid;
-using testing::ElementsAre;
 using testing::Each;
+using testing::ElementsAre;
 
 namespace
 {
@@ -67,7 +67,8 @@ Dem demOf(const std::vector<double>& values, GDALDataType type = GDT_Float32)
     TestRaster raster = floatDem(4, 4);
     raster.type = type;
     raster.noData = -1.0;
-    return {raster, [&values](int, int column, int row) { return values.at(static_cast<std::size_t>(4 * row + column)); }};
+    return {raster,
+            [&values](int, int column, int row) { return values.at(static_cast<std::size_t>(4 * row + column)); }};
 }
 
 double ramp(int /*band*/, int column, int row)
@@ -166,17 +167,18 @@ TEST(ElevationSampler, SeesTheSameDecimatedCellsFromEveryTile)
 // A tile 1 x 1 whose north-western post stands at the centre of pixel (1, 1), the others east and south of it.
 TEST(ElevationSampler, TakesAPixelWhollyFromItsCentre)
 {
-    EXPECT_EQ(demOf({0, 0, 0, 0, 0, 9, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}).heights(tileOver({1.5, 2.5, 1.5, 2.5}, 2)).at(0), 9);
+    EXPECT_EQ(demOf({0, 0, 0, 0, 0, 9, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}).heights(tileOver({1.5, 2.5, 1.5, 2.5}, 2)).at(0),
+              9);
 }
 
 // Pixel (1, 1) has no data. A post at (1.25, 1) is three quarters towards column 1, midway between rows 0 and 1.
 TEST(ElevationSampler, TakesTheNearestPixelBesideOneWithoutData)
 {
     Dem dem = demOf({10, 20, 30, 40, 50, -1, 70, 80, 90, 100, 110, 120, 130, 140, 150, 160});
-    EXPECT_EQ(dem.heights(tileOver({1.25, 3, 1, 3}, 2)).at(0), 20);  // column 1, row 0: the middle goes north
-    EXPECT_EQ(dem.heights(tileOver({1, 3, 1, 2.75}, 2)).at(0), 50);  // column 0, row 1: the middle goes west
+    EXPECT_EQ(dem.heights(tileOver({1.25, 3, 1, 3}, 2)).at(0), 20);    // column 1, row 0: the middle goes north
+    EXPECT_EQ(dem.heights(tileOver({1, 3, 1, 2.75}, 2)).at(0), 50);    // column 0, row 1: the middle goes west
     EXPECT_EQ(dem.heights(tileOver({1.25, 3, 1, 2.75}, 2)).at(0), -1); // itself
-    EXPECT_EQ(dem.heights(tileOver({2.1, 3, 1, 1.9}, 2)).at(0), 110); // pixel (2, 2)
+    EXPECT_EQ(dem.heights(tileOver({2.1, 3, 1, 1.9}, 2)).at(0), 110);  // pixel (2, 2)
 }
 
 TEST(ElevationSampler, BlendsAgainAwayFromThePixelWithoutData)

@@ -51,22 +51,26 @@ TEST(OrthoSampler, BlendsAndDropsTheFraction)
 {
     const std::vector<int> rgb = sampled(
         colourDom(2, 2), [](int band, int column, int) { return band == 1 ? 1 + 253 * column : 9; }, {0, 2, 0, 2}, 3);
-    EXPECT_THAT(rgb, ElementsAre(1, 9, 9, 127, 9, 9, 254, 9, 9,   //
-                                 1, 9, 9, 127, 9, 9, 254, 9, 9,   //
+    EXPECT_THAT(rgb, ElementsAre(1, 9, 9, 127, 9, 9, 254, 9, 9, //
+                                 1, 9, 9, 127, 9, 9, 254, 9, 9, //
                                  1, 9, 9, 127, 9, 9, 254, 9, 9));
 }
 
 TEST(OrthoSampler, ShowsOneBandAsGrey)
 {
-    EXPECT_THAT(sampled(grey(2, 2), [](int, int column, int row) { return 5 + 10 * column + 100 * row; }, {0.5, 1.5, 0.5, 1.5}, 2),
-                ElementsAre(5, 5, 5, 15, 15, 15, 105, 105, 105, 115, 115, 115));
+    EXPECT_THAT(
+        sampled(
+            grey(2, 2), [](int, int column, int row) { return 5 + 10 * column + 100 * row; }, {0.5, 1.5, 0.5, 1.5}, 2),
+        ElementsAre(5, 5, 5, 15, 15, 15, 105, 105, 105, 115, 115, 115));
 }
 
 TEST(OrthoSampler, LeavesTheSecondOfTwoBandsOut)
 {
     TestRaster raster = colourDom(2, 2);
     raster.bands = 2;
-    EXPECT_THAT(sampled(raster, [](int band, int, int) { return band == 1 ? 70 : 255; }, {0, 2, 0, 2}, 2), Each(70));
+    EXPECT_THAT(sampled(
+                    raster, [](int band, int, int) { return band == 1 ? 70 : 255; }, {0, 2, 0, 2}, 2),
+                Each(70));
 }
 
 TEST(OrthoSampler, LeavesTheFourthBandOut)
@@ -74,8 +78,8 @@ TEST(OrthoSampler, LeavesTheFourthBandOut)
     TestRaster raster = colourDom(2, 2);
     raster.bands = 4;
     raster.colours = {GCI_RedBand, GCI_GreenBand, GCI_BlueBand, GCI_AlphaBand};
-    const std::vector<int> rgb =
-        sampled(raster, [](int band, int, int) { return 40 * band; }, {0, 2, 0, 2}, 2);
+    const std::vector<int> rgb = sampled(
+        raster, [](int band, int, int) { return 40 * band; }, {0, 2, 0, 2}, 2);
     ASSERT_EQ(rgb.size(), 12U);
     for (std::size_t i = 0; i < rgb.size(); i += 3)
         EXPECT_THAT(std::vector<int>(rgb.begin() + static_cast<int>(i), rgb.begin() + static_cast<int>(i) + 3),
@@ -86,7 +90,8 @@ TEST(OrthoSampler, GoesByTheBandsColourTags)
 {
     TestRaster raster = colourDom(1, 1);
     raster.colours = {GCI_BlueBand, GCI_GreenBand, GCI_RedBand};
-    EXPECT_THAT(sampled(raster, [](int band, int, int) { return 40 * band; }, {0, 1, 0, 1}, 1 + 1),
+    EXPECT_THAT(sampled(
+                    raster, [](int band, int, int) { return 40 * band; }, {0, 1, 0, 1}, 1 + 1),
                 ElementsAre(120, 80, 40, 120, 80, 40, 120, 80, 40, 120, 80, 40));
 }
 
@@ -95,7 +100,8 @@ TEST(OrthoSampler, LooksPaletteColoursUpBeforeBlending)
 {
     TestRaster raster = grey(2, 1);
     raster.palette = {{1, 2, 3}, {200, 0, 0}, {4, 5, 6}, {0, 100, 0}};
-    EXPECT_THAT(sampled(raster, [](int, int column, int) { return 1 + 2 * column; }, {0, 2, 0, 1}, 3),
+    EXPECT_THAT(sampled(
+                    raster, [](int, int column, int) { return 1 + 2 * column; }, {0, 2, 0, 1}, 3),
                 ElementsAre(200, 0, 0, 100, 50, 0, 0, 100, 0, 200, 0, 0, 100, 50, 0, 0, 100, 0, 200, 0, 0, 100, 50, 0,
                             0, 100, 0));
 }
@@ -105,7 +111,8 @@ TEST(OrthoSampler, ShowsAPaletteIndexWithoutEntryAsTheLastOne)
     TestRaster raster = grey(1, 1);
     raster.type = GDT_UInt16;
     raster.palette = std::vector<std::array<std::uint8_t, 3>>(65536, {7, 8, 9});
-    EXPECT_THAT(sampled(raster, [](int, int, int) { return 65535; }, {0, 1, 0, 1}, 2),
+    EXPECT_THAT(sampled(
+                    raster, [](int, int, int) { return 65535; }, {0, 1, 0, 1}, 2),
                 ElementsAre(7, 8, 9, 7, 8, 9, 7, 8, 9, 7, 8, 9));
 }
 
@@ -114,17 +121,21 @@ TEST(OrthoSampler, SpreadsSixteenBitsOverTheirRange)
 {
     TestRaster raster = grey(3, 1);
     raster.type = GDT_UInt16;
-    EXPECT_THAT(sampled(raster, [](int, int column, int) { return 500 * column; }, {0, 3, 0, 1}, 2),
+    EXPECT_THAT(sampled(
+                    raster, [](int, int column, int) { return 500 * column; }, {0, 3, 0, 1}, 2),
                 ElementsAre(0, 0, 0, 255, 255, 255, 0, 0, 0, 255, 255, 255));
-    EXPECT_EQ(sampled(raster, [](int, int column, int) { return 500 * column; }, {0, 3, 0, 1}, 3).at(3), 128);
+    EXPECT_EQ(sampled(
+                  raster, [](int, int column, int) { return 500 * column; }, {0, 3, 0, 1}, 3)
+                  .at(3),
+              128);
 }
 
 TEST(OrthoSampler, TakesFloatsUpToOneForShares)
 {
     TestRaster raster = grey(3, 1);
     raster.type = GDT_Float32;
-    const std::vector<int> rgb =
-        sampled(raster, [](int, int column, int) { return 0.4 * column; }, {0, 3, 0, 1}, 3);
+    const std::vector<int> rgb = sampled(
+        raster, [](int, int column, int) { return 0.4 * column; }, {0, 3, 0, 1}, 3);
     EXPECT_EQ(rgb.at(0), 0);
     EXPECT_EQ(rgb.at(3), 102); // 0.4 * 255
     EXPECT_EQ(rgb.at(6), 204);
@@ -175,7 +186,8 @@ TEST(OrthoSampler, GivesPixelsOutsideTheNoDataByte)
 {
     TestRaster raster = colourDom(4, 4);
     raster.noData = 200.0;
-    const std::vector<int> rgb = sampled(raster, [](int, int, int) { return 50; }, {-4, 4, -4, 4}, 9);
+    const std::vector<int> rgb = sampled(
+        raster, [](int, int, int) { return 50; }, {-4, 4, -4, 4}, 9);
     ASSERT_EQ(rgb.size(), 3U * 81U);
     for (std::size_t i = 0; i < rgb.size(); ++i)
     {
@@ -186,14 +198,17 @@ TEST(OrthoSampler, GivesPixelsOutsideTheNoDataByte)
 
 TEST(OrthoSampler, IsBlackOutsideARasterThatDeclaresNoData)
 {
-    const std::vector<int> rgb = sampled(colourDom(4, 4), [](int, int, int) { return 50; }, {-4, 4, 0, 4}, 3);
+    const std::vector<int> rgb = sampled(
+        colourDom(4, 4), [](int, int, int) { return 50; }, {-4, 4, 0, 4}, 3);
     EXPECT_EQ(rgb.at(0), 0);
     EXPECT_EQ(rgb.at(3), 50);
 }
 
 TEST(OrthoSampler, GivesNothingBesideTheRaster)
 {
-    EXPECT_THAT(sampled(colourDom(4, 4), [](int, int, int) { return 50; }, {100, 104, 0, 4}, 4), testing::IsEmpty());
+    EXPECT_THAT(sampled(
+                    colourDom(4, 4), [](int, int, int) { return 50; }, {100, 104, 0, 4}, 4),
+                testing::IsEmpty());
 }
 
 TEST(OrthoSampler, FailsAndSaysSoOnceWhereTheRasterCannotBeRead)

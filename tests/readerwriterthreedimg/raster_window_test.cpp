@@ -120,8 +120,13 @@ TEST(RasterWindow, TakesAStepForAPowerOfTwoThatMissesItByRounding)
 TEST(RasterWindow, IsNoneFarFromTheRaster)
 {
     const RasterFrame raster = frame(10, 10);
-    for (const auto& [west, south] : {std::pair{-1000.0, 0.0}, {1000.0, 0.0}, {0.0, -1000.0}, {0.0, 1000.0},
-                                      {1e300, 0.0}, {0.0, -1e300}, {1e308, 1e308}})
+    for (const auto& [west, south] : {std::pair{-1000.0, 0.0},
+                                      {1000.0, 0.0},
+                                      {0.0, -1000.0},
+                                      {0.0, 1000.0},
+                                      {1e300, 0.0},
+                                      {0.0, -1e300},
+                                      {1e308, 1e308}})
         EXPECT_FALSE(mvgeo::windowOver(raster, {west, south, west + 10.0, south + 10.0, 32, 32}))
             << west << ' ' << south;
 }

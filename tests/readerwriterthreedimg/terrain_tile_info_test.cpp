@@ -119,8 +119,8 @@ TEST(TerrainTileInfo, LeavesFieldsAloneWhoseKeysAreAbsent)
 TEST(TerrainTileInfo, LeavesFieldsAloneWhoseValuesAreOfAnotherType)
 {
     const osg::ref_ptr<osgDB::Options> options = new osgDB::Options;
-    for (const char* key : {"imageWidth", "imageHeight", "demWidth", "demHeight", "lod", "x", "y", "domPath",
-                                   "demPath", "cachePathDir", "normal"})
+    for (const char* key : {"imageWidth", "imageHeight", "demWidth", "demHeight", "lod", "x", "y", "domPath", "demPath",
+                            "cachePathDir", "normal"})
         options->setUserValue(key, 4.0);
     for (const char* key :
          {"startX", "startY", "endX", "endY", "offsetX", "offsetY", "rootXmin", "rootYmin", "rootXmax", "rootYmax"})

@@ -119,8 +119,15 @@ TEST(TileGeometry, PutsPostsWithoutDataAtZero)
     const float infinite = std::numeric_limits<float>::infinity();
     TerrainTileInfo info = smallTile();
     const Mesh mesh = build(surface({50, kNoData, 60, nan, 70, infinite, -infinite, 80, 90}), info);
-    for (const auto& [vertex, z] : {std::pair{0U, 0.0F}, {1U, 80.0F}, {2U, 90.0F}, {3U, 0.0F}, {4U, 70.0F}, {5U, 0.0F},
-                                    {6U, 50.0F}, {7U, 0.0F}, {8U, 60.0F}})
+    for (const auto& [vertex, z] : {std::pair{0U, 0.0F},
+                                    {1U, 80.0F},
+                                    {2U, 90.0F},
+                                    {3U, 0.0F},
+                                    {4U, 70.0F},
+                                    {5U, 0.0F},
+                                    {6U, 50.0F},
+                                    {7U, 0.0F},
+                                    {8U, 60.0F}})
         EXPECT_EQ(verticesOf(mesh).at(vertex).z(), z) << vertex;
     EXPECT_EQ(info.minZ, 0.0);
     EXPECT_EQ(info.maxZ, 90.0);
@@ -159,8 +166,8 @@ TEST(TileGeometry, HangsSkirtsThatFaceOutwards)
     for (const Corners& corners : skirts)
     {
         const osg::Vec3d middle = (corners[0] + corners[1] + corners[2]) / 3.0F;
-        const osg::Vec3d outward = std::abs(middle.x()) > std::abs(middle.y()) ? osg::Vec3d(middle.x(), 0, 0)
-                                                                               : osg::Vec3d(0, middle.y(), 0);
+        const osg::Vec3d outward =
+            std::abs(middle.x()) > std::abs(middle.y()) ? osg::Vec3d(middle.x(), 0, 0) : osg::Vec3d(0, middle.y(), 0);
         EXPECT_GT(crossOf(corners) * outward, 0.0);
     }
 }
@@ -290,7 +297,8 @@ TEST(TileTexture, IsSmoothAndDoesNotRepeat)
     EXPECT_EQ(texture->getFilter(osg::Texture::MAG_FILTER), osg::Texture::LINEAR);
     for (const auto axis : {osg::Texture::WRAP_S, osg::Texture::WRAP_T, osg::Texture::WRAP_R})
         EXPECT_EQ(texture->getWrap(axis), osg::Texture::CLAMP_TO_EDGE);
-    EXPECT_EQ(mesh->getStateSet()->getTextureMode(0, GL_TEXTURE_2D), static_cast<unsigned int>(osg::StateAttribute::ON));
+    EXPECT_EQ(mesh->getStateSet()->getTextureMode(0, GL_TEXTURE_2D),
+              static_cast<unsigned int>(osg::StateAttribute::ON));
 }
 
 } // namespace
