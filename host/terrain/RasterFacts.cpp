@@ -3,7 +3,9 @@
 #include "GdalSession.h"
 #include "HostError.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -14,6 +16,9 @@ namespace
 {
 /** Rounding errors in a file are no rotation: what counts is how far rows and columns drift over the whole raster. */
 constexpr double kLargestDrift = 0.01; // pixels
+
+constexpr std::int64_t kPixelsReadAtOnce = std::int64_t{4} << 20; // tens of milliseconds
+constexpr int kSampleSide = 1024;
 
 bool canBeHeights(GDALDataType type)
 {
@@ -71,6 +76,23 @@ std::vector<std::pair<int, int>> overviewsOf(GDALRasterBand& band)
         if (GDALRasterBand* overview = band.GetOverview(i))
             sizes.emplace_back(overview->GetXSize(), overview->GetYSize());
     return sizes;
+}
+
+/** The band, or if it is large its smallest overview that still shows single mountains. Averages of much larger squares
+ *  would cut the peaks off. */
+GDALRasterBand& sampleOf(GDALRasterBand& band)
+{
+    GDALRasterBand* best = &band;
+    if (std::int64_t{band.GetXSize()} * band.GetYSize() <= kPixelsReadAtOnce) return band;
+    for (int i = 0; i < band.GetOverviewCount(); ++i)
+    {
+        GDALRasterBand* overview = band.GetOverview(i);
+        const bool knowsHoles = overview && noDataOf(*overview).has_value() == noDataOf(band).has_value();
+        if (knowsHoles && overview->GetXSize() < best->GetXSize() &&
+            std::max(overview->GetXSize(), overview->GetYSize()) >= kSampleSide)
+            best = overview;
+    }
+    return *best;
 }
 
 RasterFacts factsOf(GDALDataset& dataset, const std::string& path)
@@ -141,8 +163,10 @@ std::optional<std::pair<double, double>> valueRange(const std::string& path)
     const GDALDatasetUniquePtr dataset = openRaster(path);
     if (!dataset || dataset->GetRasterCount() == 0) return std::nullopt;
     const QuietGdal quiet;
+    GDALRasterBand& sample = sampleOf(*dataset->GetRasterBand(1));
+    const bool isLarge = std::int64_t{sample.GetXSize()} * sample.GetYSize() > kPixelsReadAtOnce;
     double range[2] = {0.0, 0.0};
-    if (dataset->GetRasterBand(1)->ComputeRasterMinMax(/*approximate*/ TRUE, range) != CE_None) return std::nullopt;
+    if (sample.ComputeRasterMinMax(isLarge ? TRUE : FALSE, range) != CE_None) return std::nullopt;
     return std::make_pair(range[0], range[1]);
 }
 

@@ -15,8 +15,11 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iomanip>
 #include <iterator>
+#include <locale>
 #include <memory>
+#include <sstream>
 
 namespace fs = std::filesystem;
 
@@ -24,6 +27,8 @@ namespace mvgeo::host
 {
 namespace
 {
+constexpr const char* kStampKey = "MVGEO_SOURCE";
+
 /** Stable from one run to the next and on every machine, which std::hash need not be. FNV-1a. */
 std::string hashText(const std::string& text)
 {
@@ -92,6 +97,14 @@ CPLStringList warpOptions(const RasterFacts& source, RasterRole role, const std:
     throw HostError("Cannot warp '" + source.path + "' " + into + QuietGdal::reason() + ".");
 }
 
+/** Changes with the source: then heights may have changed as well. */
+std::string stampOf(const std::string& path)
+{
+    VSIStatBufL status{};
+    if (VSIStatL(path.c_str(), &status) != 0) return "unknown";
+    return std::to_string(status.st_size) + " bytes of " + std::to_string(status.st_mtime);
+}
+
 /** The virtual raster's text, made in memory. */
 std::string makeWarpText(const RasterFacts& source, RasterRole role, const std::optional<OGRSpatialReference>& own,
                          const std::optional<OGRSpatialReference>& target)
@@ -105,6 +118,7 @@ std::string makeWarpText(const RasterFacts& source, RasterRole role, const std::
     GDALDatasetH input = GDALDataset::ToHandle(dataset.get());
     GDALDatasetH warped = options ? GDALWarp(kPlace, nullptr, 1, &input, options.get(), nullptr) : nullptr;
     if (!warped) failToWarp(source, target);
+    GDALDataset::FromHandle(warped)->GetRasterBand(1)->SetMetadataItem(kStampKey, stampOf(source.path).c_str());
     GDALClose(warped);
 
     vsi_l_offset size = 0;
@@ -119,11 +133,30 @@ std::string readFile(const fs::path& file)
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-void writeIfDifferent(const fs::path& file, const std::string& text)
+/** Asked for the range of a large warped raster, GDAL looks at overviews that it warps without regard to places without
+ *  data, for seconds. So the text says what the source's range is, in lines of their own. */
+std::string withHeightRange(std::string text, const std::string& source)
 {
-    if (readFile(file) == text) return;
-    const WriteResult result = writeWholeFile(text, file.string());
-    if (!result.error.empty()) throw HostError("Cannot write the warped raster: " + result.error + ".");
+    const std::size_t stamp = text.find(kStampKey);
+    const std::size_t place = stamp == std::string::npos ? stamp : text.find('\n', stamp);
+    const auto range = valueRange(source);
+    if (!range || place == std::string::npos) return text;
+    std::ostringstream lines;
+    lines.imbue(std::locale::classic());
+    lines << std::setprecision(17) << "\n      <MDI key=\"STATISTICS_MINIMUM\">" << range->first << "</MDI>"
+          << "\n      <MDI key=\"STATISTICS_MAXIMUM\">" << range->second << "</MDI>"
+          << "\n      <MDI key=\"STATISTICS_APPROXIMATE\">YES</MDI>";
+    return text.insert(place, lines.str());
+}
+
+std::string withoutHeightRange(const std::string& text)
+{
+    std::istringstream lines(text);
+    std::string line;
+    std::string rest;
+    while (std::getline(lines, line))
+        if (line.find("\"STATISTICS_") == std::string::npos) rest += line + '\n';
+    return rest;
 }
 
 /** The source's name, for people who look into the folder, without what file names or the library's own way of naming
@@ -154,7 +187,12 @@ std::string writeWarpedRaster(const RasterFacts& source, RasterRole role, const 
     const fs::path folder = fs::path(temporaryFolder()) / "mvgeo-warp";
     makeFolder(folder.string());
     const fs::path file = folder / (hashText(key) + "-" + readableName(source.path) + ".vrt");
-    writeIfDifferent(file, makeWarpText(source, role, own, target));
+    const std::string text = makeWarpText(source, role, own, target);
+    // The range is not compared: overviews of the source may change it a little, and the terrain not at all.
+    if (withoutHeightRange(readFile(file)) == withoutHeightRange(text)) return absolutePath(file.string());
+    const bool isDem = role == RasterRole::Dem;
+    const WriteResult result = writeWholeFile(isDem ? withHeightRange(text, source.path) : text, file.string());
+    if (!result.error.empty()) throw HostError("Cannot write the warped raster: " + result.error + ".");
     return absolutePath(file.string());
 }
 } // namespace mvgeo::host

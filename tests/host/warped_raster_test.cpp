@@ -40,6 +40,12 @@ RasterPlan degrees(GDALDataType type)
     return plan;
 }
 
+std::string readFile(const std::string& path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
 std::vector<double> readAll(const std::string& path, int band = 1)
 {
     const GDALDatasetUniquePtr dataset(GDALDataset::Open(path.c_str()));
@@ -213,6 +219,37 @@ TEST_F(WarpedRaster, IsServedByTheOverviewsOfItsSource)
                   CE_None);
         EXPECT_EQ(values[values.size() / 2 + static_cast<std::size_t>(width / factor / 2)], expected) << factor;
     }
+}
+
+// From an overview of a warped raster GDAL would take the places without data for heights.
+TEST_F(WarpedRaster, KnowsTheRangeOfItsSourceWhateverOverviewsThereAre)
+{
+    const auto slope = [](int x, int y) { return 300.0 + (x + y) % 100; };
+    RasterPlan plan = rasterAt(4326, 138.0, 36.0, 0.001, 1024);
+    plan.type = GDT_Int16;
+    const std::string dem = writeRaster(folder.path("dem.tif"), plan, slope);
+    {
+        const GDALDatasetUniquePtr dataset(GDALDataset::Open(dem.c_str(), GDAL_OF_RASTER));
+        int factors[] = {2, 4};
+        ASSERT_EQ(dataset->BuildOverviews("NEAREST", 2, factors, 0, nullptr, nullptr, nullptr), CE_None);
+    }
+    const auto range = valueRange(prepare({}, dem).dem->warped->path);
+    ASSERT_TRUE(range);
+    EXPECT_GE(range->first, 300.0);
+    EXPECT_LE(range->second, 399.0);
+}
+
+TEST_F(WarpedRaster, StaysAsItIsWhenItsSourceGetsOverviews)
+{
+    const std::string dem =
+        writeRaster(folder.path("dem.tif"), rasterAt(4326, 138.0, 36.0, 0.001, 1024), [](int x, int) { return x; });
+    const std::string before = readFile(prepare({}, dem).dem->warped->path);
+    {
+        const GDALDatasetUniquePtr dataset(GDALDataset::Open(dem.c_str(), GDAL_OF_RASTER));
+        int factor = 16;
+        ASSERT_EQ(dataset->BuildOverviews("AVERAGE", 1, &factor, 0, nullptr, nullptr, nullptr), CE_None);
+    }
+    EXPECT_EQ(readFile(prepare({}, dem).dem->warped->path), before);
 }
 
 TEST_F(WarpedRaster, ShowsSouthUpRastersNorthUp)

@@ -363,21 +363,21 @@ TEST_P(BadDescription, GivesNothing)
 }
 INSTANTIATE_TEST_SUITE_P(
     Each, BadDescription,
-    testing::Values([](TerrainTileInfo& info) { info = TerrainTileInfo(); }, //
-                    [](TerrainTileInfo& info) { info.imageWidth = 0; },      //
-                    [](TerrainTileInfo& info) { info.imageHeight = -256; },  //
-                    [](TerrainTileInfo& info) { info.imageWidth = std::numeric_limits<int>::max(); },
-                    [](TerrainTileInfo& info) { info.demWidth = 1; },
-                    [](TerrainTileInfo& info) { info.demHeight = 1 << 30; },
-                    [](TerrainTileInfo& info) { std::swap(info.startX, info.endX); },
-                    [](TerrainTileInfo& info) { info.endY = info.startY; },
-                    [](TerrainTileInfo& info) { info.endX = std::numeric_limits<double>::infinity(); },
-                    [](TerrainTileInfo& info) { info.startY = std::numeric_limits<double>::quiet_NaN(); },
-                    [](TerrainTileInfo& info) { info.offsetX = std::numeric_limits<double>::quiet_NaN(); },
-                    [](TerrainTileInfo& info) { info.lod = std::numeric_limits<int>::max(); },
-                    [](TerrainTileInfo& info) { info.lod = -1; },
-                    [](TerrainTileInfo& info) { info.x = std::numeric_limits<int>::max(); },
-                    [](TerrainTileInfo& info) { info.y = std::numeric_limits<int>::min(); }));
+    testing::Values([](TerrainTileInfo& tile) { tile = TerrainTileInfo(); }, //
+                    [](TerrainTileInfo& tile) { tile.imageWidth = 0; },      //
+                    [](TerrainTileInfo& tile) { tile.imageHeight = -256; },  //
+                    [](TerrainTileInfo& tile) { tile.imageWidth = std::numeric_limits<int>::max(); },
+                    [](TerrainTileInfo& tile) { tile.demWidth = 1; },
+                    [](TerrainTileInfo& tile) { tile.demHeight = 1 << 30; },
+                    [](TerrainTileInfo& tile) { std::swap(tile.startX, tile.endX); },
+                    [](TerrainTileInfo& tile) { tile.endY = tile.startY; },
+                    [](TerrainTileInfo& tile) { tile.endX = std::numeric_limits<double>::infinity(); },
+                    [](TerrainTileInfo& tile) { tile.startY = std::numeric_limits<double>::quiet_NaN(); },
+                    [](TerrainTileInfo& tile) { tile.offsetX = std::numeric_limits<double>::quiet_NaN(); },
+                    [](TerrainTileInfo& tile) { tile.lod = std::numeric_limits<int>::max(); },
+                    [](TerrainTileInfo& tile) { tile.lod = -1; },
+                    [](TerrainTileInfo& tile) { tile.x = std::numeric_limits<int>::max(); },
+                    [](TerrainTileInfo& tile) { tile.y = std::numeric_limits<int>::min(); }));
 
 // ---- the headers
 

@@ -1,0 +1,124 @@
+#include "BareTerrainWork.h"
+#include "RatioTimer.h"
+#include "TerrainFiles.h"
+#include "TerrainWalk.h"
+
+#include "updatescenegraph/ReadFileCallback.h"
+
+#include <osgDB/ReadFile>
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <filesystem>
+
+namespace
+{
+
+using namespace mvgeo::bench;
+
+constexpr const char* kCache = "terrain-cache";
+constexpr const char* kBareCache = "bare-terrain-cache";
+
+BareTerrainWork& bareWork()
+{
+    static BareTerrainWork work(terrainFiles(true), kDeepest);
+    return work;
+}
+
+double tilesPerSecond(double seconds)
+{
+    return tileCount(kDeepest) / seconds;
+}
+
+/** As a model reads it the first time: through its callback, which writes the textures too. */
+DepthSeconds buildPyramid(const std::string& cacheDirectory)
+{
+    const osg::ref_ptr<osgDB::Options> options = rootOptions(terrainFiles(true), cacheDirectory);
+    options->setReadFileCallback(new ReadFileCallback);
+    return walkTerrain(options, kDeepest);
+}
+
+// How much do we add to the reads and writes that a cached pyramid cannot do without? In CPU time; the target is a
+// ratio of 1.25, and 600 tiles a second.
+void BM_ColdTiles_OverBareReadsAndWrites(benchmark::State& state)
+{
+    RatioTimer timer(RatioClock::cpu);
+    bareWork();
+    for (auto _ : state)
+    {
+        closeTerrains();
+        const std::string cache = emptyFolder(kCache);
+        const std::string bareCache = emptyFolder(kBareCache);
+        timer.pair(
+            state, [&] { buildPyramid(cache); }, [&] { bareWork().readAndWrite(bareCache); });
+    }
+    removeFolder(kCache);
+    removeFolder(kBareCache);
+    timer.report(state);
+    state.counters["tiles_per_cpu_s"] = tilesPerSecond(timer.oursSeconds());
+}
+BENCHMARK(BM_ColdTiles_OverBareReadsAndWrites)->UseManualTime()->Iterations(3)->Unit(benchmark::kSecond);
+
+// How much to the raster reads alone, where nothing is kept? In CPU time. Coarse tiles read many pixels for each that
+// they show, so the tiles deeper than level 3 are told apart; their target is a ratio of 2.
+void BM_UncachedTiles_OverBareReads(benchmark::State& state)
+{
+    constexpr int kLastCoarse = 3;
+    RatioTimer coarser;
+    RatioTimer deeper;
+    bareWork();
+    for (auto _ : state)
+    {
+        closeTerrains();
+        const DepthSeconds ours = walkTerrain(rootOptions(terrainFiles(true), ""), kDeepest);
+        const DepthSeconds bare = bareWork().read();
+        coarser.add(sumOf(ours, 0, kLastCoarse), sumOf(bare, 0, kLastCoarse));
+        deeper.add(sumOf(ours, kLastCoarse + 1, kDeepest), sumOf(bare, kLastCoarse + 1, kDeepest));
+        state.SetIterationTime(sumOf(ours, 0, kDeepest));
+    }
+    coarser.report(state, "coarser_");
+    deeper.report(state, "deeper_");
+    state.counters["tiles_per_cpu_s"] = tilesPerSecond(coarser.oursSeconds() + deeper.oursSeconds());
+}
+BENCHMARK(BM_UncachedTiles_OverBareReads)->UseManualTime()->Iterations(3)->Unit(benchmark::kSecond);
+
+/** The cached files' paths, in no order. */
+std::vector<std::string> cachedFiles(const std::string& cacheDirectory)
+{
+    std::vector<std::string> files;
+    for (const auto& entry : std::filesystem::directory_iterator(cacheDirectory))
+        if (entry.path().extension() == ".osgb") files.push_back(entry.path().string());
+    return files;
+}
+
+// How much do we add to reading a built tile back? In CPU time; the target is a ratio of 1.1.
+void BM_ReadBackTiles_OverPlainRead(benchmark::State& state)
+{
+    constexpr int kDeepestCached = 4;
+    const std::string cache = emptyFolder(kCache);
+    const osg::ref_ptr<osgDB::Options> options = rootOptions(terrainFiles(true), cache);
+    walkTerrain(options, kDeepestCached);
+    const std::vector<std::string> files = cachedFiles(cache);
+
+    RatioTimer timer(RatioClock::cpu);
+    for (auto _ : state)
+        timer.pair(
+            state,
+            [&]
+            {
+                for (const std::string& file : files)
+                    benchmark::DoNotOptimize(osgDB::readRefNodeFile(file + ".3dimg", options));
+            },
+            [&]
+            {
+                for (const std::string& file : files)
+                    benchmark::DoNotOptimize(osgDB::readRefNodeFile(file));
+            });
+    removeFolder(kCache);
+    timer.report(state);
+    state.counters["tiles_per_cpu_s"] = tileCount(kDeepestCached) / timer.oursSeconds();
+}
+BENCHMARK(BM_ReadBackTiles_OverPlainRead)->UseManualTime()->Iterations(9)->Unit(benchmark::kMillisecond);
+
+} // namespace
