@@ -1,6 +1,7 @@
 #include "TerrainFiles.h"
 
 #include "sample/SampleTerrain.h"
+#include "support/PathHash.h"
 
 #include <gdal_priv.h>
 
@@ -85,6 +86,16 @@ const fs::path& terrainFolder()
     return folder;
 }
 
+fs::path scratchParent()
+{
+    constexpr std::uintmax_t kNeeded = std::uintmax_t{4} << 30U; // two pyramids of tiles and textures, with room
+    const fs::path memory = "/dev/shm";
+    std::error_code problem;
+    const fs::space_info space = fs::space(memory, problem);
+    if (problem || space.available < kNeeded) return kFolder;
+    return memory / ("mvgeo-bench-" + pathHashText(kFolder.string())); // the same for the next run, after a crash too
+}
+
 TerrainFiles filesIn(const fs::path& folder)
 {
     return {(folder / "dem.tif").string(), (folder / "dom.tif").string()};
@@ -99,16 +110,16 @@ const TerrainFiles& terrainFiles(bool withOverviews)
     return withOverviews ? overviews : plain;
 }
 
-std::string emptyFolder(const std::string& name)
+ScratchFolder::ScratchFolder(const std::string& name) : _path((scratchParent() / name).string())
 {
-    removeFolder(name);
-    fs::create_directories(kFolder / name);
-    return (kFolder / name).string();
+    fs::remove_all(_path);
+    fs::create_directories(_path);
 }
 
-void removeFolder(const std::string& name)
+ScratchFolder::~ScratchFolder()
 {
-    fs::remove_all(kFolder / name);
+    std::error_code ignored;
+    fs::remove_all(_path, ignored);
 }
 
 } // namespace mvgeo::bench

@@ -18,10 +18,21 @@ constexpr int kDomSide = 4096; // pixels of 5 m
  *  interleaved bytes. Written below the build folder on first use; throws if that fails. */
 [[nodiscard]] const TerrainFiles& terrainFiles(bool withOverviews);
 
-/** An empty folder of this name below the build folder; what was in it is deleted. */
-[[nodiscard]] std::string emptyFolder(const std::string& name);
+/** A folder that is empty at first and goes with the object; two of one name are one folder. It lies in memory where
+ * the system offers that and there is room: what a disk's file system does for each file depends on what was deleted in
+ * the minutes before, and can cost more than all the rest. */
+class ScratchFolder
+{
+public:
+    explicit ScratchFolder(const std::string& name);
+    ~ScratchFolder();
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
 
-/** Takes a folder of this name away again: a pyramid's cache holds a gigabyte. */
-void removeFolder(const std::string& name);
+    [[nodiscard]] const std::string& path() const { return _path; }
+
+private:
+    std::string _path;
+};
 
 } // namespace mvgeo::bench

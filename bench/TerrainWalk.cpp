@@ -63,13 +63,24 @@ std::vector<Request> requestsIn(osg::Node& node)
 
 void walk(const Request& request, int depth, int deepest, DepthSeconds& seconds)
 {
-    const double start = cpuSeconds();
-    const osg::ref_ptr<osg::Node> node = read(request);
-    const std::vector<Request> children = requestsIn(*node);
-    seconds[static_cast<std::size_t>(depth)] += cpuSeconds() - start;
-    if (depth == deepest) return;
-    for (const Request& child : children)
-        walk(child, depth + 1, deepest, seconds);
+    double& sum = seconds[static_cast<std::size_t>(depth)];
+    osg::ref_ptr<osg::Node> node;
+    std::vector<Request> children;
+    sum += RatioTimer::secondsOfCpu(
+        [&]
+        {
+            node = read(request);
+            children = requestsIn(*node);
+        });
+    if (depth < deepest)
+        for (const Request& child : children)
+            walk(child, depth + 1, deepest, seconds);
+    sum += RatioTimer::secondsOfCpu(
+        [&]
+        {
+            children.clear();
+            node = nullptr;
+        });
 }
 
 } // namespace

@@ -29,14 +29,13 @@ double accountMB(const std::string& wanted)
 /** Highest resident memory in MB while the pyramid is built down to a depth, with all its caches. */
 double peakOfBuilding(int deepest)
 {
-    constexpr const char* kCache = "terrain-cache";
     closeTerrains();
     malloc_trim(0);                              // what other benchmarks have left
     std::ofstream("/proc/self/clear_refs") << 5; // the peak is counted from here
-    const osg::ref_ptr<osgDB::Options> options = rootOptions(terrainFiles(true), emptyFolder(kCache));
+    const ScratchFolder cache("cache");
+    const osg::ref_ptr<osgDB::Options> options = rootOptions(terrainFiles(true), cache.path());
     options->setReadFileCallback(new ReadFileCallback);
     walkTerrain(options, deepest);
-    removeFolder(kCache);
     return accountMB("VmHWM");
 }
 

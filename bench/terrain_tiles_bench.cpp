@@ -17,9 +17,6 @@ namespace
 
 using namespace mvgeo::bench;
 
-constexpr const char* kCache = "terrain-cache";
-constexpr const char* kBareCache = "bare-terrain-cache";
-
 BareTerrainWork& bareWork()
 {
     static BareTerrainWork work(terrainFiles(true), kDeepest);
@@ -48,13 +45,11 @@ void BM_ColdTiles_OverBareReadsAndWrites(benchmark::State& state)
     for (auto _ : state)
     {
         closeTerrains();
-        const std::string cache = emptyFolder(kCache);
-        const std::string bareCache = emptyFolder(kBareCache);
+        const ScratchFolder cache("cache");
+        const ScratchFolder bareCache("bare-cache");
         timer.pair(
-            state, [&] { buildPyramid(cache); }, [&] { bareWork().readAndWrite(bareCache); });
+            state, [&] { buildPyramid(cache.path()); }, [&] { bareWork().readAndWrite(bareCache.path()); });
     }
-    removeFolder(kCache);
-    removeFolder(kBareCache);
     timer.report(state);
     state.counters["tiles_per_cpu_s"] = tilesPerSecond(timer.oursSeconds());
 }
@@ -96,10 +91,10 @@ std::vector<std::string> cachedFiles(const std::string& cacheDirectory)
 void BM_ReadBackTiles_OverPlainRead(benchmark::State& state)
 {
     constexpr int kDeepestCached = 4;
-    const std::string cache = emptyFolder(kCache);
-    const osg::ref_ptr<osgDB::Options> options = rootOptions(terrainFiles(true), cache);
+    const ScratchFolder cache("cache");
+    const osg::ref_ptr<osgDB::Options> options = rootOptions(terrainFiles(true), cache.path());
     walkTerrain(options, kDeepestCached);
-    const std::vector<std::string> files = cachedFiles(cache);
+    const std::vector<std::string> files = cachedFiles(cache.path());
 
     RatioTimer timer(RatioClock::cpu);
     for (auto _ : state)
@@ -115,7 +110,6 @@ void BM_ReadBackTiles_OverPlainRead(benchmark::State& state)
                 for (const std::string& file : files)
                     benchmark::DoNotOptimize(osgDB::readRefNodeFile(file));
             });
-    removeFolder(kCache);
     timer.report(state);
     state.counters["tiles_per_cpu_s"] = tileCount(kDeepestCached) / timer.oursSeconds();
 }

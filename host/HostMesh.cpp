@@ -4,6 +4,7 @@
 #include "SceneStyle.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace mvgeo::host
 {
@@ -11,6 +12,12 @@ namespace
 {
 // Neighbouring tiles overlap by a fraction of a texel; only coordinates further outside mean a repeated texture.
 constexpr float kRepeatTolerance = 0.05F;
+
+/** How far one point lies straight below the other; 0 if it does not. */
+float dropBetween(const osg::Vec3& a, const osg::Vec3& b)
+{
+    return a.x() == b.x() && a.y() == b.y() ? std::abs(a.z() - b.z()) : 0.0F;
+}
 
 /** The extents that came with the mesh: they spare a pass over the vertices. */
 class GivenBound : public osg::Drawable::ComputeBoundingBoxCallback
@@ -79,6 +86,24 @@ std::string HostMesh::finish()
     if (texture && coordinatesRepeat()) _texture->repeat();
     styleMesh(*_geometry->getOrCreateStateSet(), texture, _geometry->getNormalArray() != nullptr);
     return {};
+}
+
+void HostMesh::leaveOutBelow(float height)
+{
+    if (!findFault().empty()) return; // finish() will tell
+    std::size_t kept = 0;
+    for (std::size_t first = 0; first + 2 < _indices->size(); first += 3)
+    {
+        const osg::Vec3& a = (*_vertices)[(*_indices)[first]];
+        const osg::Vec3& b = (*_vertices)[(*_indices)[first + 1]];
+        const osg::Vec3& c = (*_vertices)[(*_indices)[first + 2]];
+        // A skirt's foot may hang below, by its depth: a skirt is kept with the ground that it hangs from.
+        const float skirtDepth = std::max({dropBetween(a, b), dropBetween(b, c), dropBetween(c, a)});
+        if (std::min({a.z(), b.z(), c.z()}) < height - skirtDepth) continue;
+        for (std::size_t corner = 0; corner < 3; ++corner)
+            (*_indices)[kept++] = (*_indices)[first + corner];
+    }
+    _indices->resize(kept);
 }
 
 std::string HostMesh::findFault() const

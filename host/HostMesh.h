@@ -30,6 +30,10 @@ public:
      *  be drawn is emptied, and the sentence says why. */
     [[nodiscard]] std::string finish();
 
+    /** Leaves out the triangles that lead below this height, and the skirts that hang from there. Call it before
+     *  finish(). */
+    void leaveOutBelow(float height);
+
     [[nodiscard]] osg::Node* node() const { return _transform.get(); }
     [[nodiscard]] std::size_t triangleCount() const { return _indices ? _indices->size() / 3 : 0; }
     [[nodiscard]] const HostTexture* texture() const { return _texture.get(); }

@@ -55,6 +55,8 @@ public:
     [[nodiscard]] bool addFile(const std::string& path);
     /** Before the first update. */
     void setTaking(Taking taking) { _taking = taking; }
+    /** Draws nothing of tiles that lies below this height. Before the first update. */
+    void leaveOutBelow(float height) { _tiles.leaveOutBelow(height); }
     [[nodiscard]] ModelType type() const { return _type; }
     void setGenerateNormals(bool on) { _model->setGenerateNormals(on); }
     [[nodiscard]] osg::BoundingBoxd extents() const;

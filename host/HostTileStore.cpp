@@ -146,7 +146,10 @@ void HostTileStore::finishNewTiles()
 {
     for (const std::string& id : _newIds)
         for (const std::unique_ptr<HostMesh>& mesh : _tiles.at(id)->meshes())
+        {
+            if (_lowestGround) mesh->leaveOutBelow(*_lowestGround);
             if (const std::string fault = mesh->finish(); !fault.empty()) violate("in tile '" + id + "' " + fault);
+        }
 }
 
 void HostTileStore::showVisibleTiles()

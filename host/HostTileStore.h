@@ -10,6 +10,7 @@
 #include <osg/ref_ptr>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -56,6 +57,9 @@ public:
     /** Drops everything; the next update announces every tile again. */
     void reset();
 
+    /** Tiles that come from now on are drawn without what lies below this height. */
+    void leaveOutBelow(float height) { _lowestGround = height; }
+
     bool hasTiles() override;
     GeoMeshTileContainer* beginTile(const std::string& globalId) override;
     void removeTiles(const std::vector<std::string>& globalIds) override;
@@ -97,6 +101,7 @@ private:
     std::vector<std::string> _newIds;         // announced in this update
     std::unordered_set<std::string> _goneIds; // removed in this update
     std::vector<std::string> _violations;
+    std::optional<float> _lowestGround;
     std::size_t _unannouncedRemovals = 0;
     Step _step = Step::Outside;
     bool _wantsAll = true;

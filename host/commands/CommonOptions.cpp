@@ -15,6 +15,7 @@ namespace mvgeo::host
 {
 namespace
 {
+constexpr double kHeightMargin = 0.1; // of the range: the lowest place may be missing in a sample
 constexpr int kMaxPictureSize = 8192; // with four samples a pixel, a square of this takes 2 GB
 
 /** Adds an option whose text `parse` turns into a value, or the sentence's end that says what it should be. */
@@ -46,11 +47,14 @@ void addTerrain(OpenModel& open)
     throw HostError("The library cannot make a terrain of '" + open.input.given + "'; its log tells why.");
 }
 
-/** Where a DEM has no data the library puts the ground at 0, which may be far below all of it. */
+/** Where a DEM has no data the library puts the ground at 0, which may be far below all of it: then neither the camera
+ *  nor the picture takes it for ground. */
 void lookAtTerrain(OpenModel& open)
 {
     const osg::BoundingBoxd& box = open.extents;
     const auto [lowest, highest] = open.terrain->heightRange().value_or(std::make_pair(box.zMin(), box.zMax()));
+    const double floor = lowest - kHeightMargin * (highest - lowest);
+    if (floor > 0.0) open.model->leaveOutBelow(static_cast<float>(floor));
     open.look = TerrainLook{osg::Vec2f(static_cast<float>(lowest), static_cast<float>(highest))};
     open.sight.zMin() = std::max(box.zMin(), std::min(lowest, box.zMax()));
     open.sight.zMax() = std::max(open.sight.zMin(), std::min(highest, box.zMax()));

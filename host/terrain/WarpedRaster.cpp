@@ -9,6 +9,7 @@
 #include <cpl_vsi.h>
 #include <gdal_utils.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +18,7 @@
 #include <fstream>
 #include <iomanip>
 #include <iterator>
+#include <limits>
 #include <locale>
 #include <memory>
 #include <sstream>
@@ -79,6 +81,55 @@ void addNoDataOptions(CPLStringList& options, const RasterFacts& source, RasterR
     options.AddString("-dstnodata").AddString(outsideValue(source.type));
 }
 
+struct Rectangle
+{
+    double west;
+    double south;
+    double east;
+    double north;
+    [[nodiscard]] double area() const { return std::max(east - west, 0.0) * std::max(north - south, 0.0); }
+};
+
+/** The largest upright rectangle that the warped raster fills between its bent edges; the wedges outside it would be
+ *  ground without data. Empty if that would cost more than a tenth of it, or cannot be told. */
+std::optional<Rectangle> filledRectangle(const RasterFacts& source, const OGRSpatialReference& own,
+                                         const OGRSpatialReference& target)
+{
+    constexpr int kSteps = 20;
+    constexpr double kLeastPart = 0.9;
+    const QuietGdal quiet;
+    const std::unique_ptr<OGRCoordinateTransformation> transform(OGRCreateCoordinateTransformation(&own, &target));
+    if (!source.isNorthUp() || !transform) return std::nullopt;
+    constexpr double kInfinite = std::numeric_limits<double>::infinity();
+    Rectangle inner{-kInfinite, -kInfinite, kInfinite, kInfinite};
+    Rectangle outer{kInfinite, kInfinite, -kInfinite, -kInfinite};
+    bool isKnown = true;
+    const auto warped = [&](double x, double y)
+    {
+        isKnown = isKnown && transform->Transform(1, &x, &y) != 0;
+        outer = {std::min(outer.west, x), std::min(outer.south, y), std::max(outer.east, x), std::max(outer.north, y)};
+        return std::make_pair(x, y);
+    };
+    for (int i = 0; i <= kSteps; ++i)
+    {
+        const double x = source.west() + (source.east() - source.west()) * i / kSteps;
+        const double y = source.south() + (source.north() - source.south()) * i / kSteps;
+        inner.west = std::max(inner.west, warped(source.west(), y).first);
+        inner.east = std::min(inner.east, warped(source.east(), y).first);
+        inner.south = std::max(inner.south, warped(x, source.south()).second);
+        inner.north = std::min(inner.north, warped(x, source.north()).second);
+    }
+    if (!isKnown || !(inner.area() >= kLeastPart * outer.area())) return std::nullopt;
+    return inner;
+}
+
+std::string exactText(double number)
+{
+    char text[32];
+    CPLsnprintf(text, sizeof text, "%.17g", number);
+    return text;
+}
+
 CPLStringList warpOptions(const RasterFacts& source, RasterRole role, const std::optional<OGRSpatialReference>& own,
                           const std::optional<OGRSpatialReference>& target)
 {
@@ -88,6 +139,14 @@ CPLStringList warpOptions(const RasterFacts& source, RasterRole role, const std:
     if (target) options.AddString("-t_srs").AddString(wktOf(*target).c_str());
     options.AddString("-r").AddString(source.hasPalette ? "near" : "bilinear"); // no colour lies between two numbers
     addNoDataOptions(options, source, role);
+    const std::optional<OGRSpatialReference> from = own ? own : source.srs;
+    if (role != RasterRole::Dem || !from || !target) return options;
+    if (const std::optional<Rectangle> filled = filledRectangle(source, *from, *target))
+    {
+        options.AddString("-te");
+        for (const double edge : {filled->west, filled->south, filled->east, filled->north})
+            options.AddString(exactText(edge).c_str());
+    }
     return options;
 }
 

@@ -1,13 +1,14 @@
 #include "mvosggeoterrain/TerrainExtents.h"
 
 #include "mvgdaldatasetmanager/GdalSession.h"
+#include "readerwriterthreedimg/ElevationGrid.h"
 #include "support/VisitorGeometry.h"
 
 #include <gdal_priv.h>
 
-#include <array>
-#include <cmath>
+#include <algorithm>
 #include <cstdint>
+#include <vector>
 
 namespace mvgeo
 {
@@ -16,6 +17,8 @@ namespace
 {
 
 constexpr std::int64_t kMostPixelsReadInFull = std::int64_t{4} << 20; // about 20 ms
+constexpr int kSamples = 2048;
+constexpr int kFewSamples = 128;
 
 /** Adds the elevations of the surface: skirts hang straight down, and so have no area when seen from above. */
 void addSurface(const osg::Geometry& geometry, osg::BoundingBoxd& box)
@@ -41,18 +44,31 @@ void addSurface(const osg::Geometry& geometry, osg::BoundingBoxd& box)
     }
 }
 
-void addElevations(ImageHeader& dem, osg::BoundingBoxd& box)
+/** Samples on the longer side. Where nothing helps with a decimated read, each sample costs a block of its own. */
+int sampleCount(const ImageHeader& dem, GDALRasterBand& band)
 {
-    GDALDataset* dataset = dem.getDataset();
-    GDALRasterBand* band = dataset ? dataset->GetRasterBand(1) : nullptr;
-    if (!band) return;
-    const bool isSampled = std::int64_t{dem.width()} * dem.height() > kMostPixelsReadInFull;
+    const std::int64_t pixels = std::int64_t{dem.width()} * dem.height();
+    const bool isCheap = pixels <= kMostPixelsReadInFull || band.GetOverviewCount() > 0;
+    return std::min(std::max(dem.width(), dem.height()), isCheap ? kSamples : kFewSamples);
+}
+
+/** Read here and not asked of GDAL, whose quick answer for a large raster may forget about no-data. */
+void addElevations(const ImageHeader& dem, GDALRasterBand& band, osg::BoundingBoxd& box)
+{
+    const double step = static_cast<double>(std::max(dem.width(), dem.height())) / sampleCount(dem, band);
+    const int columns = std::max(static_cast<int>(dem.width() / step), 1);
+    const int rows = std::max(static_cast<int>(dem.height() / step), 1);
+    std::vector<float> heights(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows));
     const QuietGdal quiet;
-    std::array<double, 2> range{};
-    if (band->ComputeRasterMinMax(isSampled ? TRUE : FALSE, range.data()) != CE_None) return;
-    if (!std::isfinite(range[0]) || !std::isfinite(range[1])) return;
-    box.zMin() = std::min(box.zMin(), range[0]);
-    box.zMax() = std::max(box.zMax(), range[1]);
+    if (band.RasterIO(GF_Read, 0, 0, dem.width(), dem.height(), heights.data(), columns, rows, GDT_Float32, 0, 0,
+                      nullptr) != CE_None)
+        return;
+    for (const float height : heights)
+    {
+        if (isNoData(height, dem.noData())) continue;
+        box.zMin() = std::min(box.zMin(), static_cast<double>(height));
+        box.zMax() = std::max(box.zMax(), static_cast<double>(height));
+    }
 }
 
 } // namespace
@@ -64,7 +80,8 @@ osg::BoundingBoxd terrainExtents(const ImageHeader& outline, ImageHeader* dem, o
     rootTile.accept(collector);
     for (const osg::ref_ptr<osg::Geometry>& geometry : collector.geometries())
         addSurface(*geometry, box);
-    if (dem) addElevations(*dem, box);
+    GDALDataset* dataset = dem ? dem->getDataset() : nullptr;
+    if (dataset) addElevations(*dem, *dataset->GetRasterBand(1), box);
     if (box.zMin() > box.zMax()) box.zMin() = box.zMax() = 0.0;
 
     box.xMin() = outline.originX();

@@ -22,17 +22,14 @@ namespace
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-/** Nothing that a host could stumble over: finite numbers, indices within the vertices, unit normals or none. */
+/** Nothing that a host could stumble over: finite numbers, indices within the vertices. */
 void expectSound(const osg::ref_ptr<osg::Geometry>& mesh)
 {
     ASSERT_TRUE(mesh);
     for (const osg::Vec3& vertex : verticesOf(mesh))
         ASSERT_TRUE(std::isfinite(vertex.x()) && std::isfinite(vertex.y()) && std::isfinite(vertex.z()));
     for (const osg::Vec3& normal : normalsOf(mesh))
-    {
-        const float length = normal.length();
-        ASSERT_TRUE(length == 0.0F || std::abs(length - 1.0F) < 1e-5F) << length;
-    }
+        ASSERT_LE(normal.length(), 1.0F + 1e-5F); // no comparison holds for what is no number; blended ones are shorter
     for (const GLuint index : elementsOf(mesh))
         ASSERT_LT(index, verticesOf(mesh).size());
     EXPECT_EQ(imageOf(*mesh) != nullptr, !verticesOf(mesh).empty());
