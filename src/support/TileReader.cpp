@@ -52,10 +52,11 @@ protected:
         const char* base = from == std::ios::cur ? gptr() : from == std::ios::end ? egptr() : eback();
         return seekpos(base - eback() + offset, which);
     }
+    // As in a file, a place behind the end may be sought; the next read then overruns.
     pos_type seekpos(pos_type position, std::ios::openmode) override
     {
-        if (position < 0 || position > egptr() - eback()) return static_cast<off_type>(-1);
-        setg(eback(), eback() + static_cast<off_type>(position), egptr());
+        if (position < 0) return static_cast<off_type>(-1);
+        setg(eback(), eback() + std::min<off_type>(position, egptr() - eback()), egptr());
         return position;
     }
 

@@ -85,11 +85,24 @@ TEST_F(Statistics, AreRefusedForAForeignModelAndForNothing)
 TEST_F(Statistics, OfAnEmptyModelAreZeroAndIdle)
 {
     const GeoMeshStatistics s = driver.statistics();
-    EXPECT_EQ(s.version, 1U);
+    EXPECT_EQ(s.version, 2U);
     EXPECT_EQ(s.idle, 1U);
     for (const std::uint64_t value : {s.requestsWaiting, s.mergesWaiting, s.tilesLoaded, s.tilesMerged, s.tilesExpired,
-                                      s.tilesFailed, s.tilesHeld, s.bytesHeld})
+                                      s.tilesFailed, s.tilesHeld, s.bytesHeld, s.tilesBuilt, s.tilesFromCache})
         EXPECT_EQ(value, 0U);
+}
+
+// Whoever was compiled with the first version has a shorter structure.
+TEST_F(Statistics, OfTheFirstVersionEndWhereThatEnded)
+{
+    GeoMeshStatistics statistics{};
+    statistics.version = 1;
+    statistics.tilesBuilt = 77;
+    statistics.tilesFromCache = 78;
+    EXPECT_TRUE(getGeoMeshStatistics(&driver.model(), &statistics));
+    EXPECT_EQ(statistics.idle, 1U);
+    EXPECT_EQ(statistics.tilesBuilt, 77U);
+    EXPECT_EQ(statistics.tilesFromCache, 78U);
 }
 
 // A square: 4 vertices of 12 bytes, 4 texture coordinates of 8, 6 indices of 4: 104 bytes.
