@@ -4,6 +4,7 @@
 #include "HostError.h"
 #include "PictureFile.h"
 #include "TerminalProgress.h"
+#include "terrain/GdalSession.h"
 
 #include <KdEdVariables.h>
 
@@ -139,6 +140,7 @@ Terrain openTerrain(const ModelInput& input, const ModelOptions& options)
 
 OpenModel openModel(const ModelOptions& options, bool emptyAllowed)
 {
+    limitBlockCache();
     OpenModel open;
     open.input = resolveModel(options);
     if (open.input.terrain) open.terrain = openTerrain(open.input, options);
@@ -216,6 +218,11 @@ Json tileReport(const HostModel& model)
     report["failedTiles"] = statistics.tilesFailed;
     if (model.type() == kTerrainModel)
     {
+        report["incompleteTiles"] = statistics.tilesIncomplete;
+        report["notKeptTiles"] = statistics.tilesNotKept;
+    }
+    if (model.type() == kTerrainModel)
+    {
         report["builtTiles"] = statistics.tilesBuilt;
         report["cachedTiles"] = statistics.tilesFromCache;
     }
@@ -238,5 +245,10 @@ void printTerrainTiles(const HostModel& model)
     const GeoMeshStatistics statistics = model.statistics();
     std::cout << statistics.tilesBuilt << " tiles were made from the rasters, " << statistics.tilesFromCache
               << " came from the disk cache.\n";
+    if (statistics.tilesIncomplete > 0)
+        std::cerr << "mvgeo: for " << statistics.tilesIncomplete
+                  << " tiles a raster could not be read; they are flat or of one colour.\n";
+    if (statistics.tilesNotKept > 0)
+        std::cerr << "mvgeo: " << statistics.tilesNotKept << " tiles could not be written to the disk cache.\n";
 }
 } // namespace mvgeo::host

@@ -22,8 +22,7 @@ namespace mvgeo::host
 {
 namespace
 {
-constexpr int kMostLevels = 20;                // 4^20 tiles are more than anybody stores
-constexpr GIntBig kBlockCacheBytes = 64 << 20; // GDAL's own choice is a part of all memory
+constexpr int kMostLevels = 20; // 4^20 tiles are more than anybody stores
 
 struct PrebuildOptions
 {
@@ -39,14 +38,17 @@ struct PrebuildResult
     std::uint64_t files = 0; ///< that the cache should hold for them
     std::uint64_t built = 0;
     std::uint64_t failed = 0;
+    std::uint64_t incomplete = 0; ///< of those built
+    std::uint64_t notKept = 0;    ///< of those built
     double seconds = 0.0;
     std::vector<std::string> newOverviews; ///< rasters that got them
 
     /** The files that were neither built nor failed had to be there: the library reads a tile or makes it. */
     [[nodiscard]] std::uint64_t found() const { return files - std::min(files, built + failed); }
+    [[nodiscard]] std::uint64_t missing() const { return failed + incomplete + notKept; }
 };
 
-/** The library does not tell when it cannot write to its cache. */
+/** Better said before the work than after it. */
 void checkCacheFolder()
 {
     const fs::path folder = fs::path(temporaryFolder()) / "terrain";
@@ -56,11 +58,6 @@ void checkCacheFolder()
     const bool writable = static_cast<bool>(std::ofstream(probe) << 'x' << std::flush);
     fs::remove(probe, error);
     if (!writable) throw HostError("Cannot write to the folder of the tile cache, '" + folder.string() + "'.");
-}
-
-void limitBlockCache()
-{
-    if (!CPLGetConfigOption("GDAL_CACHEMAX", nullptr)) GDALSetCacheMax64(kBlockCacheBytes);
 }
 
 /** Gives each large raster of the input overviews, if it has none. Returns the rasters that got them. */
@@ -139,7 +136,6 @@ PrebuildResult prebuild(const PrebuildOptions& options)
         throw HostError("'" + input.given + "' is no terrain: its tiles are files already, there is nothing to build.");
     const Interruption interruption;
     const auto start = HostModel::Clock::now();
-    limitBlockCache();
     checkCacheFolder();
     if (options.overviews) result.newOverviews = addOverviews(*input.terrain);
 
@@ -156,6 +152,8 @@ PrebuildResult prebuild(const PrebuildOptions& options)
     result.files = regions.fileCount();
     result.built = statistics.tilesBuilt;
     result.failed = statistics.tilesFailed;
+    result.incomplete = statistics.tilesIncomplete;
+    result.notKept = statistics.tilesNotKept;
     result.seconds = std::chrono::duration<double>(HostModel::Clock::now() - start).count();
     return result;
 }
@@ -164,9 +162,9 @@ void printForPeople(const PrebuildOptions& options, const PrebuildResult& result
 {
     for (const std::string& raster : result.newOverviews)
         std::cout << "Built overviews of " << raster << ".\n";
-    std::cout << "The cache holds the levels 0 to " << result.levels << ", " << result.files - result.failed
-              << " files: " << result.built << " built, " << result.found() << " found; "
-              << readableSeconds(result.seconds) << ", at most "
+    std::cout << "The cache holds the levels 0 to " << result.levels << ", "
+              << result.files - std::min(result.files, result.missing()) << " files: " << result.built << " built, "
+              << result.found() << " found; " << readableSeconds(result.seconds) << ", at most "
               << readableBytes(static_cast<double>(peakResidentBytes())) << " resident.\n";
     if (result.levels < options.levels) std::cout << "The rasters give no finer level.\n";
     if (result.failed > 0) std::cout << result.failed << " files could not be built; the log tells why.\n";
@@ -174,10 +172,11 @@ void printForPeople(const PrebuildOptions& options, const PrebuildResult& result
 
 Json reportOf(const PrebuildResult& result)
 {
-    return {{"levels", result.levels},      {"files", result.files},
-            {"builtTiles", result.built},   {"foundTiles", result.found()},
-            {"failedTiles", result.failed}, {"overviews", result.newOverviews},
-            {"seconds", result.seconds},    {"peakResidentBytes", peakResidentBytes()}};
+    return {{"levels", result.levels},        {"files", result.files},
+            {"builtTiles", result.built},     {"foundTiles", result.found()},
+            {"failedTiles", result.failed},   {"incompleteTiles", result.incomplete},
+            {"notKeptTiles", result.notKept}, {"overviews", result.newOverviews},
+            {"seconds", result.seconds},      {"peakResidentBytes", peakResidentBytes()}};
 }
 
 void runPrebuild(const PrebuildOptions& options)
@@ -187,6 +186,12 @@ void runPrebuild(const PrebuildOptions& options)
         printJson(reportOf(result));
     else
         printForPeople(options, result);
+    if (result.incomplete > 0)
+        throw HostError("For " + std::to_string(result.incomplete) +
+                        " files a raster could not be read; they are not kept.");
+    if (result.notKept > 0)
+        throw HostError(std::to_string(result.notKept) +
+                        " files could not be written to the tile cache; is the disk full?");
 }
 } // namespace
 

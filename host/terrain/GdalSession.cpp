@@ -34,4 +34,10 @@ GDALDatasetUniquePtr openRaster(const std::string& path)
     const QuietGdal quiet;
     return GDALDatasetUniquePtr(GDALDataset::Open(path.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY));
 }
+
+void limitBlockCache()
+{
+    constexpr GIntBig kBytes = 64 << 20;
+    if (!CPLGetConfigOption("GDAL_CACHEMAX", nullptr)) GDALSetCacheMax64(kBytes);
+}
 } // namespace mvgeo::host

@@ -19,6 +19,10 @@ public:
     [[nodiscard]] static std::string reason();
 };
 
+/** Keeps GDAL's cache of raster blocks small, unless the user has chosen its size: its own choice is a part of all
+ *  memory. */
+void limitBlockCache();
+
 /** Opens a raster for reading; null, without a word, if GDAL cannot. */
 [[nodiscard]] GDALDatasetUniquePtr openRaster(const std::string& path);
 } // namespace mvgeo::host

@@ -8,9 +8,11 @@ namespace
 {
 volatile std::sig_atomic_t requested = 0;
 
-void note(int)
+/** Whoever does not want to wait asks a second time. */
+void note(int signal)
 {
     requested = 1;
+    std::signal(signal, SIG_DFL);
 }
 } // namespace
 

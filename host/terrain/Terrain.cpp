@@ -70,7 +70,12 @@ Terrain prepareTerrain(const TerrainPaths& paths, bool mayWarp)
         if (plan.warpsDem) warp(*terrain.dem, RasterRole::Dem, plan.demSystem, plan.target);
         terrain.notes = std::move(plan.notes);
     }
-    else if (hasSeparator(terrain.dom))
+    else
+        for (const std::optional<TerrainLayer>* layer : {&terrain.dom, &terrain.dem})
+            if (*layer && !(*layer)->source.isNorthUp())
+                throw HostError("The raster '" + (*layer)->source.path +
+                                "' is not north-up; without --no-warp it would be turned.");
+    if (!mayWarp && hasSeparator(terrain.dom))
         throw HostError("The path of the DOM '" + paths.dom +
                         "' holds a question mark, which ends it for the library.");
     if (terrain.dom && terrain.dem && !overlap(terrain.dom->used(), terrain.dem->used()))

@@ -22,7 +22,9 @@ constexpr double kInset = 0.9;
 
 bool isExhausted(const RasterFacts* raster, double stepX, double stepY)
 {
-    return !raster || (raster->pixelWidth() > stepX / 2.0 && raster->pixelHeight() > stepY / 2.0);
+    constexpr double kRounding = 1.0 + 1e-6; // as the library allows for
+    return !raster ||
+           (raster->pixelWidth() > stepX / 2.0 * kRounding && raster->pixelHeight() > stepY / 2.0 * kRounding);
 }
 
 /** Every second bit. */

@@ -24,6 +24,8 @@ struct GeoMeshStatistics
     // Since version 2:
     std::uint64_t tilesBuilt;      ///< terrain tiles made from the rasters, in all
     std::uint64_t tilesFromCache;  ///< terrain tiles read back from the disk cache, in all
+    std::uint64_t tilesIncomplete; ///< of those built: for these a raster could not be read; they are not kept
+    std::uint64_t tilesNotKept;    ///< of those built: these could not be written to the disk cache
 };
 
 constexpr std::uint32_t kGeoMeshStatisticsVersion = 2;

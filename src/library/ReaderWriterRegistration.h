@@ -1,13 +1,13 @@
 #pragma once
 
-#include <osgDB/Registry>
 #include <osgDB/ReaderWriter>
+#include <osgDB/Registry>
 
 namespace mvgeo
 {
 
-/** Has a reader-writer registered with the toolkit for as long as it lives itself. Meant for static objects: the registry,
- *  which the constructor asks for, outlives them. */
+/** Has a reader-writer registered with the toolkit for as long as it lives itself. Meant for static objects: the
+ * registry, which the constructor asks for, outlives them. */
 template <typename Reader>
 class ReaderWriterRegistration
 {

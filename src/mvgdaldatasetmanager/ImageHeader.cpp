@@ -18,7 +18,8 @@ namespace
 
 using GeoTransform = std::array<double, 6>;
 
-constexpr int kLargeSide = 4096; // pixels; up to here a whole read costs less than a second
+constexpr int kLargeSide = 4096;         // pixels; up to here a whole read costs less than a second
+constexpr double kLargeArea = 1048576.0; // pixels; a long and thin raster costs nothing either
 constexpr std::size_t kThreadBuckets = 8;
 
 /** Null if it cannot be opened; GDAL keeps quiet about it. */
@@ -87,12 +88,13 @@ void warnIfSlow(GDALDataset& dataset, const char* path)
     GDALRasterBand& band = *dataset.GetRasterBand(1);
     const int width = dataset.GetRasterXSize();
     const int height = dataset.GetRasterYSize();
-    if (std::max(width, height) <= kLargeSide || band.GetOverviewCount() > 0 || band.HasArbitraryOverviews()) return;
+    if (std::max(width, height) <= kLargeSide || 1.0 * width * height <= kLargeArea) return;
+    if (band.GetOverviewCount() > 0 || band.HasArbitraryOverviews()) return;
     if (!isFirstWarning(path)) return;
     const double bytes =
         1.0 * width * height * dataset.GetRasterCount() * GDALGetDataTypeSizeBytes(band.GetRasterDataType());
     MVGEO_LOG(WARN) << "the raster has no overviews: " << path << ", " << width << " x " << height
-                    << " pixels; the coarsest tile must read about " << std::ceil(bytes / 1e6)
+                    << " pixels; the coarsest tile must read up to " << std::ceil(bytes / 1e6)
                     << " MB. External overviews (gdaladdo -ro) make it fast";
 }
 

@@ -291,6 +291,8 @@ void MvOsgGeoMesh::fillStatistics(GeoMeshStatistics& statistics) const
     {
         statistics.tilesBuilt = _readFileCallback->builtCount();
         statistics.tilesFromCache = _readFileCallback->readBackCount();
+        statistics.tilesIncomplete = _readFileCallback->incompleteCount();
+        statistics.tilesNotKept = _readFileCallback->notKeptCount();
     }
     statistics.tilesFailed = _readFileCallback->failedCount();
     statistics.tilesHeld = _pager->heldTiles.count();

@@ -78,8 +78,8 @@ protected:
     [[nodiscard]] bool hasMachinery() const { return _pager && _sceneVisitor && _frameStamp; }
     /** Read options of one model file, which name its cache directory. */
     [[nodiscard]] osg::ref_ptr<osgDB::Options> optionsFor(const KdString& path);
-    /** Reads a root file, makes its paged nodes ours, names its content and hangs it under the root. Null if it cannot be
-     *  read. */
+    /** Reads a root file, makes its paged nodes ours, names its content and hangs it under the root. Null if it cannot
+     * be read. */
     osg::ref_ptr<osg::Node> hangRootFile(const std::string& fileName, const osgDB::Options* options);
     /** Waits until nothing is being read any more. The model pages no more afterwards. */
     void stopPaging();

@@ -44,6 +44,11 @@ MvOsgGeoTerrain::MvOsgGeoTerrain(std::function<bool()> callback) : MvOsgGeoMesh(
 MvOsgGeoTerrain::~MvOsgGeoTerrain()
 {
     stopPaging(); // tiles under way hold the headers, which would then outlive the model
+    letRastersGo();
+}
+
+void MvOsgGeoTerrain::letRastersGo()
+{
     _domHeader = nullptr;
     _demHeader = nullptr;
     if (MvGdalDataSetManager* manager = MvGdalDataSetManager::instance()) manager->purgeUnused();
@@ -51,7 +56,8 @@ MvOsgGeoTerrain::~MvOsgGeoTerrain()
 
 bool MvOsgGeoTerrain::checkBoundary(std::vector<KdGePoint3d>& points)
 {
-    const auto isSame = [](const KdGePoint3d& a, const KdGePoint3d& b) { return a.x == b.x && a.y == b.y && a.z == b.z; };
+    const auto isSame = [](const KdGePoint3d& a, const KdGePoint3d& b)
+    { return a.x == b.x && a.y == b.y && a.z == b.z; };
     points.erase(std::unique(points.begin(), points.end(), isSame), points.end());
     return points.size() >= 2;
 }
@@ -71,6 +77,7 @@ bool MvOsgGeoTerrain::makeCacheDirectory(const std::string& source, std::string&
 bool MvOsgGeoTerrain::openRasters(const std::string& domPath, const std::string& demPath)
 {
     CPLSetConfigOption("GDAL_FILENAME_IS_UTF8", "YES");
+    letRastersGo(); // whoever loads again wants the files as they are now
     mvgeo::TerrainRasters rasters = mvgeo::openRasters(domPath, demPath);
     _domHeader = rasters.dom;
     _demHeader = rasters.dem;
@@ -102,15 +109,13 @@ bool MvOsgGeoTerrain::loadModel(const KdString& source)
     options->setPluginData(mvgeo::keys::domHeader, _domHeader.get());
     options->setPluginData(mvgeo::keys::demHeader, _demHeader.get());
 
-    std::string directory;
-    const bool hasCache = makeCacheDirectory(source.ansiPtr(), directory);
-    if (!hasCache)
+    const std::string* directory = mvgeo::userValue<std::string>(*options, mvgeo::keys::cachePathDir);
+    if (!directory || directory->empty())
     {
-        MVGEO_LOG(WARN) << "cannot make the cache directory " << directory << ", tiles are built anew each time";
+        MVGEO_LOG(WARN) << "cannot make the cache directory, tiles are built anew each time";
         options->setUserValue(mvgeo::keys::isCaching, false);
     }
-    const std::string rootName = directory + kRootName;
-    const osg::ref_ptr<osg::Node> node = hangRootFile(rootName, options);
+    const osg::ref_ptr<osg::Node> node = hangRootFile((directory ? *directory : std::string()) + kRootName, options);
     if (!node) return false;
     measureTerrain(*node);
     return true;

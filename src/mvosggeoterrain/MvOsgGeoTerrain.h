@@ -28,6 +28,8 @@ public:
 
 private:
     [[nodiscard]] bool openRasters(const std::string& domPath, const std::string& demPath);
+    /** Rasters that no other model holds are closed; their files may have changed when they are opened again. */
+    void letRastersGo();
     void measureTerrain(osg::Node& rootTile);
 
     osg::ref_ptr<ImageHeader> _domHeader; // null: no such raster

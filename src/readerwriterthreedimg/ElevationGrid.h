@@ -12,7 +12,8 @@ struct ElevationGrid
 {
     ElevationGrid() = default;
     ElevationGrid(int columnCount, int rowCount, float value)
-        : columns(columnCount), rows(rowCount),
+        : columns(columnCount),
+          rows(rowCount),
           heights(static_cast<std::size_t>(columnCount) * static_cast<std::size_t>(rowCount), value)
     {
     }

@@ -1,5 +1,7 @@
 #include "readerwriterthreedimg/ElevationSampler.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -54,15 +56,22 @@ float sampleAt(const Cells<Element>& cells, const CellPosition& x, const CellPos
 
 SampleGrid postsOf(const TerrainTileInfo& info)
 {
-    return {info.startX, info.startY, info.endX, info.endY, info.demWidth, info.demHeight};
+    SampleGrid posts = {info.startX, info.startY, info.endX, info.endY, info.demWidth, info.demHeight};
+    // The root tile's square in pixels of the DEM, around the real extent; see setSquareExtent.
+    const double columns = std::round((info.rootXmax - info.rootXmin) / info.demResolutionX);
+    const double rows = std::round((info.rootYmax - info.rootYmin) / info.demResolutionY);
+    const double side = std::max(columns, rows);
+    if (!std::isfinite(columns) || !std::isfinite(rows)) return posts;
+    posts.latticeX = {-std::floor((side - columns) / 2.0), std::ldexp(side / (info.demWidth - 1), -info.lod)};
+    posts.latticeY = {-std::floor((side - rows) / 2.0), std::ldexp(side / (info.demHeight - 1), -info.lod)};
+    return posts;
 }
 
 template <typename Element>
-std::optional<ElevationGrid> sampleDemGrid(ImageHeader& demHeader, GDALDataset& demDataset, const TerrainTileInfo& info,
-                                           GDALDataType dataType)
+std::optional<ElevationGrid> sampleDemPosts(ImageHeader& demHeader, GDALDataset& demDataset, const SampleGrid& posts,
+                                            GDALDataType dataType)
 {
     const RasterFrame raster = frameOf(demHeader);
-    const SampleGrid posts = postsOf(info);
     const std::optional<RasterWindow> window = windowOver(raster, posts);
     if (!window) return std::nullopt;
 
@@ -80,6 +89,26 @@ std::optional<ElevationGrid> sampleDemGrid(ImageHeader& demHeader, GDALDataset& 
                 sampleAt(cells, x[static_cast<std::size_t>(column)], y[static_cast<std::size_t>(row)]);
     return grid;
 }
+
+template <typename Element>
+std::optional<ElevationGrid> sampleDemGrid(ImageHeader& demHeader, GDALDataset& demDataset, const TerrainTileInfo& info,
+                                           GDALDataType dataType)
+{
+    return sampleDemPosts<Element>(demHeader, demDataset, postsOf(info), dataType);
+}
+
+template std::optional<ElevationGrid> sampleDemPosts<std::uint16_t>(ImageHeader&, GDALDataset&, const SampleGrid&,
+                                                                    GDALDataType);
+template std::optional<ElevationGrid> sampleDemPosts<std::int16_t>(ImageHeader&, GDALDataset&, const SampleGrid&,
+                                                                   GDALDataType);
+template std::optional<ElevationGrid> sampleDemPosts<std::uint32_t>(ImageHeader&, GDALDataset&, const SampleGrid&,
+                                                                    GDALDataType);
+template std::optional<ElevationGrid> sampleDemPosts<std::int32_t>(ImageHeader&, GDALDataset&, const SampleGrid&,
+                                                                   GDALDataType);
+template std::optional<ElevationGrid> sampleDemPosts<float>(ImageHeader&, GDALDataset&, const SampleGrid&,
+                                                            GDALDataType);
+template std::optional<ElevationGrid> sampleDemPosts<double>(ImageHeader&, GDALDataset&, const SampleGrid&,
+                                                             GDALDataType);
 
 template std::optional<ElevationGrid> sampleDemGrid<std::uint16_t>(ImageHeader&, GDALDataset&, const TerrainTileInfo&,
                                                                    GDALDataType);

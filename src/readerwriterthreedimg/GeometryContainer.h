@@ -18,7 +18,7 @@ public:
 
     META_Object(osg, GeometryContainer)
 
-    osg::ref_ptr<osg::Geometry> geometry;
+        osg::ref_ptr<osg::Geometry> geometry;
 
 protected:
     ~GeometryContainer() override = default;

@@ -1,7 +1,8 @@
 #include "readerwriterthreedimg/MeshClipByRasterOverlay.h"
 
+#include "readerwriterthreedimg/TileGeometry.h"
+
 #include <osg/StateSet>
-#include <osg/Texture2D>
 
 #include <algorithm>
 #include <array>
@@ -92,17 +93,6 @@ double shareOf(double value, double low, double high)
     const double share = (value - low) / (high - low);
     if (share > 1.0 - kCutRounding) return 1.0;
     return share > kCutRounding ? share : 0.0; // what is not a number is 0 as well
-}
-
-void setTexture(osg::Geometry& geometry, osg::Image* image)
-{
-    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(image);
-    texture->setResizeNonPowerOfTwoHint(false);
-    texture->setFilter(osg::Texture::MIN_FILTER, osg::Texture::LINEAR_MIPMAP_LINEAR);
-    texture->setFilter(osg::Texture::MAG_FILTER, osg::Texture::LINEAR);
-    for (const auto axis : {osg::Texture::WRAP_S, osg::Texture::WRAP_T, osg::Texture::WRAP_R})
-        texture->setWrap(axis, osg::Texture::CLAMP_TO_EDGE);
-    geometry.getOrCreateStateSet()->setTextureAttributeAndModes(0, texture);
 }
 
 } // namespace
@@ -311,7 +301,7 @@ void MeshClipByRasterOverlay::clip(osg::ref_ptr<osg::Geometry> parentGeometry, d
 
     if (!resultGeometry) resultGeometry = new osg::Geometry;
     cut.writeTo(*resultGeometry);
-    setTexture(*resultGeometry, image);
+    mvgeo::setTileTexture(*resultGeometry, image);
 }
 
 bool MeshClipByRasterOverlay::isOnBorder(const osg::Vec3d& point, double tolerance) const

@@ -8,7 +8,8 @@
 
 #include <vector>
 
-/** Cuts the mesh of a parent tile to a child's rectangle, lays the child's image over it and hangs skirts along the cut.
+/** Cuts the mesh of a parent tile to a child's rectangle, lays the child's image over it and hangs skirts along the
+ * cut.
  *
  *  Built for one clip: setRectangle() once, then clip() once. Frame: the terrain's local one (metres or the rasters'
  *  unit, relative to the local origin). Thread: one.

@@ -30,6 +30,15 @@ double toPixels(double coordinate, double origin, double pixelSize)
     return std::round((coordinate - origin) / pixelSize * kSteps) / kSteps;
 }
 
+/** The place on the lattice that a position means; the position itself if it means none. */
+double snapped(double pixel, const PixelLattice& lattice)
+{
+    constexpr double kLargestError = 1e-5; // pixels; of coordinates, however large
+    if (!(lattice.spacing > 0.0)) return pixel;
+    const double place = lattice.origin + std::round((pixel - lattice.origin) / lattice.spacing) * lattice.spacing;
+    return std::abs(place - pixel) <= kLargestError ? place : pixel;
+}
+
 /** Full halvings that fit into the step. A step that misses a power of two by its rounding has it: neighbours, whose
  *  steps differ by no more, must be decimated alike. */
 int levelFor(double step, double pixelSize)
@@ -119,7 +128,8 @@ std::vector<CellPosition> columnPositions(const RasterFrame& raster, const Sampl
     for (std::size_t i = 0; i < positions.size(); ++i)
     {
         const double x = grid.startX + static_cast<double>(i) * step;
-        positions[i] = positionOf(toPixels(x, raster.originX, raster.pixelWidth), window.x, window.scale);
+        const double pixel = snapped(toPixels(x, raster.originX, raster.pixelWidth), grid.latticeX);
+        positions[i] = positionOf(pixel, window.x, window.scale);
     }
     return positions;
 }
@@ -131,7 +141,8 @@ std::vector<CellPosition> rowPositions(const RasterFrame& raster, const SampleGr
     for (std::size_t j = 0; j < positions.size(); ++j)
     {
         const double y = grid.endY + static_cast<double>(j) * step;
-        positions[j] = positionOf(toPixels(y, raster.originY, raster.pixelHeight), window.y, window.scale);
+        const double pixel = snapped(toPixels(y, raster.originY, raster.pixelHeight), grid.latticeY);
+        positions[j] = positionOf(pixel, window.y, window.scale);
     }
     return positions;
 }

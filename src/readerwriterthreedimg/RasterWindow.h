@@ -6,6 +6,14 @@
 namespace mvgeo
 {
 
+/** Where samples lie exactly, in pixels along one axis: at origin + n * spacing for whole n. Coordinates, whose sums
+ * are rounded, only tell which n. */
+struct PixelLattice
+{
+    double origin = 0.0;
+    double spacing = 0.0; ///< 0: not known
+};
+
 /** A regular grid of samples whose outermost ones lie on its edges; rows run south. Frame: the rasters'. */
 struct SampleGrid
 {
@@ -15,6 +23,8 @@ struct SampleGrid
     double endY = 0.0;
     int columns = 0; ///< at least 2
     int rows = 0;
+    PixelLattice latticeX{};
+    PixelLattice latticeY{}; ///< counted from the north
 
     [[nodiscard]] double stepX() const { return (endX - startX) / (columns - 1); }
     /** Negative: rows run south. */
@@ -36,7 +46,7 @@ struct RasterFrame
 struct WindowAxis
 {
     int first = 0;
-    int pixels = 0;   ///< to be read: a multiple of scale, unless the raster ends before one cell is full
+    int pixels = 0;    ///< to be read: a multiple of scale, unless the raster ends before one cell is full
     int cellsRead = 0; ///< cells that `pixels` fill; those behind repeat the last one
     int cells = 0;
 };

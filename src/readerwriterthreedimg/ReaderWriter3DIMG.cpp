@@ -5,9 +5,11 @@
 #include "readerwriterthreedimg/TileCacheFile.h"
 #include "readerwriterthreedimg/TileOrigin.h"
 #include "support/UserValues.h"
+#include "support/VisitorGeometry.h"
 
 #include <osgDB/FileNameUtils>
 #include <osgDB/FileUtils>
+#include <osgDB/fstream>
 
 #include <cstdio>
 
@@ -57,6 +59,38 @@ std::uint32_t failuresOf(const mvgeo::TerrainRasters& rasters)
     return (rasters.dem ? rasters.dem->readFailureCount() : 0) + (rasters.dom ? rasters.dom->readFailureCount() : 0);
 }
 
+/** Whether a texture file has a beginning and an end; true also for one that is not there. */
+bool looksWhole(const std::string& path)
+{
+    osgDB::ifstream file(path.c_str(), std::ios::in | std::ios::binary);
+    if (!file.is_open()) return true;
+    const auto marker = [&file]
+    {
+        const int first = file.get();
+        return first * 256 + file.get();
+    };
+    constexpr int kBegin = 0xFFD8; // of a JPEG
+    constexpr int kEnd = 0xFFD9;
+    if (marker() != kBegin) return false;
+    file.seekg(-2, std::ios::end);
+    return marker() == kEnd;
+}
+
+/** A texture file is never written again while it is there, so one that was damaged must go. */
+void removeDamagedTextures(osg::Node& tile, const std::string& cachePathDir)
+{
+    VisitorGeometry collector;
+    tile.accept(collector);
+    for (const osg::ref_ptr<osg::Geometry>& geometry : collector.geometries())
+    {
+        const osg::Texture2D* texture = mvgeo::textureOf(*geometry);
+        const osg::Image* image = texture ? texture->getImage() : nullptr;
+        if (!image) continue;
+        const std::string path = cachePathDir + '/' + osgDB::getSimpleFileName(image->getFileName());
+        if (!looksWhole(path)) std::remove(path.c_str());
+    }
+}
+
 /** Textures left from another content of the rasters would be taken for those of the tiles that are built now. */
 void removeOldTextures(const Request& request, const osgDB::Options& options)
 {
@@ -86,6 +120,7 @@ osg::ref_ptr<osg::Node> readBack(const Request& request, const std::string& stam
     if (!node) return nullptr;
     THREEDIMG::DatabaseOptionVisitor giveOptions;
     node->accept(giveOptions);
+    removeDamagedTextures(*node, request.cachePathDir);
     return node;
 }
 
@@ -124,10 +159,16 @@ osgDB::ReaderWriter::ReadResult ReaderWriter3DIMG::readNode(const std::string& f
         mvgeo::buildTerrainNode(request.domPath, request.demPath, request.cachePathDir, options);
     if (!node) return static_cast<osg::Node*>(nullptr);
 
-    if (listener) listener->noteTileBuilt();
     // A tile for which a raster could not be read shows less than it should and would do so for ever.
     const bool isComplete = failuresOf(rasters) == failuresBefore;
-    if (request.isCaching && isComplete) mvgeo::writeCachedTile(*node, request.cachePathDir, request.cacheName, stamp);
+    const bool isWanted = request.isCaching && isComplete;
+    const bool isKept = isWanted && mvgeo::writeCachedTile(*node, request.cachePathDir, request.cacheName, stamp);
+    if (listener)
+    {
+        listener->noteTileBuilt();
+        if (!isComplete) listener->noteTileIncomplete();
+        if (isWanted && !isKept) listener->noteTileNotKept();
+    }
     return node.get();
 }
 

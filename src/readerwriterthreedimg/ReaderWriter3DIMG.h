@@ -2,9 +2,9 @@
 
 #include <osgDB/ReaderWriter>
 
-/** Answers for terrain tiles, whose files do not exist: a name that ends in ".osgb.3dimg" only identifies a tile, and the
- *  read options carry all that is needed to build it (TerrainTileInfo.h). What was built is kept as an ordinary ".osgb"
- *  file in the folder "cachePathDir" and read back from there the next time.
+/** Answers for terrain tiles, whose files do not exist: a name that ends in ".osgb.3dimg" only identifies a tile, and
+ * the read options carry all that is needed to build it (TerrainTileInfo.h). What was built is kept as an ordinary
+ * ".osgb" file in the folder "cachePathDir" and read back from there the next time.
  *
  *  Thread: any, several at once; it keeps no state.
  */

@@ -217,7 +217,8 @@ osg::ref_ptr<osg::Node> buildChildren(TerrainRasters& rasters, const osgDB::Opti
 Refinement refinementVote(const ImageHeader* header, double halfStepX, double halfStepY)
 {
     if (!header) return Refinement::leaf;
-    const bool isCoarser = header->pixelWidth() > halfStepX && std::abs(header->pixelHeight()) > std::abs(halfStepY);
+    const bool isCoarser = header->pixelWidth() > halfStepX * TerrainTileInfo::kRounding &&
+                           std::abs(header->pixelHeight()) > std::abs(halfStepY) * TerrainTileInfo::kRounding;
     return isCoarser ? Refinement::leaf : Refinement::refine;
 }
 

@@ -34,8 +34,8 @@ float noDataOf(const ImageHeader* header, const GDALDataset* dataset)
 /** The parent's posts, at twice our spacing, were already denser than the DEM's pixels: ours would only interpolate. */
 bool isDemExhausted(const ImageHeader& dem, const TerrainTileInfo& info)
 {
-    return dem.pixelWidth() > 2.0 * info.postSpacingX() &&
-           std::abs(dem.pixelHeight()) > std::abs(2.0 * info.postSpacingY());
+    return dem.pixelWidth() > 2.0 * info.postSpacingX() * TerrainTileInfo::kRounding &&
+           std::abs(dem.pixelHeight()) > std::abs(2.0 * info.postSpacingY()) * TerrainTileInfo::kRounding;
 }
 
 osg::ref_ptr<osg::Geometry> parentGeometryIn(const osgDB::Options* options)

@@ -25,9 +25,9 @@ struct TerrainTileInfo
     double maxZ = 0.0;
     double offsetX = 0.0; ///< the terrain's local origin, to which vertices are relative
     double offsetY = 0.0;
-    int lod = 0; ///< depth in the pyramid, 0 for the root
-    int x = 0;   ///< column at this depth, 0 in the west
-    int y = 0;   ///< row at this depth, 0 in the south
+    int lod = 0;                 ///< depth in the pyramid, 0 for the root
+    int x = 0;                   ///< column at this depth, 0 in the west
+    int y = 0;                   ///< row at this depth, 0 in the south
     double demResolutionX = 0.0; ///< pixel size of the DEM, both positive
     double demResolutionY = 0.0;
     double rootXmin = 0.0; ///< the DEM's real extent, without the padding of the square root tile
@@ -39,6 +39,10 @@ struct TerrainTileInfo
     std::string cachePathDir; ///< folder of the tile cache
     bool normal = false;      ///< vertices get normals
 
+    /** What two sizes may differ by and still be the same: the edges of neighbours are rounded differently, and what
+     *  is decided by comparing a step with a pixel must come out the same for both. */
+    static constexpr double kRounding = 1.0 + 1e-6;
+
     [[nodiscard]] double postSpacingX() const { return (endX - startX) / (demWidth - 1); }
     [[nodiscard]] double postSpacingY() const { return (endY - startY) / (demHeight - 1); }
 };
@@ -46,8 +50,8 @@ struct TerrainTileInfo
 namespace mvgeo
 {
 
-/** Fills `info` from the user values of options or of a node. A value that is absent or of another type leaves its field
- *  as it was. Thread: any that may read the object. */
+/** Fills `info` from the user values of options or of a node. A value that is absent or of another type leaves its
+ * field as it was. Thread: any that may read the object. */
 void readTileInfo(const osg::Object& object, TerrainTileInfo& info);
 
 /** Adds the description to an object that has none yet, in the order of the keys. */

@@ -1,6 +1,7 @@
 #include "readerwriterthreedimg/TileCacheFile.h"
 
 #include "mvgdaldatasetmanager/MvGdalDataSetManager.h"
+#include "readerwriterthreedimg/TileSeal.h"
 #include "support/FileReplacement.h"
 #include "support/TileCheck.h"
 #include "support/TileReader.h"
@@ -10,11 +11,14 @@
 
 #include <osgDB/FileUtils>
 #include <osgDB/Registry>
+#include <osgDB/fstream>
 
 #include <algorithm>
+#include <cstring>
 #include <exception>
 #include <ostream>
 #include <streambuf>
+#include <string_view>
 
 namespace mvgeo
 {
@@ -37,20 +41,24 @@ FileLock lockFiles()
 class ByteCollector : public std::streambuf
 {
 public:
-    ByteCollector() { threadBytes().clear(); }
-
     /** Valid until the thread makes another collector. */
-    [[nodiscard]] const std::string& bytes() const { return _bytes; }
+    [[nodiscard]] std::string_view bytes() const { return {_room.data(), _end}; }
+
+    void seal()
+    {
+        const std::string seal = sealFor(bytes());
+        _position = _end;
+        xsputn(seal.data(), static_cast<std::streamsize>(seal.size()));
+    }
 
 protected:
     std::streamsize xsputn(const char* data, std::streamsize size) override
     {
         const auto count = static_cast<std::size_t>(size);
-        if (_position == _bytes.size())
-            _bytes.append(data, count);
-        else
-            _bytes.replace(_position, std::min(count, _bytes.size() - _position), data, count);
+        if (count > _room.size() - _position) _room.resize(2 * _room.size() + count);
+        std::memcpy(_room.data() + _position, data, count);
         _position += count;
+        _end = std::max(_end, _position);
         return size;
     }
     int_type overflow(int_type character) override
@@ -61,24 +69,25 @@ protected:
     }
     pos_type seekoff(off_type offset, std::ios::seekdir from, std::ios::openmode which) override
     {
-        const std::size_t base = from == std::ios::cur ? _position : from == std::ios::end ? _bytes.size() : 0;
+        const std::size_t base = from == std::ios::cur ? _position : from == std::ios::end ? _end : 0;
         return seekpos(static_cast<off_type>(base) + offset, which);
     }
     pos_type seekpos(pos_type position, std::ios::openmode) override
     {
-        if (position < 0 || position > static_cast<off_type>(_bytes.size())) return static_cast<off_type>(-1);
+        if (position < 0 || position > static_cast<off_type>(_end)) return static_cast<off_type>(-1);
         _position = static_cast<std::size_t>(static_cast<off_type>(position));
         return position;
     }
 
 private:
-    static std::string& threadBytes()
+    static std::string& threadsRoom()
     {
-        thread_local std::string bytes;
-        return bytes;
+        thread_local std::string room;
+        return room;
     }
 
-    std::string& _bytes = threadBytes();
+    std::string& _room = threadsRoom(); // its size is what there is room for; numbers come by the ten thousand
+    std::size_t _end = 0;
     std::size_t _position = 0;
 };
 
@@ -96,10 +105,25 @@ bool encode(const osg::Node& node, ByteCollector& collector)
     return writer->writeNode(node, stream, options).success();
 }
 
-osg::ref_ptr<osg::Node> readTile(const std::string& path)
+Seal sealOnFile(const std::string& path)
+{
+    osgDB::ifstream file(path.c_str(), std::ios::in | std::ios::binary | std::ios::ate);
+    const std::streamoff size = file.is_open() ? static_cast<std::streamoff>(file.tellg()) : -1;
+    if (size < 0) return Seal::none;
+    thread_local std::string bytes; // kept, as in the collector
+    bytes.resize(static_cast<std::size_t>(size));
+    file.seekg(0);
+    file.read(bytes.data(), size);
+    return file ? sealOn(bytes) : Seal::broken;
+}
+
+/** A file without a seal is none of ours; taken only if there is nothing to judge it by. */
+osg::ref_ptr<osg::Node> readTile(const std::string& path, bool isSealWanted)
 {
     try
     {
+        const Seal seal = sealOnFile(path);
+        if (seal == Seal::broken || (seal == Seal::none && isSealWanted)) return nullptr;
         osgDB::ReaderWriter::ReadResult result = readTileFile(path, osgDB::Registry::instance()->getOptions());
         osg::ref_ptr<osg::Node> node = result.getNode();
         if (node && faultIn(*node).empty()) return node;
@@ -115,24 +139,25 @@ osg::ref_ptr<osg::Node> readTile(const std::string& path)
 
 osg::ref_ptr<osg::Node> readCachedTile(const std::string& path, const std::string& stamp)
 {
-    if (!osgDB::fileExists(path)) return nullptr;
+    if (osgDB::fileType(path) != osgDB::REGULAR_FILE) return nullptr;
     osg::ref_ptr<osg::Node> node;
     {
         const FileLock lock = lockFiles();
-        node = readTile(path);
+        node = readTile(path, !stamp.empty());
     }
     if (!node || stamp.empty()) return node;
     const std::string* cachedStamp = userValue<std::string>(*node, kStamp);
     return cachedStamp && *cachedStamp == stamp ? node : nullptr;
 }
 
-void writeCachedTile(osg::Node& node, const std::string& directory, const std::string& name, const std::string& stamp)
+bool writeCachedTile(osg::Node& node, const std::string& directory, const std::string& name, const std::string& stamp)
 {
     node.setUserValue(kStamp, stamp);
     ByteCollector collector;
-    if (!encode(node, collector)) return;
+    if (!encode(node, collector)) return false;
+    collector.seal();
     const FileLock lock = lockFiles();
-    replaceFile(directory, name, collector.bytes().data(), collector.bytes().size());
+    return replaceFile(directory, name, collector.bytes().data(), collector.bytes().size());
 }
 
 } // namespace mvgeo

@@ -11,6 +11,10 @@ public:
     virtual ~TileOriginListener() = default;
     virtual void noteTileBuilt() = 0;
     virtual void noteTileReadBack() = 0;
+    /** Of a tile that was built: a raster could not be read for it. */
+    virtual void noteTileIncomplete() = 0;
+    /** Of a tile that was built: it could not be written to the cache. */
+    virtual void noteTileNotKept() = 0;
 };
 
 } // namespace mvgeo

@@ -71,35 +71,35 @@ public:
 
 private:
     /** A strip of three rows around the parallel `y`, one post longer than the tile at both ends. */
-    [[nodiscard]] TerrainTileInfo alongX(double y) const
+    [[nodiscard]] SampleGrid alongX(double y) const
     {
-        TerrainTileInfo strip = _info;
-        strip.demWidth = _info.demWidth + 2;
-        strip.demHeight = 3;
-        strip.startX = _info.startX - _dx;
-        strip.endX = _info.endX + _dx;
+        SampleGrid strip = postsOf(_info);
+        strip.columns += 2;
+        strip.rows = 3;
+        strip.startX -= _dx;
+        strip.endX += _dx;
         strip.startY = y - _dy;
         strip.endY = y + _dy;
         return strip;
     }
 
-    [[nodiscard]] TerrainTileInfo alongY(double x) const
+    [[nodiscard]] SampleGrid alongY(double x) const
     {
-        TerrainTileInfo strip = _info;
-        strip.demWidth = 3;
-        strip.demHeight = _info.demHeight + 2;
+        SampleGrid strip = postsOf(_info);
+        strip.columns = 3;
+        strip.rows += 2;
         strip.startX = x - _dx;
         strip.endX = x + _dx;
-        strip.startY = _info.startY - _dy;
-        strip.endY = _info.endY + _dy;
+        strip.startY -= _dy;
+        strip.endY += _dy;
         return strip;
     }
 
     /** Puts the strip's middle line, without its two ends, in the place of the edge. The line's posts lie `stride`
      * apart in the strip, from `lineStart` on. */
-    void replace(const TerrainTileInfo& strip, const Edge& edge, std::size_t stride, int lineStart)
+    void replace(const SampleGrid& strip, const Edge& edge, std::size_t stride, int lineStart)
     {
-        const std::optional<ElevationGrid> grid = sampleDemGrid<Element>(_header, _dataset, strip, _type);
+        const std::optional<ElevationGrid> grid = sampleDemPosts<Element>(_header, _dataset, strip, _type);
         if (!grid) return;
         std::vector<osg::Vec3d> normals;
         if (!_surface.normals.empty())

@@ -97,7 +97,8 @@ private:
     }
 };
 
-/** The whole file: the toolkit asks for a tile number by number, which a file stream answers at three times the price. */
+/** The whole file: the toolkit asks for a tile number by number, which a file stream answers at three times the price.
+ */
 bool readWhole(const std::string& path, std::string& bytes)
 {
     osgDB::ifstream file(path.c_str(), std::ios::in | std::ios::binary | std::ios::ate);

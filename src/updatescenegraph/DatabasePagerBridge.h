@@ -33,8 +33,8 @@ public:
      *  content nodes to removedContentNodes. */
     void pruneExpiredTiles(const osg::FrameStamp& frameStamp);
 
-    /** Ends the database thread, waiting for the read under way, and then closes the rasters that it had opened. Nothing is
-     *  loaded any more afterwards. May be called twice. */
+    /** Ends the database thread, waiting for the read under way, and then closes the rasters that it had opened.
+     * Nothing is loaded any more afterwards. May be called twice. */
     void stop();
 
     /** True when nothing is queued, being read or deleted, or waiting to be merged. */

@@ -1,10 +1,10 @@
 #include "updatescenegraph/ReadFileCallback.h"
 
+#include "support/TileCheck.h"
+#include "support/TileReader.h"
 #include "support/UserValues.h"
 #include "updatescenegraph/SetReadFileCallbackVisitor.h"
 #include "updatescenegraph/TextureCache.h"
-#include "support/TileCheck.h"
-#include "support/TileReader.h"
 
 #include <osgDB/FileNameUtils>
 #include <osgDB/FileUtils>

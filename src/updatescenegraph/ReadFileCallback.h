@@ -41,6 +41,10 @@ public:
     [[nodiscard]] std::uint64_t loadedCount() const { return _loadedCount; }
     void noteTileBuilt() override { ++_builtCount; }
     void noteTileReadBack() override { ++_readBackCount; }
+    void noteTileIncomplete() override { ++_incompleteCount; }
+    void noteTileNotKept() override { ++_notKeptCount; }
+    [[nodiscard]] std::uint64_t incompleteCount() const { return _incompleteCount; }
+    [[nodiscard]] std::uint64_t notKeptCount() const { return _notKeptCount; }
     [[nodiscard]] std::uint64_t builtCount() const { return _builtCount; }
     [[nodiscard]] std::uint64_t readBackCount() const { return _readBackCount; }
 
@@ -61,4 +65,6 @@ private:
     std::atomic<std::uint64_t> _loadedCount{0};
     std::atomic<std::uint64_t> _builtCount{0};
     std::atomic<std::uint64_t> _readBackCount{0};
+    std::atomic<std::uint64_t> _incompleteCount{0};
+    std::atomic<std::uint64_t> _notKeptCount{0};
 };

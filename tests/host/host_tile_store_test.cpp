@@ -54,12 +54,12 @@ std::vector<std::string> violationsOf(const std::function<void(KdGiGeoMesh&)>& f
 // Ground at 5 with a post without data at 0: the cell of the ground stays with its skirt, the cliff and its skirt go.
 TEST(HostTileStore, LeavesOutTheCliffsAroundMissingGround)
 {
-    const float corners[] = {0, 0, 5, 1, 0, 5, 0, 1, 5,  // ground
-                             2, 0, 0,                    // missing
+    const float corners[] = {0, 0, 5, 1, 0, 5, 0, 1, 5,   // ground
+                             2, 0, 0,                     // missing
                              0, 0, 2, 1, 0, 2, 2, 0, -3}; // the feet of the skirt along y = 0, 3 below
-    const unsigned int indices[] = {0, 1, 2, 1, 3, 2,    // ground, cliff
-                                    0, 4, 5, 0, 5, 1,    // the ground's skirt
-                                    1, 5, 6, 1, 6, 3};   // the cliff's
+    const unsigned int indices[] = {0, 1, 2, 1, 3, 2,     // ground, cliff
+                                    0, 4, 5, 0, 5, 1,     // the ground's skirt
+                                    1, 5, 6, 1, 6, 3};    // the cliff's
     HostTileStore store;
     store.leaveOutBelow(4.0F);
     store.beginUpdate();

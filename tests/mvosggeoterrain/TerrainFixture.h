@@ -85,10 +85,7 @@ struct TerrainFixture : public testing::Test
     }
 
     /** From straight above the middle: `height` of 772.5 m shows 640 m from south to north on 600 pixels. */
-    static HostView fromAbove(double height)
-    {
-        return perspectiveView({320.0, 320.0, height}, {320.0, 320.0, 0.0});
-    }
+    static HostView fromAbove(double height) { return perspectiveView({320.0, 320.0, height}, {320.0, 320.0, 0.0}); }
     void renewModel()
     {
         driver.reset();

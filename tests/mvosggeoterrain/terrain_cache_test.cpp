@@ -107,6 +107,44 @@ TEST_F(TerrainCache, TexturesOfAnotherImageAreReplaced)
     EXPECT_NE(readFile(texture), before);
 }
 
+TEST_F(TerrainCache, ADamagedTextureFileIsWrittenAgain)
+{
+    show();
+    for (const char* name : {"/0_0_0.jpeg", "/1_0_0.jpeg"})
+    {
+        const std::string texture = cacheDirectory(source()) + name;
+        const std::string whole = readFile(texture);
+        for (const std::string& damaged : {whole.substr(0, whole.size() / 2), std::string(), std::string("foreign")})
+        {
+            writeFile(texture, damaged);
+            show();
+            EXPECT_EQ(readFile(texture), whole) << name << ", " << damaged.size() << " bytes";
+        }
+    }
+}
+
+TEST_F(TerrainCache, AFullDiskIsCounted)
+{
+    driver->add(source());
+    std::filesystem::remove_all(cacheDirectory(source()));
+    writeFile(cacheDirectory(source()), "a file where the folder was");
+    driver->view = fromAbove(300.0);
+    ASSERT_TRUE(driver->converge());
+    EXPECT_GT(driver->statistics().tilesBuilt, 1U);
+    EXPECT_EQ(driver->statistics().tilesNotKept, driver->statistics().tilesBuilt - 1U); // the root was kept
+    EXPECT_EQ(driver->statistics().tilesIncomplete, 0U);
+}
+
+TEST_F(TerrainCache, TilesOfAnUnreadableRasterAreCounted)
+{
+    driver->add(source());
+    std::filesystem::resize_file(dem, 1000);
+    driver->view = fromAbove(300.0);
+    ASSERT_TRUE(driver->converge());
+    EXPECT_EQ(driver->statistics().tilesIncomplete, driver->statistics().tilesBuilt - 1U);
+    EXPECT_EQ(driver->statistics().tilesNotKept, 0U);
+}
+
 TEST_F(TerrainCache, NothingUnfinishedIsLeft)
 {
     show();

@@ -208,9 +208,12 @@ TEST_F(TerrainOpen, PathsMayHoldAnyCharacters)
 TEST_F(TerrainOpen, ReloadOpensTheRastersAgain)
 {
     driver->add(source());
+    writeDem(2.0);
     model().reload();
     EXPECT_EQ(model().root().getNumChildren(), 1U);
     ASSERT_EQ(model().modelPaths().size(), 1U);
+    EXPECT_DOUBLE_EQ(model().extents().maxPoint().z, 126.0);
+    EXPECT_EQ(driver->statistics().tilesBuilt, 2U);
 }
 
 TEST_F(TerrainOpen, ReplaceTakesAnotherSource)

@@ -40,8 +40,8 @@ void expectOnTheDem(const RecordingMesh& mesh, double tolerance)
 
 TEST_F(TerrainPaging, ATileIsRefinedFrom512PixelsOn)
 {
-    // Half the root's diagonal is 452.5 m. The toolkit's measure is 1611.9 * radius / depth for this view: 512 pixels at
-    // 1424.7 m above the middle of the root's elevations, which is 31.5 m or a little less.
+    // Half the root's diagonal is 452.5 m. The toolkit's measure is 1611.9 * radius / depth for this view: 512 pixels
+    // at 1424.7 m above the middle of the root's elevations, which is 31.5 m or a little less.
     driver->add(source());
     driver->view = fromAbove(1500.0);
     ASSERT_TRUE(driver->converge());
@@ -50,8 +50,8 @@ TEST_F(TerrainPaging, ATileIsRefinedFrom512PixelsOn)
     driver->view = fromAbove(1400.0);
     ASSERT_TRUE(driver->converge());
     EXPECT_EQ(driver->receiver.visibleIds(),
-              (std::set<std::string>{id("0_0_0_c.osgb.3dimg_0"), id("0_0_0_c.osgb.3dimg_1"),
-                                     id("0_0_0_c.osgb.3dimg_2"), id("0_0_0_c.osgb.3dimg_3")}));
+              (std::set<std::string>{id("0_0_0_c.osgb.3dimg_0"), id("0_0_0_c.osgb.3dimg_1"), id("0_0_0_c.osgb.3dimg_2"),
+                                     id("0_0_0_c.osgb.3dimg_3")}));
     expectCleanContract();
 }
 
@@ -105,8 +105,8 @@ TEST_F(TerrainPaging, BeyondTheDemTheSurfaceStaysAndTheImageGetsFiner)
     driver->add(source());
     driver->view = fromAbove(100.0);
     ASSERT_TRUE(driver->converge());
-    // Depth 2 has 5.2 m between its posts, twice that is more than the DEM's 10 m; from depth 3 on the mesh is cut out of
-    // the parent's. The file that names it is one of depth 2 or more.
+    // Depth 2 has 5.2 m between its posts, twice that is more than the DEM's 10 m; from depth 3 on the mesh is cut out
+    // of the parent's. The file that names it is one of depth 2 or more.
     std::size_t cutMeshes = 0;
     for (const auto& [tile, container] : driver->receiver.tiles())
     {
@@ -125,8 +125,8 @@ TEST_F(TerrainPaging, BeyondTheDemTheSurfaceStaysAndTheImageGetsFiner)
 TEST_F(TerrainPaging, ThePyramidEndsWhereBothRastersAreCoarser)
 {
     // Tiles of depth d have 640 / 2^d / 255 m between their image samples. A tile's children are leaves once half of
-    // that is below the DOM's 2.5 m and half their post spacing below the DEM's 10 m: depth 0: 1.25 m and 10.3 m, depth 1:
-    // 0.6 m and 5.2 m. So depth 1 votes leaf, and depth 2 is the last.
+    // that is below the DOM's 2.5 m and half their post spacing below the DEM's 10 m: depth 0: 1.25 m and 10.3 m, depth
+    // 1: 0.6 m and 5.2 m. So depth 1 votes leaf, and depth 2 is the last.
     driver->add(source());
     driver->view = fromAbove(70.0);
     ASSERT_TRUE(driver->converge());

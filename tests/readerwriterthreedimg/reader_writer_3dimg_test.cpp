@@ -141,9 +141,13 @@ class Listener : public osgDB::ReadFileCallback, public mvgeo::TileOriginListene
 public:
     void noteTileBuilt() override { ++built; }
     void noteTileReadBack() override { ++readBack; }
+    void noteTileIncomplete() override { ++incomplete; }
+    void noteTileNotKept() override { ++notKept; }
 
     int built = 0;
     int readBack = 0;
+    int incomplete = 0;
+    int notKept = 0;
 };
 
 TEST_F(Reader3DIMG, TellsWhereATileComesFrom)
@@ -161,6 +165,42 @@ TEST_F(Reader3DIMG, TellsWhereATileComesFrom)
     EXPECT_TRUE(readTile(rootName(), options));
     EXPECT_EQ(listener->built, 1);
     EXPECT_EQ(listener->readBack, 1);
+    EXPECT_EQ(listener->incomplete, 0);
+    EXPECT_EQ(listener->notKept, 0);
+}
+
+TEST_F(Reader3DIMG, TellsThatARasterCouldNotBeReadForATile)
+{
+    writeNoise();
+    writeVirtualRaster(request.domPath = folder / "dom.vrt", colourDom(64, 64), folder / "gone.tif");
+    const osg::ref_ptr<Listener> listener = new Listener;
+    const osg::ref_ptr<osgDB::Options> options = request.options();
+    options->setReadFileCallback(listener);
+    EXPECT_TRUE(readTile(rootName(), options));
+    EXPECT_EQ(listener->built, 1);
+    EXPECT_EQ(listener->incomplete, 1);
+    EXPECT_EQ(listener->notKept, 0); // nobody tried
+}
+
+TEST_F(Reader3DIMG, TellsThatATileCouldNotBeKept)
+{
+    writeNoise();
+    writeFile(cacheDir + "/file", "");
+    request.cacheDir = cacheDir + "/file";
+    const osg::ref_ptr<Listener> listener = new Listener;
+    osg::ref_ptr<osgDB::Options> options = request.options();
+    options->setReadFileCallback(listener);
+    EXPECT_TRUE(readTile("terrain.osgb.3dimg", options));
+    EXPECT_EQ(listener->built, 1);
+    EXPECT_EQ(listener->notKept, 1);
+    EXPECT_EQ(listener->incomplete, 0);
+
+    request.isCaching = false;
+    options = request.options();
+    options->setReadFileCallback(listener);
+    EXPECT_TRUE(readTile("terrain.osgb.3dimg", options));
+    EXPECT_EQ(listener->built, 2);
+    EXPECT_EQ(listener->notKept, 1); // it was not wanted
 }
 
 TEST_F(Reader3DIMG, ToleratesACallbackThatDoesNotListen)

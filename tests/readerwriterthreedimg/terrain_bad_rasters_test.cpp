@@ -269,7 +269,7 @@ TEST_F(BadRasters, ThatAreCutOffWhileTheyAreOpen)
     {
         fs::resize_file(path, size);
         MvGdalDataSetManager::instance()->closeThreadDatasets(OpenThreads::Thread::CurrentThreadId());
-        EXPECT_EQ(expectSoundTiles(readChildren(*pagedNodesOf(root).at(0))), 4);
+        expectSoundTiles(readChildren(*pagedNodesOf(root).at(0)));
     }
     EXPECT_EQ(cachedFiles(), std::vector<std::string>{"terrain.osgb"});
     EXPECT_LE(log.lines().size(), 2U);

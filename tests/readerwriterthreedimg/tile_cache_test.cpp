@@ -23,6 +23,8 @@ namespace fs = std::filesystem;
 namespace
 {
 
+const std::string kJpeg = "\xFF\xD8 a picture \xFF\xD9"; // its beginning and its end
+
 class TileCache : public TerrainTest
 {
 protected:
@@ -276,7 +278,7 @@ TEST_F(TileCache, RemovesTheTexturesOfTilesThatAreBuiltAnew)
     const std::vector<std::string> textures = {"0_0_0.jpeg", "1_0_0.jpeg", "1_1_0.jpeg",
                                                "1_0_1.jpeg", "1_1_1.jpeg", "2_0_0.jpeg"};
     for (const std::string& name : textures)
-        writeFile(cacheDir + "/" + name, "old");
+        writeFile(cacheDir + "/" + name, kJpeg);
     EXPECT_TRUE(readRoot(request)); // read back
     EXPECT_EQ(cachedFiles().size(), 8U);
 
@@ -287,6 +289,24 @@ TEST_F(TileCache, RemovesTheTexturesOfTilesThatAreBuiltAnew)
     EXPECT_TRUE(fs::exists(cacheDir + "/1_0_0.jpeg"));
     EXPECT_TRUE(readChildren(*pagedNodesOf(newRoot).at(0)));
     EXPECT_THAT(cachedFiles(), ElementsAre("0_0_0_c.osgb", "2_0_0.jpeg", "terrain.osgb"));
+}
+
+// The texture's file is written once and then taken as it is.
+TEST_F(TileCache, RemovesATextureThatIsDamagedWhenItsTileIsReadBack)
+{
+    rewriteRasters(7.0);
+    EXPECT_TRUE(readRoot(request));
+    const std::string texture = cacheDir + "/0_0_0.jpeg";
+    writeFile(texture, kJpeg);
+    EXPECT_TRUE(readRoot(request));
+    EXPECT_TRUE(fs::exists(texture));
+    for (const std::string& damaged : {std::string(), kJpeg.substr(0, 1), kJpeg.substr(0, 2),
+                                       kJpeg.substr(0, kJpeg.size() - 1), kJpeg.substr(1), std::string("text")})
+    {
+        writeFile(texture, damaged);
+        EXPECT_TRUE(readRoot(request));
+        EXPECT_FALSE(fs::exists(texture)) << damaged.size();
+    }
 }
 
 // ---- cache files that are no good
@@ -331,10 +351,11 @@ TEST_F(TileCache, ReplacesAFileThatEndsTooEarly)
     EXPECT_THAT(cachedFiles(), ElementsAre("terrain.osgb"));
 }
 
-TEST_F(TileCache, SurvivesAFileWithAFlippedByte)
+// A count that was hit could cost minutes.
+TEST_F(TileCache, ReplacesAFileWithAFlippedByte)
 {
     writeNoise();
-    ASSERT_TRUE(readRoot(request));
+    const std::string built = describe(readRoot(request));
     const std::string path = cacheDir + "/terrain.osgb";
     const std::string good = readFile(path);
     for (std::size_t i = 0; i < 104; ++i)
@@ -343,7 +364,8 @@ TEST_F(TileCache, SurvivesAFileWithAFlippedByte)
         std::string bad = good;
         bad[place] = static_cast<char>(~bad[place]);
         writeFile(path, bad);
-        EXPECT_TRUE(readRoot(request)) << "byte " << place;
+        EXPECT_EQ(describe(readRoot(request)), built) << "byte " << place;
+        EXPECT_EQ(readFile(path), good) << "byte " << place;
     }
 }
 
@@ -381,6 +403,16 @@ TEST_F(TileCache, FileIsFoundByItsStamp)
     EXPECT_FALSE(mvgeo::readCachedTile(path, "stam"));
     EXPECT_FALSE(mvgeo::readCachedTile(cacheDir + "/b.osgb", ""));
     EXPECT_EQ(mvgeo::readCachedTile(path, "stamp")->getName(), "tile");
+}
+
+// Nobody can say what an unsealed file was built from, nor whether it is whole.
+TEST_F(TileCache, FileWithoutSealIsReadOnlyWithoutRasters)
+{
+    const osg::ref_ptr<osg::Group> node = new osg::Group;
+    node->setUserValue("rasterStamp", std::string("stamp"));
+    osgDB::writeNodeFile(*node, cacheDir + "/a.osgb");
+    EXPECT_FALSE(mvgeo::readCachedTile(cacheDir + "/a.osgb", "stamp"));
+    EXPECT_TRUE(mvgeo::readCachedTile(cacheDir + "/a.osgb", ""));
 }
 
 TEST_F(TileCache, FileIsTheToolkitsOwn)
