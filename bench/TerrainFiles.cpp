@@ -120,6 +120,7 @@ ScratchFolder::~ScratchFolder()
 {
     std::error_code ignored;
     fs::remove_all(_path, ignored);
+    fs::remove(fs::path(_path).parent_path(), ignored); // fails while something else is in it
 }
 
 } // namespace mvgeo::bench
