@@ -264,6 +264,7 @@ void handOverGeometry(osg::PagedLOD& node, const TerrainTileInfo& info)
         tile && tile->getNumChildren() == 1 ? const_cast<osg::Geometry*>(tile->getChild(0)->asGeometry()) : nullptr;
     auto* options = dynamic_cast<osgDB::Options*>(node.getDatabaseOptions());
     if (!geometry || !options) return;
+    geometry->getBoundingBox(); // computed on first use, which must not come on two threads at once
     const osg::ref_ptr<GeometryContainer> container = new GeometryContainer(geometry);
     container->setName(keys::parentGeometry);
     options->getOrCreateUserDataContainer()->addUserObject(container);

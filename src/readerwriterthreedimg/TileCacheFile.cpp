@@ -11,7 +11,6 @@
 
 #include <osgDB/FileUtils>
 #include <osgDB/Registry>
-#include <osgDB/fstream>
 
 #include <algorithm>
 #include <cstring>
@@ -105,26 +104,17 @@ bool encode(const osg::Node& node, ByteCollector& collector)
     return writer->writeNode(node, stream, options).success();
 }
 
-Seal sealOnFile(const std::string& path)
-{
-    osgDB::ifstream file(path.c_str(), std::ios::in | std::ios::binary | std::ios::ate);
-    const std::streamoff size = file.is_open() ? static_cast<std::streamoff>(file.tellg()) : -1;
-    if (size < 0) return Seal::none;
-    thread_local std::string bytes; // kept, as in the collector
-    bytes.resize(static_cast<std::size_t>(size));
-    file.seekg(0);
-    file.read(bytes.data(), size);
-    return file ? sealOn(bytes) : Seal::broken;
-}
-
 /** A file without a seal is none of ours; taken only if there is nothing to judge it by. */
 osg::ref_ptr<osg::Node> readTile(const std::string& path, bool isSealWanted)
 {
     try
     {
-        const Seal seal = sealOnFile(path);
+        FileBytes file;
+        if (!file.read(path)) return nullptr;
+        const Seal seal = sealOn(file.bytes);
         if (seal == Seal::broken || (seal == Seal::none && isSealWanted)) return nullptr;
-        osgDB::ReaderWriter::ReadResult result = readTileFile(path, osgDB::Registry::instance()->getOptions());
+        osgDB::ReaderWriter::ReadResult result =
+            readTileBytes(file.bytes, path, osgDB::Registry::instance()->getOptions());
         osg::ref_ptr<osg::Node> node = result.getNode();
         if (node && faultIn(*node).empty()) return node;
     }

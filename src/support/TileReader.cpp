@@ -73,33 +73,39 @@ bool isCompressed(const std::string& file)
     return !(lengthIsOne && file[24] == '0');
 }
 
-/** Memory for one file. The thread keeps it for its next file, because taking a megabyte from the system for each costs
- *  as much as reading it; a tile that is read in the middle of another gets memory of its own. */
-class FileBytes
+ReadResult readBinary(osgDB::ReaderWriter& reader, std::string& bytes, const std::string& path,
+                      const osgDB::Options* options)
 {
-public:
-    FileBytes() : bytes(std::exchange(spare(), {})) {}
-    ~FileBytes()
-    {
-        if (bytes.capacity() <= kMostKept) spare() = std::move(bytes);
-    }
-    FileBytes(const FileBytes&) = delete;
-    FileBytes& operator=(const FileBytes&) = delete;
+    // Expanding takes blocks and so reads behind the end of a whole file too; what it expands it checks by itself.
+    const bool mayOverrun = isCompressed(bytes);
+    const osg::ref_ptr<osgDB::Options> local = options ? options->cloneOptions() : new osgDB::Options;
+    local->getDatabasePathList().push_front(osgDB::getFilePath(path));
+    local->setPluginStringData("fileType", "Binary");
 
-    std::string bytes;
+    GuardedBytes guard(bytes);
+    std::istream guarded(&guard);
+    guarded.exceptions(std::ios::badbit); // lets the guard's exception through
+    ReadResult result = reader.readNode(guarded, local);
+    return guard.hasOverrun() && !mayOverrun ? ReadResult(std::string(kEndsTooEarly)) : result;
+}
 
-private:
-    static constexpr std::size_t kMostKept = 4U << 20U;
-    static std::string& spare()
-    {
-        thread_local std::string kept;
-        return kept;
-    }
-};
+std::string& spareBytes()
+{
+    thread_local std::string spare;
+    return spare;
+}
 
-/** The whole file: the toolkit asks for a tile number by number, which a file stream answers at three times the price.
- */
-bool readWhole(const std::string& path, std::string& bytes)
+} // namespace
+
+FileBytes::FileBytes() : bytes(std::exchange(spareBytes(), {})) {}
+
+FileBytes::~FileBytes()
+{
+    constexpr std::size_t kMostKept = 4U << 20U;
+    if (bytes.capacity() <= kMostKept) spareBytes() = std::move(bytes);
+}
+
+bool FileBytes::read(const std::string& path)
 {
     osgDB::ifstream file(path.c_str(), std::ios::in | std::ios::binary | std::ios::ate);
     const std::streamoff size = file.is_open() ? static_cast<std::streamoff>(file.tellg()) : -1;
@@ -111,24 +117,11 @@ bool readWhole(const std::string& path, std::string& bytes)
     return true;
 }
 
-ReadResult readBinary(osgDB::ReaderWriter& reader, const std::string& path, const osgDB::Options* options)
+ReadResult readTileBytes(std::string& bytes, const std::string& path, const osgDB::Options* options)
 {
-    FileBytes file;
-    if (!readWhole(path, file.bytes)) return ReadResult(std::string("the file cannot be opened"));
-    // Expanding takes blocks and so reads behind the end of a whole file too; what it expands it checks by itself.
-    const bool mayOverrun = isCompressed(file.bytes);
-    const osg::ref_ptr<osgDB::Options> local = options ? options->cloneOptions() : new osgDB::Options;
-    local->getDatabasePathList().push_front(osgDB::getFilePath(path));
-    local->setPluginStringData("fileType", "Binary");
-
-    GuardedBytes guard(file.bytes);
-    std::istream guarded(&guard);
-    guarded.exceptions(std::ios::badbit); // lets the guard's exception through
-    ReadResult result = reader.readNode(guarded, local);
-    return guard.hasOverrun() && !mayOverrun ? ReadResult(std::string(kEndsTooEarly)) : result;
+    osgDB::ReaderWriter* reader = osgDB::Registry::instance()->getReaderWriterForExtension("osgb");
+    return reader ? readBinary(*reader, bytes, path, options) : ReadResult(ReadResult::FILE_NOT_HANDLED);
 }
-
-} // namespace
 
 ReadResult readTileFile(const std::string& fileName, const osgDB::Options* options)
 {
@@ -140,7 +133,12 @@ ReadResult readTileFile(const std::string& fileName, const osgDB::Options* optio
         osgDB::ReaderWriter* reader = registry->getReaderWriterForExtension("osgb");
         const osgDB::FileType type = osgDB::fileType(path);
         if (type == osgDB::DIRECTORY) return ReadResult(ReadResult::FILE_NOT_HANDLED);
-        if (reader && type == osgDB::REGULAR_FILE) return readBinary(*reader, path, options);
+        if (reader && type == osgDB::REGULAR_FILE)
+        {
+            FileBytes file;
+            if (!file.read(path)) return ReadResult(std::string("the file cannot be opened"));
+            return readBinary(*reader, file.bytes, path, options);
+        }
     }
     return registry->readNodeImplementation(fileName, options);
 }

@@ -296,6 +296,38 @@ TEST(CellPositions, AreEqualForSumsThatDifferByRounding)
     }
 }
 
+// Posts at 1, 1 + 1 / 3, 1 + 2 / 3 and 2 by a lattice of thirds; coordinates miss them by more than they are rounded
+// to.
+TEST(CellPositions, LieOnTheLatticeThatTheirCoordinatesMean)
+{
+    const RasterFrame raster = frame(10, 10);
+    SampleGrid grid = {1.0 + 3e-6, 8.0 - 4e-6, 2.0 - 2e-6, 9.0 + 1e-6, 4, 4};
+    grid.latticeX = {-1.0, 1.0 / 3.0};
+    grid.latticeY = {-2.0, 1.0 / 3.0};
+    const RasterWindow window = windowOf(raster, grid);
+    for (const auto& positions :
+         {mvgeo::columnPositions(raster, grid, window), mvgeo::rowPositions(raster, grid, window)})
+        for (int i = 0; i < 4; ++i)
+        {
+            const CellPosition& position = positions[static_cast<std::size_t>(i)];
+            EXPECT_NEAR(position.lower + position.fraction, 1.0 + i / 3.0 - 0.5, 1e-12) << i; // the window begins at 0
+        }
+}
+
+TEST(CellPositions, StayWhereTheyAreOffTheLattice)
+{
+    const RasterFrame raster = frame(10, 10);
+    SampleGrid grid = {1.1, 8.1, 2.1, 9.1, 4, 4};
+    const auto before = mvgeo::columnPositions(raster, grid, windowOf(raster, grid));
+    for (const double spacing : {1.0, 0.0, -1.0, std::numeric_limits<double>::quiet_NaN()})
+    {
+        grid.latticeX = {0.0, spacing};
+        const auto after = mvgeo::columnPositions(raster, grid, windowOf(raster, grid));
+        for (std::size_t i = 0; i < 4; ++i)
+            EXPECT_EQ(before[i].fraction, after[i].fraction) << spacing;
+    }
+}
+
 TEST(CellPositions, AreNearestToTheLowerCellUpToTheMiddle)
 {
     EXPECT_EQ((CellPosition{3, 4, 0.0}).nearest(), 3);

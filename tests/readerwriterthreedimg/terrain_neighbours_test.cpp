@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <map>
+#include <ostream>
 #include <random>
 #include <set>
 #include <tuple>
@@ -25,6 +26,11 @@ struct Raster
     double holes = 0.0; ///< share of pixels without data
     GDALDataType type = GDT_Float32;
 };
+
+void PrintTo(const Raster& raster, std::ostream* stream)
+{
+    *stream << raster.name;
+}
 
 /** What the mesh of a tile says at a post: position, normal. */
 struct Post
