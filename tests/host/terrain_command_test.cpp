@@ -208,6 +208,7 @@ TEST_F(TerrainCommand, PrebuildLeavesNoGapsBetweenItsRegions)
 
 TEST_F(TerrainCommand, RenderTellsWhatItBuiltAndWhatItFound)
 {
+    const WithoutLeakCheck drawing;
     const std::string model = both();
     const std::string render = "render --size 320x240 --out " + quoted(folder.path("p.png")) + " " + model;
     const Json first = runForJson(render);
@@ -223,6 +224,7 @@ TEST_F(TerrainCommand, RenderTellsWhatItBuiltAndWhatItFound)
 
 TEST_F(TerrainCommand, RenderDrawsADemWithoutTextures)
 {
+    const WithoutLeakCheck drawing;
     const Json report =
         runForJson("render --size 320x240 --out " + quoted(folder.path("p.png")) + " " + quoted("?" + makeDem()));
     EXPECT_GT(report["triangles"], 0);
