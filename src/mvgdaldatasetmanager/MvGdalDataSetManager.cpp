@@ -2,6 +2,7 @@
 
 #include "support/LogLine.h"
 
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -9,24 +10,24 @@ namespace
 {
 
 using HeaderMap = std::map<std::string, osg::ref_ptr<ImageHeader>>;
-using ReadLock = OpenThreads::ScopedReadLock;
-using WriteLock = OpenThreads::ScopedWriteLock;
+using ReadLock = std::shared_lock<std::shared_mutex>;
+using WriteLock = std::unique_lock<std::shared_mutex>;
 
-osg::ref_ptr<ImageHeader> find(const HeaderMap& headers, OpenThreads::ReadWriteMutex& mutex, const std::string& key)
+osg::ref_ptr<ImageHeader> find(const HeaderMap& headers, std::shared_mutex& mutex, const std::string& key)
 {
     const ReadLock lock(mutex);
     const auto found = headers.find(key);
     return found != headers.end() ? found->second : nullptr;
 }
 
-bool tryInsert(HeaderMap& headers, OpenThreads::ReadWriteMutex& mutex, const std::string& key,
+bool tryInsert(HeaderMap& headers, std::shared_mutex& mutex, const std::string& key,
                const osg::ref_ptr<ImageHeader>& header)
 {
     const WriteLock lock(mutex);
     return headers.emplace(key, header).second;
 }
 
-bool insert(HeaderMap& headers, OpenThreads::ReadWriteMutex& mutex, const std::string& key,
+bool insert(HeaderMap& headers, std::shared_mutex& mutex, const std::string& key,
             const osg::ref_ptr<ImageHeader>& header)
 {
     if (!header) return false;
@@ -36,7 +37,7 @@ bool insert(HeaderMap& headers, OpenThreads::ReadWriteMutex& mutex, const std::s
 }
 
 /** Their datasets are to be closed without the lock, so they go to the caller. */
-void takeUnused(HeaderMap& headers, OpenThreads::ReadWriteMutex& mutex, std::vector<osg::ref_ptr<ImageHeader>>& unused)
+void takeUnused(HeaderMap& headers, std::shared_mutex& mutex, std::vector<osg::ref_ptr<ImageHeader>>& unused)
 {
     const WriteLock lock(mutex); // nobody can take a reference out of the map meanwhile
     for (auto entry = headers.begin(); entry != headers.end();)
@@ -47,7 +48,7 @@ void takeUnused(HeaderMap& headers, OpenThreads::ReadWriteMutex& mutex, std::vec
     }
 }
 
-void closeThread(const HeaderMap& headers, OpenThreads::ReadWriteMutex& mutex, std::uint64_t threadId)
+void closeThread(const HeaderMap& headers, std::shared_mutex& mutex, std::uint64_t threadId)
 {
     const ReadLock lock(mutex);
     for (const auto& entry : headers)

@@ -3,13 +3,13 @@
 #include "mvgdaldatasetmanager/ImageHeader.h"
 
 #include <OpenThreads/Mutex>
-#include <OpenThreads/ReadWriteMutex>
 
 #include <osg/Referenced>
 #include <osg/ref_ptr>
 
 #include <cstdint>
 #include <map>
+#include <shared_mutex>
 #include <string>
 
 /** The rasters of all terrain models of the process, each opened once a path and shared by its key.
@@ -46,8 +46,9 @@ protected:
 private:
     using HeaderMap = std::map<std::string, osg::ref_ptr<ImageHeader>>;
 
-    mutable OpenThreads::ReadWriteMutex _domLock;
-    mutable OpenThreads::ReadWriteMutex _demLock;
+    // Not the toolkit's read-write mutex: there the last reader unlocks what the first one locked, on whichever thread.
+    mutable std::shared_mutex _domLock;
+    mutable std::shared_mutex _demLock;
     HeaderMap _domHeaders; // guarded by _domLock
     HeaderMap _demHeaders; // guarded by _demLock
 };

@@ -42,8 +42,8 @@ inline Outcome run(const std::string& arguments)
     return outcome;
 }
 
-/** While it lives, programs that are run are not searched for leaks: the driver that draws without a display leaves a few
- *  bytes behind, and is unloaded by the time that it could be named. Only a sanitizer's run notices any of this. */
+/** While it lives, programs that are run are not searched for leaks: the driver that draws without a display leaves a
+ * few bytes behind, and is unloaded by the time that it could be named. Only a sanitizer's run notices any of this. */
 class WithoutLeakCheck
 {
 public:

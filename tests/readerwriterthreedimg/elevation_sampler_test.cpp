@@ -81,7 +81,16 @@ class ElevationSamplerOf : public testing::Test
 {
 };
 using Elements = testing::Types<std::uint16_t, std::int16_t, std::uint32_t, std::int32_t, float, double>;
-TYPED_TEST_SUITE(ElevationSamplerOf, Elements);
+
+struct ElementName
+{
+    template <typename Element>
+    static std::string GetName(int)
+    {
+        return GDALGetDataTypeName(kTypeOf<Element>);
+    }
+};
+TYPED_TEST_SUITE(ElevationSamplerOf, Elements, ElementName);
 
 // Posts on pixel edges lie midway between two columns and two rows.
 TYPED_TEST(ElevationSamplerOf, ElementBlendsFourNeighbours)
