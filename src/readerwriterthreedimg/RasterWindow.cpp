@@ -101,6 +101,17 @@ CellPosition positionOf(double pixel, const WindowAxis& axis, int scale)
     return position;
 }
 
+template <typename PixelAt>
+std::vector<CellPosition> positionsOf(int count, const PixelAt& pixelAt, const PixelLattice& lattice,
+                                      const WindowAxis& axis, int scale)
+{
+    std::vector<CellPosition> positions;
+    positions.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i)
+        positions.push_back(positionOf(snapped(pixelAt(i), lattice), axis, scale));
+    return positions;
+}
+
 } // namespace
 
 std::optional<RasterWindow> windowOver(const RasterFrame& raster, const SampleGrid& grid)
@@ -123,28 +134,16 @@ std::optional<RasterWindow> windowOver(const RasterFrame& raster, const SampleGr
 
 std::vector<CellPosition> columnPositions(const RasterFrame& raster, const SampleGrid& grid, const RasterWindow& window)
 {
-    std::vector<CellPosition> positions(static_cast<std::size_t>(grid.columns));
-    const double step = grid.stepX();
-    for (std::size_t i = 0; i < positions.size(); ++i)
-    {
-        const double x = grid.startX + static_cast<double>(i) * step;
-        const double pixel = snapped(toPixels(x, raster.originX, raster.pixelWidth), grid.latticeX);
-        positions[i] = positionOf(pixel, window.x, window.scale);
-    }
-    return positions;
+    const auto pixelAt = [&](int column)
+    { return toPixels(grid.startX + column * grid.stepX(), raster.originX, raster.pixelWidth); };
+    return positionsOf(grid.columns, pixelAt, grid.latticeX, window.x, window.scale);
 }
 
 std::vector<CellPosition> rowPositions(const RasterFrame& raster, const SampleGrid& grid, const RasterWindow& window)
 {
-    std::vector<CellPosition> positions(static_cast<std::size_t>(grid.rows));
-    const double step = grid.stepY();
-    for (std::size_t j = 0; j < positions.size(); ++j)
-    {
-        const double y = grid.endY + static_cast<double>(j) * step;
-        const double pixel = snapped(toPixels(y, raster.originY, raster.pixelHeight), grid.latticeY);
-        positions[j] = positionOf(pixel, window.y, window.scale);
-    }
-    return positions;
+    const auto pixelAt = [&](int row)
+    { return toPixels(grid.endY + row * grid.stepY(), raster.originY, raster.pixelHeight); };
+    return positionsOf(grid.rows, pixelAt, grid.latticeY, window.y, window.scale);
 }
 
 } // namespace mvgeo
