@@ -3,6 +3,7 @@
 find_package(Threads REQUIRED)
 find_package(OpenMP REQUIRED COMPONENTS CXX)
 find_package(GDAL 3.4 REQUIRED)
+find_package(GEOS 3.10 CONFIG REQUIRED)
 if(NOT WIN32)
     find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 endif()

@@ -71,12 +71,34 @@ public:
     virtual void setTransform(const KdGeMatrix3d& xform) = 0;
     virtual const KdGeMatrix3d& transform() const = 0;
 
-    /** Not built yet: returns false and leaves `triangles` alone. */
+    /** Cuts the model's surface with a boundary as with a vertical punch and appends what is inside or outside it, three
+     *  points a triangle, the surface's own winding kept.
+     *  @param mode         0: inside the boundary, seen from above; 1: outside
+     *  @param rootNodeId   the model file to look at, by its place in the order of loading; 0xFFFFFFFF: all
+     *  @param placement    as for pickPoint()
+     *  @param boundary     host frame, heights are ignored; closed or not, either winding, convex or not. One that crosses
+     *                      itself is made valid: what it encloses an odd number of times is inside.
+     *  @param heightRange  two heights in the host frame, in either order: only what lies between them; null: all heights
+     *  @param options      bit 0 set: the finest tiles, which are read if need be, as section() does; else the tiles
+     *                      in memory
+     *  @param triangles    host frame; appended to
+     *  @return false, with `triangles` as it was, if an argument is missing, mode is another, no model file has that
+     *          id, `placement` has no inverse, or the boundary has fewer than three distinct points or no area; the
+     *          log says which. True also if nothing is left. */
     virtual bool clip(int mode, unsigned int rootNodeId, const KdGeMatrix3d* placement,
                       const std::vector<KdGePoint3d>* boundary, const double* heightRange, int options,
                       std::vector<KdGePoint3d>* triangles) = 0;
 
-    /** Not built yet: returns false and leaves `drapedLines` alone. */
+    /** Lays a line onto the surface: cuts the model with the vertical plane through each of the line's segments.
+     *
+     *  The finest tiles are cut, also those that are not in memory; they are read on the calling thread, kept for this
+     *  call and do not enter the scene. Where surfaces lie above each other (a bridge, an overhang) each gives a line.
+     *  @param placement    as for pickPoint()
+     *  @param polyline     host frame, heights are ignored; at least one point
+     *  @param drapedLines  host frame; appended to. Each runs along the polyline's direction, with a point at every
+     *                      edge of the mesh that it crosses.
+     *  @return false only if an argument is missing or `placement` has no inverse; true also if the line misses the
+     *          model. A tile that cannot be read is replaced by the coarser one. */
     virtual bool section(const KdGeMatrix3d* placement, const std::vector<KdGePoint3d>* polyline,
                          std::vector<std::vector<KdGePoint3d>>* drapedLines) = 0;
 

@@ -7,7 +7,7 @@ jobs=$(nproc 2>/dev/null || echo 2)
 # By their names in Debian 12. The Mesa packages are the software renderer: pictures need no graphics card and no display.
 build_packages=(
     g++ cmake ninja-build pkg-config
-    libopenscenegraph-dev libgdal-dev libegl-dev libgl-dev libssl-dev
+    libopenscenegraph-dev libgdal-dev libgeos-dev libegl-dev libgl-dev libssl-dev
     libcli11-dev nlohmann-json3-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     libegl-mesa0 libgl1-mesa-dri)
@@ -41,7 +41,7 @@ check_tools()
     done
     [ ${#missing[@]} -eq 0 ] && return
     fail "this system has no apt-get to install what is missing: ${missing[*]}. Needed are also the development files" \
-         "of OpenSceneGraph 3.6, GDAL 3, EGL, OpenGL, OpenSSL, CLI11, nlohmann-json 3, GoogleTest and Google Benchmark."
+         "of OpenSceneGraph 3.6, GDAL 3, GEOS 3.10, EGL, OpenGL, OpenSSL, CLI11, nlohmann-json 3, GoogleTest and Google Benchmark."
 }
 
 # install_packages PACKAGE...: asks the package archive only if one of them is missing.

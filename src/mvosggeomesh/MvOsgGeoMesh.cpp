@@ -261,24 +261,6 @@ void MvOsgGeoMesh::clear()
     setTransform(KdGeMatrix3d::kIdentity);
 }
 
-bool MvOsgGeoMesh::clip(int, unsigned int, const KdGeMatrix3d*, const std::vector<KdGePoint3d>*, const double*, int,
-                        std::vector<KdGePoint3d>*)
-{
-    return false;
-}
-
-bool MvOsgGeoMesh::section(const KdGeMatrix3d*, const std::vector<KdGePoint3d>*, std::vector<std::vector<KdGePoint3d>>*)
-{
-    return false;
-}
-
-bool MvOsgGeoMesh::checkBoundary(std::vector<KdGePoint3d>&)
-{
-    return true;
-}
-
-void MvOsgGeoMesh::joinDrapedPieces(std::vector<std::vector<KdGePoint3d>>&) {}
-
 void MvOsgGeoMesh::fillStatistics(GeoMeshStatistics& statistics) const
 {
     statistics.requestsWaiting = _pager->getFileRequestListSize();

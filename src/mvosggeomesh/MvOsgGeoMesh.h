@@ -83,6 +83,8 @@ protected:
     osg::ref_ptr<osg::Node> hangRootFile(const std::string& fileName, const osgDB::Options* options);
     /** Waits until nothing is being read any more. The model pages no more afterwards. */
     void stopPaging();
+    /** The tiles end in upright walls that hide cracks and are no part of the surface: measuring leaves them out. */
+    void setHasSkirts() { _hasSkirts = true; }
     /** Model coordinates, before the host transform. */
     void setExtents(const osg::BoundingBoxd& box);
 
@@ -127,6 +129,7 @@ private:
     std::function<bool()> _refreshCallback;
     std::optional<std::uint32_t> _lastFrameNumber; // the host's
     std::uint32_t _instanceNumber;
+    bool _hasSkirts = false;
 
     // Kept from frame to frame so that a converged frame allocates nothing for a tile.
     std::vector<std::string> _removedIds;

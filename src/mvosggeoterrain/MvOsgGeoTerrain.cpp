@@ -39,7 +39,10 @@ SourcePaths split(const std::string& source)
 
 } // namespace
 
-MvOsgGeoTerrain::MvOsgGeoTerrain(std::function<bool()> callback) : MvOsgGeoMesh(std::move(callback)) {}
+MvOsgGeoTerrain::MvOsgGeoTerrain(std::function<bool()> callback) : MvOsgGeoMesh(std::move(callback))
+{
+    setHasSkirts();
+}
 
 MvOsgGeoTerrain::~MvOsgGeoTerrain()
 {

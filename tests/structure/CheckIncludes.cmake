@@ -5,7 +5,7 @@
 cmake_minimum_required(VERSION 3.25)
 
 # From top to bottom: each may include itself and everything below it.
-set(layers library mvosggeoterrain mvosggeomesh updatescenegraph readerwriterthreedimg mvgdaldatasetmanager support
+set(layers library mvosggeoterrain mvosggeomesh mvdrapelines updatescenegraph readerwriterthreedimg mvgdaldatasetmanager support
     platform)
 # The modules that carry out what the public headers describe.
 set(knows_interface library mvosggeoterrain mvosggeomesh)
