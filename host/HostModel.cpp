@@ -13,6 +13,24 @@ namespace
 constexpr std::chrono::milliseconds kLookInterval(2);
 constexpr std::chrono::milliseconds kProgressInterval(100);
 
+std::vector<KdGePoint3d> toHostPoints(const std::vector<osg::Vec3d>& points)
+{
+    std::vector<KdGePoint3d> result;
+    result.reserve(points.size());
+    for (const osg::Vec3d& point : points)
+        result.push_back(toHostPoint(point));
+    return result;
+}
+
+std::vector<osg::Vec3d> toScenePoints(const std::vector<KdGePoint3d>& points)
+{
+    std::vector<osg::Vec3d> result;
+    result.reserve(points.size());
+    for (const KdGePoint3d& point : points)
+        result.push_back(toScenePoint(point));
+    return result;
+}
+
 /** Has tiles already, wants none, and draws none. */
 class NoTiles : public GeoMeshUpdateReceiver
 {
@@ -143,10 +161,33 @@ std::vector<osg::Vec3d> HostModel::pickTriangle(const osg::Vec3d& point)
     const KdGePoint3d through = toHostPoint(point);
     std::vector<KdGePoint3d> corners;
     if (!_model->pickTriangle(&KdGeMatrix3d::kIdentity, &through, &corners)) return {};
-    std::vector<osg::Vec3d> triangle;
-    for (const KdGePoint3d& corner : corners)
-        triangle.push_back(toScenePoint(corner));
-    return triangle;
+    return toScenePoints(corners);
+}
+
+std::vector<std::vector<osg::Vec3d>> HostModel::drape(const std::vector<osg::Vec3d>& line)
+{
+    const std::vector<KdGePoint3d> polyline = toHostPoints(line);
+    std::vector<std::vector<KdGePoint3d>> draped;
+    if (!_model->section(&KdGeMatrix3d::kIdentity, &polyline, &draped))
+        throw HostError("The library refused to drape the line; its log tells why.");
+    std::vector<std::vector<osg::Vec3d>> pieces;
+    pieces.reserve(draped.size());
+    for (const std::vector<KdGePoint3d>& piece : draped)
+        pieces.push_back(toScenePoints(piece));
+    return pieces;
+}
+
+std::vector<osg::Vec3d> HostModel::clip(const std::vector<osg::Vec3d>& boundary, const Clipping& how)
+{
+    constexpr unsigned int kAllFiles = 0xFFFFFFFF;
+    constexpr int kFinest = 1;
+    const std::vector<KdGePoint3d> ring = toHostPoints(boundary);
+    const double heights[2] = {how.heights ? how.heights->first : 0.0, how.heights ? how.heights->second : 0.0};
+    std::vector<KdGePoint3d> triangles;
+    if (!_model->clip(how.outside ? 1 : 0, how.rootFile.value_or(kAllFiles), &KdGeMatrix3d::kIdentity, &ring,
+                      how.heights ? heights : nullptr, how.finest ? kFinest : 0, &triangles))
+        throw HostError("The library refused to clip the model; its log tells why.");
+    return toScenePoints(triangles);
 }
 
 std::vector<std::string> addRootFiles(HostModel& model, const ModelInput& input)

@@ -18,6 +18,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace mvgeo::host
@@ -76,6 +77,21 @@ public:
     /** In the view of the last update; empty if nothing is hit. */
     [[nodiscard]] std::optional<osg::Vec3d> pickPoint(const osg::Vec3d& point);
     [[nodiscard]] std::vector<osg::Vec3d> pickTriangle(const osg::Vec3d& point);
+
+    /** What lies below and above a line, of the finest tiles; needs no update before. Throws HostError if the library
+     *  refuses. */
+    [[nodiscard]] std::vector<std::vector<osg::Vec3d>> drape(const std::vector<osg::Vec3d>& line);
+
+    /** What to keep of the surface, beside the boundary. */
+    struct Clipping
+    {
+        bool outside = false;
+        std::optional<unsigned int> rootFile; ///< by its place among those that were added; empty: all
+        std::optional<std::pair<double, double>> heights;
+        bool finest = false; ///< else the tiles that are loaded
+    };
+    /** Three points a triangle. Throws HostError if the library refuses. */
+    [[nodiscard]] std::vector<osg::Vec3d> clip(const std::vector<osg::Vec3d>& boundary, const Clipping& how);
 
 private:
     HostModel(ModelType type, const Factory& factory, StatisticsReader statistics);

@@ -13,15 +13,24 @@ namespace fs = std::filesystem;
 
 namespace mvgeo::host
 {
-void checkPicturePath(const std::string& file)
+void checkPlaceOf(const std::string& what, const std::string& file)
 {
     const fs::path path(file);
-    if (!path.has_filename()) throw HostError("'" + file + "' is not the name of a picture.");
+    if (!path.has_filename()) throw HostError("'" + file + "' is not the name of a " + what + ".");
     std::error_code ignored;
-    if (fs::is_directory(path, ignored)) throw HostError("The picture '" + file + "' would replace a folder.");
+    const fs::file_status status = fs::status(path, ignored);
+    if (fs::is_directory(status)) throw HostError("The " + what + " '" + file + "' would replace a folder.");
+    if (fs::exists(status) && !fs::is_regular_file(status))
+        throw HostError("The " + what + " '" + file + "' would replace something that is no file.");
     const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
-    if (!fs::is_directory(folder, ignored)) throw HostError("The folder of the picture '" + file + "' does not exist.");
-    const std::string extension = path.extension().string();
+    if (!fs::is_directory(folder, ignored))
+        throw HostError("The folder of the " + what + " '" + file + "' does not exist.");
+}
+
+void checkPicturePath(const std::string& file)
+{
+    checkPlaceOf("picture", file);
+    const std::string extension = fs::path(file).extension().string();
     if (extension.size() < 2 || !osgDB::Registry::instance()->getReaderWriterForExtension(extension.substr(1)))
         throw HostError("'" + file + "' does not end in the extension of a known picture format, such as .png.");
 }

@@ -6,6 +6,10 @@
 
 namespace mvgeo::host
 {
+/** Throws HostError unless a file can be put there: the folder exists, and nothing but a file would be replaced.
+ *  @param what  "picture" */
+void checkPlaceOf(const std::string& what, const std::string& file);
+
 /** Throws HostError unless a picture can be written there: the folder exists and the toolkit knows the extension. Asked
  *  before long work begins. */
 void checkPicturePath(const std::string& file);

@@ -57,6 +57,8 @@ int main(int argumentCount, char** arguments)
     mvgeo::host::addFlyCommand(app, status);
     mvgeo::host::addViewCommand(app, status);
     mvgeo::host::addPickCommand(app, status);
+    mvgeo::host::addDrapeCommand(app, status);
+    mvgeo::host::addClipCommand(app, status);
     mvgeo::host::addPrebuildCommand(app, status);
     status = run(app, argumentCount, arguments, status);
     std::cout.flush();

@@ -55,7 +55,8 @@ void lookAtTerrain(OpenModel& open)
     const osg::BoundingBoxd& box = open.extents;
     const auto [lowest, highest] = open.terrain->heightRange().value_or(std::make_pair(box.zMin(), box.zMax()));
     const double floor = lowest - kHeightMargin * (highest - lowest);
-    if (floor > 0.0) open.model->leaveOutBelow(static_cast<float>(floor));
+    if (floor > 0.0) open.floor = floor;
+    if (open.floor) open.model->leaveOutBelow(static_cast<float>(floor));
     open.look = TerrainLook{osg::Vec2f(static_cast<float>(lowest), static_cast<float>(highest))};
     open.sight.zMin() = std::max(box.zMin(), std::min(lowest, box.zMax()));
     open.sight.zMax() = std::max(open.sight.zMin(), std::min(highest, box.zMax()));
@@ -176,6 +177,11 @@ ViewCamera makeCamera(const ViewOptions& options, const osg::BoundingBoxd& sight
     if (options.eye && !options.target) camera.target = sight.center();
     if ((camera.eye - camera.target).length() < 1e-9) throw HostError("The eye and the target are the same point.");
     return camera;
+}
+
+ModelSystem systemOf(const OpenModel& open)
+{
+    return open.terrain ? systemOf(*open.terrain) : systemOf(readModelMetadata(open.input.metadataFile));
 }
 
 HostModel::Clock::time_point deadlineAfter(double seconds)

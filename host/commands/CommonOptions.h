@@ -5,6 +5,7 @@
 #include "ModelInput.h"
 #include "SceneStyle.h"
 #include "ViewCamera.h"
+#include "measure/ModelSystem.h"
 
 #include <CLI/CLI.hpp>
 
@@ -39,6 +40,7 @@ struct OpenModel
     osg::BoundingBoxd sight;             ///< what a picture is of: the extents without holes that hang down to 0
     std::optional<Terrain> terrain;      ///< its rasters, if it is one
     std::optional<TerrainLook> look;     ///< likewise
+    std::optional<double> floor;         ///< of a terrain: what leads below is no ground but a place without data
 };
 
 struct ViewOptions
@@ -74,6 +76,9 @@ OpenModel openModel(const ModelOptions& options, bool emptyAllowed = false);
 
 /** The camera of the command line; what was not given is chosen so that the model fills the picture. */
 ViewCamera makeCamera(const ViewOptions& options, const osg::BoundingBoxd& sight);
+
+/** What the coordinates of a model mean. */
+ModelSystem systemOf(const OpenModel& open);
 
 HostModel::Clock::time_point deadlineAfter(double seconds);
 

@@ -2,6 +2,10 @@
 #include "Commands.h"
 #include "CommonOptions.h"
 #include "HostError.h"
+#include "measure/ResultDrawing.h"
+#include "measure/ResultOutput.h"
+#include "measure/ResultText.h"
+#include "measure/ShapeInput.h"
 
 #include <iostream>
 #include <memory>
@@ -17,7 +21,8 @@ struct PickOptions
     ViewOptions view;
     std::string column;
     std::string row;
-    bool json = false;
+    std::string from; ///< instead of them
+    ResultOptions result;
 };
 
 double pixelNumber(const std::string& name, const std::string& text)
@@ -35,49 +40,117 @@ void moveUpWithoutModel(PickOptions& options)
     options.row = std::exchange(options.column, std::exchange(options.model.model, {}));
 }
 
-Json trianglesToJson(const std::vector<osg::Vec3d>& corners)
+Points pixelsOf(const PickOptions& options)
 {
-    if (corners.empty()) return nullptr;
-    Json json = Json::array();
-    for (const osg::Vec3d& corner : corners)
-        json.push_back(toJson(corner));
-    return json;
+    const ViewOptions& view = options.view;
+    if (!options.from.empty() && !(options.column.empty() && options.row.empty()))
+        throw HostError("X, Y and --from are two ways to say the same; give one of them.");
+    Points pixels;
+    if (options.from.empty())
+        pixels.emplace_back(pixelNumber("X", options.column), pixelNumber("Y", options.row), 0.0);
+    else
+        pixels = readPixels(options.from);
+    for (const osg::Vec3d& pixel : pixels)
+        if (pixel.x() < 0.0 || pixel.x() >= view.width || pixel.y() < 0.0 || pixel.y() >= view.height)
+            throw HostError("The pixel " + Json(pixel.x()).dump() + ", " + Json(pixel.y()).dump() +
+                            " lies outside the picture of " + std::to_string(view.width) + " x " +
+                            std::to_string(view.height) + " pixels.");
+    return pixels;
 }
 
-void printForPeople(const std::optional<osg::Vec3d>& hit, const std::vector<osg::Vec3d>& triangle)
+std::vector<PickedPixel> pickAll(HostModel& model, const ViewFrame& frame, const Points& pixels)
 {
-    if (!hit)
+    std::vector<PickedPixel> picked;
+    for (const osg::Vec3d& pixel : pixels)
+    {
+        const osg::Vec3d point = worldPointUnderPixel(frame, pixel.x(), pixel.y());
+        picked.push_back({pixel.x(), pixel.y(), model.pickPoint(point), model.pickTriangle(point)});
+    }
+    return picked;
+}
+
+void printForPeople(const PickedPixel& pixel)
+{
+    if (!pixel.hit)
     {
         std::cout << "nothing there\n";
         return;
     }
-    std::cout << "hit:       " << readablePoint(*hit) << '\n';
-    for (const osg::Vec3d& corner : triangle)
+    std::cout << "hit:       " << readablePoint(*pixel.hit) << '\n';
+    for (const osg::Vec3d& corner : pixel.triangle)
         std::cout << "triangle:  " << readablePoint(corner) << '\n';
+}
+
+void printForPeople(const PickOptions& options, const std::vector<PickedPixel>& pixels)
+{
+    for (const PickedPixel& pixel : pixels)
+    {
+        if (!options.from.empty())
+            std::cout << "pixel:     " << Json(pixel.column).dump() << ", " << Json(pixel.row).dump() << '\n';
+        printForPeople(pixel);
+    }
+}
+
+Json pixelToJson(const PickedPixel& pixel)
+{
+    return {{"hit", pixel.hit ? toJson(*pixel.hit) : Json(nullptr)}, {"triangle", pointsToJson(pixel.triangle)}};
+}
+
+Json reportOf(const PickOptions& options, const ViewFrame& frame, const std::vector<PickedPixel>& pixels)
+{
+    const Json eye = toJson(osg::Matrixd::inverse(frame.view).getTrans());
+    if (options.from.empty())
+    {
+        Json report = pixelToJson(pixels.front());
+        report["through"] = toJson(worldPointUnderPixel(frame, pixels.front().column, pixels.front().row));
+        report["eye"] = eye;
+        return report;
+    }
+    Json report{{"eye", eye}, {"pixels", Json::array()}};
+    for (const PickedPixel& pixel : pixels)
+    {
+        Json one{{"column", pixel.column}, {"row", pixel.row}};
+        one.update(pixelToJson(pixel));
+        report["pixels"].push_back(std::move(one));
+    }
+    return report;
+}
+
+void drawPicture(const PickOptions& options, const OpenModel& open, const ViewFrame& frame,
+                 const std::vector<PickedPixel>& pixels)
+{
+    ResultDrawing drawing(frame.height);
+    Points hits;
+    Points triangles;
+    for (const PickedPixel& pixel : pixels)
+    {
+        if (pixel.hit) hits.push_back(*pixel.hit);
+        triangles.insert(triangles.end(), pixel.triangle.begin(), pixel.triangle.end());
+        Points outline = pixel.triangle;
+        if (!outline.empty()) outline.push_back(outline.front());
+        drawing.addLines({outline});
+    }
+    drawing.addTriangles(triangles);
+    drawing.addPoints(hits);
+    writeResultPicture(open, frame, options.view, drawing, options.result.picture);
 }
 
 void runPick(const PickOptions& options)
 {
-    const ViewOptions& view = options.view;
-    const double column = pixelNumber("X", options.column);
-    const double row = pixelNumber("Y", options.row);
-    if (column < 0.0 || column >= view.width || row < 0.0 || row >= view.height)
-        throw HostError("The pixel lies outside the picture of " + std::to_string(view.width) + " x " +
-                        std::to_string(view.height) + " pixels.");
+    const Points pixels = pixelsOf(options);
+    const std::optional<ResultFormat> format = checkResultOptions(options.result);
     const OpenModel open = openModel(options.model);
-    const ViewFrame frame = makeCamera(view, open.sight).frame(open.extents);
-    convergeOrFail(*open.model, frame, view);
+    const ViewFrame frame = makeCamera(options.view, open.sight).frame(open.extents);
+    convergeOrFail(*open.model, frame, options.view);
 
-    const osg::Vec3d point = worldPointUnderPixel(frame, column, row);
-    const std::optional<osg::Vec3d> hit = open.model->pickPoint(point);
-    const std::vector<osg::Vec3d> triangle = open.model->pickTriangle(point);
-    if (options.json)
-        printJson({{"hit", hit ? toJson(*hit) : Json(nullptr)},
-                   {"triangle", trianglesToJson(triangle)},
-                   {"through", toJson(point)},
-                   {"eye", toJson(osg::Matrixd::inverse(frame.view).getTrans())}});
-    else
-        printForPeople(hit, triangle);
+    const std::vector<PickedPixel> picked = pickAll(*open.model, frame, pixels);
+    if (!options.result.picture.empty()) drawPicture(options, open, frame, picked);
+    if (format)
+        writeResult(options.result, *format == ResultFormat::Csv ? toCsv(picked) : toGeoJson(picked, systemOf(open)));
+    if (options.result.json)
+        printJson(reportOf(options, frame, picked));
+    else if (isReportPrinted(options.result))
+        printForPeople(options, picked);
     failOnViolations(open.model->tiles());
 }
 } // namespace
@@ -89,11 +162,13 @@ void addPickCommand(CLI::App& app, int& status)
     addModelOptions(command, options->model);
     command.add_option("X", options->column, "pixels from the picture's left edge");
     command.add_option("Y", options->row, "pixels from its upper edge");
+    command.add_option("--from", options->from, "instead: several pixels, a CSV file of columns and rows")
+        ->type_name("FILE");
+    addResultOptions(command, options->result);
     addCameraOptions(command, options->view);
     addPictureOptions(command, options->view);
     addOrthoOption(command, options->view);
     addTimeoutOption(command, options->view);
-    addJsonOption(command, options->json);
     command.callback(
         [options, &status]
         {

@@ -1,3 +1,116 @@
-namespace mvgeo
+#include "mvdrapelines/IntersectionVisitor.h"
+
+#include "mvdrapelines/DatabaseCacheReadCallback.h"
+#include "readerwriterthreedimg/TerrainTileInfo.h"
+#include "support/UserValues.h"
+
+#include <osgDB/Options>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace
 {
-} // namespace mvgeo
+
+const std::string kStartX = "startX";
+const std::string kStartY = "startY";
+const std::string kEndX = "endX";
+const std::string kEndY = "endY";
+const std::string kDemWidth = "demWidth";
+const std::string kDemHeight = "demHeight";
+const std::string kDemResolutionX = "demResolutionX";
+const std::string kDemResolutionY = "demResolutionY";
+
+/** Signed, and infinite for a single post. */
+double postSpacing(double start, double end, int posts)
+{
+    return (end - start) / static_cast<double>(static_cast<std::int64_t>(posts) - 1);
+}
+
+/** True for a terrain tile that is sampled more finely than its DEM. */
+bool isDemExhausted(const osg::Node& node)
+{
+    if (!node.getUserDataContainer()) return false;
+    const double* resolutionX = mvgeo::userValue<double>(node, kDemResolutionX);
+    if (!resolutionX) return false; // the tiles of other pyramids
+    const double* startX = mvgeo::userValue<double>(node, kStartX);
+    const double* startY = mvgeo::userValue<double>(node, kStartY);
+    const double* endX = mvgeo::userValue<double>(node, kEndX);
+    const double* endY = mvgeo::userValue<double>(node, kEndY);
+    const double* resolutionY = mvgeo::userValue<double>(node, kDemResolutionY);
+    const int* width = mvgeo::userValue<int>(node, kDemWidth);
+    const int* height = mvgeo::userValue<int>(node, kDemHeight);
+    if (!startX || !startY || !endX || !endY || !resolutionY || !width || !height) return false;
+    return *resolutionX > postSpacing(*startX, *endX, *width) && *resolutionY > postSpacing(*startY, *endY, *height);
+}
+
+/** The range minimum that the finest level has. */
+float finestMinimum(const osg::LOD& node)
+{
+    constexpr float kFarthest = 1e6F;
+    const bool byDistance = node.getRangeMode() == osg::LOD::DISTANCE_FROM_EYE_POINT;
+    float finest = byDistance ? kFarthest : 0.0F;
+    for (const auto& [minimum, maximum] : node.getRangeList())
+        finest = byDistance ? std::min(finest, minimum) : std::max(finest, minimum);
+    return finest;
+}
+
+/** What a tile below this node is read with; null if the node has no read options. */
+osg::ref_ptr<osgDB::Options> measuringOptions(const osg::PagedLOD& node)
+{
+    const auto* shared = dynamic_cast<const osgDB::Options*>(node.getDatabaseOptions());
+    if (!shared) return nullptr;
+    // This copies the list of user values, not what it holds: a value that is there must be exchanged, not written to.
+    osg::ref_ptr<osgDB::Options> own =
+        static_cast<osgDB::Options*>(shared->clone(osg::CopyOp(osg::CopyOp::DEEP_COPY_USERDATA)));
+    osg::UserDataContainer& values = *own->getOrCreateUserDataContainer();
+    const osg::ref_ptr<osg::Object> isCaching = new osg::BoolValueObject(mvgeo::keys::isCaching, false);
+    const unsigned int index = values.getUserObjectIndex(mvgeo::keys::isCaching);
+    if (index < values.getNumUserObjects())
+        values.setUserObject(index, isCaching);
+    else
+        values.addUserObject(isCaching);
+    return own;
+}
+
+} // namespace
+
+void IntersectionVisitor::apply(osg::PagedLOD& node)
+{
+    if (!enter(node)) return;
+    if (node.getNumChildren() > 0 && node.getChild(0) && isDemExhausted(node))
+    {
+        node.getChild(0)->accept(*this);
+        return; // without leave(): an intersector that counts sees these nodes so
+    }
+    if (node.getNumFileNames() > 0) cutFinestLevel(node);
+    leave();
+}
+
+void IntersectionVisitor::cutFinestLevel(osg::PagedLOD& node)
+{
+    const osg::LOD::RangeList ranges = node.getRangeList();
+    const float finest = finestMinimum(node);
+    for (unsigned int i = 0; i < ranges.size(); ++i)
+    {
+        if (ranges[i].first != finest) continue;
+        osg::ref_ptr<osg::Node> child = i < node.getNumChildren() ? node.getChild(i) : nullptr;
+        if (!child) child = readChild(node, i);
+        if (!child && node.getNumChildren() > 0) child = node.getChild(node.getNumChildren() - 1);
+        if (child) child->accept(*this);
+    }
+}
+
+osg::ref_ptr<osg::Node> IntersectionVisitor::readChild(osg::PagedLOD& node, unsigned int index)
+{
+    osgUtil::IntersectionVisitor::ReadCallback* callback = getReadCallback();
+    if (!callback) return nullptr;
+    const std::string& name = node.getFileName(std::min(index, node.getNumFileNames() - 1));
+    if (name.empty()) return nullptr;
+    const std::string path = node.getDatabasePath() + name;
+
+    auto* cache = dynamic_cast<DatabaseCacheReadCallback*>(callback);
+    if (!cache) return callback->readNodeFile(path);
+    if (osg::ref_ptr<osg::Node> stored = cache->find(path)) return stored;
+    return cache->readNodeFile(path, measuringOptions(node));
+}

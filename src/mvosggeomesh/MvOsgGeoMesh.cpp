@@ -87,6 +87,9 @@ MvOsgGeoMesh::MvOsgGeoMesh(std::function<bool()> callback)
     _readOptions = new osgDB::Options;
     _readOptions->setReadFileCallback(_readFileCallback);
     _root->setUserValue(mvgeo::keys::topNode, true);
+    // Its bound is a sphere of floats, which at coordinates in the millions is wrong by half a metre: intersections at
+    // the model's border would be lost. Below it the bounds are in the model's frame.
+    _root->setCullingActive(false);
     _pickIntersector = new osgUtil::LineSegmentIntersector(osg::Vec3d(), osg::Vec3d());
     _pickIntersector->setIntersectionLimit(osgUtil::Intersector::LIMIT_NEAREST);
 }

@@ -107,6 +107,8 @@ private:
                                                                          GeoMeshUpdateReceiver& receiver);
     void releaseTextures();
 
+    /** Cuts the finest tiles upright along a line; each piece runs along its segment. Model coordinates. */
+    [[nodiscard]] std::vector<std::vector<KdGePoint3d>> cutAlong(const std::vector<osg::Vec3d>& points);
     [[nodiscard]] std::optional<osgUtil::LineSegmentIntersector::Intersection> firstHit(const osg::Matrixd& placement,
                                                                                         const osg::Vec3d& point);
 

@@ -1,11 +1,10 @@
+#include "mvosggeomesh/GuardedQuery.h"
 #include "mvosggeomesh/MvOsgGeoMesh.h"
 #include "mvosggeomesh/PickRay.h"
 #include "support/HostConversions.h"
 #include "support/LogLine.h"
 
 #include <osgUtil/IntersectionVisitor>
-
-#include <exception>
 
 namespace
 {
@@ -42,25 +41,6 @@ std::vector<KdGePoint3d> cornersOf(const Intersection& hit, const osg::Matrixd& 
     return {};
 }
 
-/** What the query says; false, with a line in the log, if the toolkit throws. */
-template <typename Query>
-bool guarded(Query&& query)
-{
-    try
-    {
-        return query();
-    }
-    catch (const std::exception& error)
-    {
-        MVGEO_LOG(FATAL) << error.what();
-    }
-    catch (...)
-    {
-        MVGEO_LOG(FATAL) << " Unknown Exception caught.";
-    }
-    return false;
-}
-
 } // namespace
 
 std::optional<Intersection> MvOsgGeoMesh::firstHit(const osg::Matrixd& placement, const osg::Vec3d& point)
@@ -87,7 +67,7 @@ std::optional<Intersection> MvOsgGeoMesh::firstHit(const osg::Matrixd& placement
 bool MvOsgGeoMesh::pickPoint(const KdGeMatrix3d* placement, const KdGePoint3d* point, KdGePoint3d* hit)
 {
     if (!placement || !point || !hit) return false;
-    return guarded(
+    return mvgeo::guarded(
         [&]
         {
             const osg::Matrixd toHostFrame = mvgeo::toToolkit(*placement);
@@ -102,7 +82,7 @@ bool MvOsgGeoMesh::pickTriangle(const KdGeMatrix3d* placement, const KdGePoint3d
                                 std::vector<KdGePoint3d>* triangle)
 {
     if (!placement || !point || !triangle) return false;
-    return guarded(
+    return mvgeo::guarded(
         [&]
         {
             const osg::Matrixd toHostFrame = mvgeo::toToolkit(*placement);

@@ -69,6 +69,7 @@ void MvOsgGeoTerrain::joinDrapedPieces(std::vector<std::vector<KdGePoint3d>>& pi
 {
     const auto isTooShort = [this](std::vector<KdGePoint3d>& piece) { return !checkBoundary(piece); };
     pieces.erase(std::remove_if(pieces.begin(), pieces.end(), isTooShort), pieces.end());
+    MvOsgGeoMesh::joinDrapedPieces(pieces); // a line along the border of two tiles comes from both
 }
 
 bool MvOsgGeoTerrain::makeCacheDirectory(const std::string& source, std::string& dir)

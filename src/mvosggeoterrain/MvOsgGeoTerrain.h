@@ -20,7 +20,7 @@ public:
 
     /** Drops consecutive points that are equal; false if fewer than two are left. */
     bool checkBoundary(std::vector<KdGePoint3d>& points) override;
-    /** Cleans each piece as above; pieces of fewer than two points go. */
+    /** Cleans each piece as above, pieces of fewer than two points go; then joins them. */
     void joinDrapedPieces(std::vector<std::vector<KdGePoint3d>>& pieces) override;
     /** Opens the two rasters and builds the root tile. A model holds one terrain: false if there is one already. */
     bool loadModel(const KdString& source) override;

@@ -1,5 +1,6 @@
 #include "updatescenegraph/ReadFileCallback.h"
 
+#include "readerwriterthreedimg/TerrainTileInfo.h"
 #include "support/TileCheck.h"
 #include "support/TileReader.h"
 #include "support/UserValues.h"
@@ -88,6 +89,8 @@ void ReadFileCallback::prepareTile(osg::Node& tile, const osgDB::Options* option
         SetReadFileCallbackVisitor wireChildren(options);
         tile.accept(wireChildren);
     }
+    const bool* isCaching = mvgeo::userValue<bool>(*options, mvgeo::keys::isCaching);
+    if (isCaching && !*isCaching) return; // read for one measurement
     const std::string* directory = mvgeo::userValue<std::string>(*options, mvgeo::keys::cachePathDir);
     if (directory && !directory->empty()) mvgeo::cacheTextures(tile, *directory);
 }

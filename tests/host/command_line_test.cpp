@@ -5,7 +5,7 @@
 
 TEST(CommandLine, HasHelpForEveryCommand)
 {
-    for (const char* command : {"", "sample", "info", "render", "fly", "view", "pick", "prebuild"})
+    for (const char* command : {"", "sample", "info", "render", "fly", "view", "pick", "drape", "clip", "prebuild"})
     {
         SCOPED_TRACE(command);
         const Outcome outcome = run(std::string(command) + " --help");

@@ -216,3 +216,12 @@ TEST(HostModel, LeavesUnreadableRootFilesOutUnlessAllAre)
     input.rootFiles = {"bad"};
     EXPECT_THROW((void)addRootFiles(*model, input), HostError);
 }
+
+TEST(HostModel, SaysIfTheLibraryRefusesToDrapeOrToClip)
+{
+    Script script;
+    script.statistics = {idle()};
+    const std::unique_ptr<HostModel> model = makeModel(script); // the stand-in refuses both
+    EXPECT_THROW((void)model->drape({{0.0, 0.0, 0.0}, {1.0, 0.0, 0.0}}), HostError);
+    EXPECT_THROW((void)model->clip({{0.0, 0.0, 0.0}, {1.0, 0.0, 0.0}, {0.0, 1.0, 0.0}}, {}), HostError);
+}

@@ -1,1 +1,401 @@
+#include "mvdrapelines/PieceJoiner.h"
+
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using Line = std::vector<KdGePoint3d>;
+using Lines = std::vector<Line>;
+
+/** The same numbers exactly. */
+bool isSame(const Line& a, const Line& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](const KdGePoint3d& p, const KdGePoint3d& q)
+                      { return p.x == q.x && p.y == q.y && p.z == q.z; });
+}
+
+std::string text(const Lines& lines)
+{
+    std::ostringstream result;
+    result.precision(12);
+    for (const Line& line : lines)
+    {
+        result << "\n  ";
+        for (const KdGePoint3d& point : line)
+            result << " (" << point.x << ' ' << point.y << ' ' << point.z << ')';
+    }
+    return result.str();
+}
+
+void expectLines(const Lines& found, const Lines& expected)
+{
+    const bool isEqual = std::equal(found.begin(), found.end(), expected.begin(), expected.end(), isSame);
+    EXPECT_TRUE(isEqual) << "found" << text(found) << "\nexpected" << text(expected);
+}
+
+Lines joined(Lines pieces)
+{
+    mvgeo::joinPieces(pieces);
+    return pieces;
+}
+
+void expectUnchanged(const Lines& pieces)
+{
+    expectLines(joined(pieces), pieces);
+}
+
+/** A level line along x. */
+Line along(const std::vector<double>& xs, double y = 0.0, double z = 0.0)
+{
+    Line line;
+    for (const double x : xs)
+        line.emplace_back(x, y, z);
+    return line;
+}
+
+} // namespace
+
+TEST(PieceJoiner, HasNothingToDoWithoutPieces)
+{
+    expectLines(joined({}), {});
+}
+
+TEST(PieceJoiner, LeavesASinglePieceAsItIs)
+{
+    expectUnchanged({{{0, 0, 1}, {1, 0, 3}, {2, 0.5, 2}}});
+}
+
+TEST(PieceJoiner, JoinsThePiecesOfAdjoiningTiles)
+{
+    expectLines(joined({along({0, 3, 10}), along({10, 12, 20})}), {along({0, 3, 10, 12, 20})});
+}
+
+TEST(PieceJoiner, DoesNotMindTheOrderOfTheTiles)
+{
+    const Line whole = along({0, 10, 20, 30, 40});
+    Lines tiles{along({0, 10}), along({10, 20}), along({20, 30}), along({30, 40})};
+    std::vector<std::size_t> order{0, 1, 2, 3};
+    do
+        expectLines(joined({tiles[order[0]], tiles[order[1]], tiles[order[2]], tiles[order[3]]}), {whole});
+    while (std::next_permutation(order.begin(), order.end()));
+}
+
+TEST(PieceJoiner, StandsInTheOrderOfEachLinesFirstPiece)
+{
+    expectLines(joined({along({10, 20}, 5), along({10, 20}, 7), along({0, 10}, 7), along({0, 10}, 5)}),
+                {along({0, 10, 20}, 5), along({0, 10, 20}, 7)});
+}
+
+TEST(PieceJoiner, HasTheCornerOfALineOnce)
+{
+    expectLines(joined({{{0, 0, 0}, {10, 0, 0}}, {{10, 0, 0}, {10, 5, 0}}}), {{{0, 0, 0}, {10, 0, 0}, {10, 5, 0}}});
+}
+
+// A sharp corner turns back, yet the second segment starts where the first one ends.
+TEST(PieceJoiner, GoesRoundASharpCorner)
+{
+    expectLines(joined({{{0, 0, 0}, {10, 0, 0}}, {{10, 0, 0}, {0, 0.1, 0}}}), {{{0, 0, 0}, {10, 0, 0}, {0, 0.1, 0}}});
+}
+
+TEST(PieceJoiner, ClosesARing)
+{
+    expectLines(joined({along({0, 10}), {{10, 0, 0}, {10, 10, 0}}, {{10, 10, 0}, {0, 0, 0}}}),
+                {{{0, 0, 0}, {10, 0, 0}, {10, 10, 0}, {0, 0, 0}}});
+}
+
+TEST(PieceJoiner, ClosesARingThatWasCutWithinASegment)
+{
+    expectLines(joined({along({5, 10}), {{10, 0, 0}, {10, 10, 0}}, {{10, 10, 0}, {0, 0, 0}}, along({0, 5})}),
+                {{{5, 0, 0}, {10, 0, 0}, {10, 10, 0}, {0, 0, 0}, {5, 0, 0}}});
+}
+
+TEST(PieceJoiner, LeavesARingOfOnePieceClosed)
+{
+    expectUnchanged({{{0, 0, 0}, {10, 0, 0}, {10, 0, 10}, {0, 0, 0}}});
+}
+
+// Its first and last points differ by less than the tolerance; a closed line ends with its very first point.
+TEST(PieceJoiner, ClosesARingExactly)
+{
+    expectLines(joined({{{0, 0, 0}, {10, 0, 0}, {10, 10, 0}, {1e-7, 0, 0}}}),
+                {{{0, 0, 0}, {10, 0, 0}, {10, 10, 0}, {0, 0, 0}}});
+}
+
+// ---- how near is near
+
+TEST(PieceJoiner, JoinsEndsWithinAMillionth)
+{
+    expectLines(joined({along({0, 10}), along({10 + 9e-7, 20})}), {along({0, 10, 20})});
+}
+
+TEST(PieceJoiner, LeavesAGapOfAThousandth)
+{
+    expectUnchanged({along({0, 10}), along({10.001, 20})});
+    expectUnchanged({along({0, 10}), along({10, 20}, 0.001)});
+    expectUnchanged({along({0, 10}), along({10, 20}, 0, 0.001)});
+}
+
+TEST(PieceJoiner, LeavesASmallGapThatNoSegmentCovers)
+{
+    expectUnchanged({along({0, 10}), along({10 + 5e-5, 20})});
+}
+
+// Neighbouring tiles whose common edge differs by the rounding of floats: a step up, to the side, or an overlap.
+TEST(PieceJoiner, JoinsAnEndWithinATenthOfAMillimetreOfASegment)
+{
+    expectLines(joined({along({0, 10}), along({10, 20}, 0, 9e-5)}), {{{0, 0, 0}, {10, 0, 0}, {20, 0, 9e-5}}});
+    expectLines(joined({along({0, 10}), along({10, 20}, 9e-5)}), {{{0, 0, 0}, {10, 0, 0}, {20, 9e-5, 0}}});
+    expectLines(joined({along({0, 10}), along({10 - 5e-5, 20})}), {along({0, 10, 20})});
+    expectUnchanged({along({0, 10}), along({10, 20}, 0, 1.1e-4)});
+}
+
+TEST(PieceJoiner, JoinsAFloorToTheWallThatStartsATinyBitLower)
+{
+    expectLines(joined({{{0, 0, 5e-5}, {10, 0, 5e-5}}, {{10, 0, 0}, {10, 0, 8}, {12, 0, 8}}}),
+                {{{0, 0, 5e-5}, {10, 0, 5e-5}, {10, 0, 8}, {12, 0, 8}}});
+}
+
+TEST(PieceJoiner, MeasuresInThreeDimensions)
+{
+    expectUnchanged({along({0, 10}, 0, 0), along({10, 20}, 0, 0.5)});
+}
+
+TEST(PieceJoiner, KeepsToItsTolerancesAtLargeCoordinates)
+{
+    const auto far = [](double x, double z) { return KdGePoint3d(5e5 + x, 4e6 + 0.5 * x, 1e3 + z); };
+    expectLines(joined({{far(20, 1), far(40, 2)}, {far(0, 0), far(20, 1 + 5e-7)}}),
+                {{far(0, 0), far(20, 1 + 5e-7), far(40, 2)}});
+    expectUnchanged({{far(20, 1.001), far(40, 2)}, {far(0, 0), far(20, 1)}});
+}
+
+// ---- covered twice
+
+// The line runs along the border of two tiles, and both give it.
+TEST(PieceJoiner, HasABorderLineOnce)
+{
+    expectLines(joined({along({0, 3, 10}), along({0, 3, 10})}), {along({0, 3, 10})});
+}
+
+TEST(PieceJoiner, HasABorderLineWithThePointsOfBothTiles)
+{
+    expectLines(joined({along({0, 3, 10}), along({0, 5, 8, 10})}), {along({0, 3, 5, 8, 10})});
+    expectLines(joined({along({0, 10}), along({0, 5, 10})}), {along({0, 5, 10})});
+    expectLines(joined({along({0, 5, 10}), along({0, 10})}), {along({0, 5, 10})});
+}
+
+TEST(PieceJoiner, HasABorderLineOnceThoughItsHalvesComeFromOtherTiles)
+{
+    expectLines(joined({along({0, 4}), along({6, 10}), along({4, 6}), along({0, 5}), along({5, 10})}),
+                {along({0, 4, 5, 6, 10})});
+}
+
+TEST(PieceJoiner, HasTheOverlapOfTilesOnce)
+{
+    expectLines(joined({along({0, 10}), along({7, 17})}), {along({0, 7, 10, 17})});
+    expectLines(joined({along({7, 17}), along({0, 10})}), {along({0, 7, 10, 17})});
+    expectLines(joined({along({0, 20}), along({5, 15})}), {along({0, 5, 15, 20})});
+    expectLines(joined({along({5, 15}), along({0, 20})}), {along({0, 5, 15, 20})});
+}
+
+TEST(PieceJoiner, HasTheOverlapOfManyTilesOnce)
+{
+    expectLines(joined({along({0, 10}), along({2, 12}), along({4, 14}), along({6, 16})}),
+                {along({0, 2, 4, 6, 10, 12, 14, 16})});
+}
+
+TEST(PieceJoiner, HasAStretchThatTheLineRevisitsOnce)
+{
+    expectLines(joined({along({0, 3, 10}), along({10, 3, 0})}), {along({0, 3, 10})});
+}
+
+// A - B - A - C: the way back is gone, so what follows meets the first piece's start, and that piece says the
+// direction.
+TEST(PieceJoiner, GoesOnFromWhereAStretchWasRevisited)
+{
+    expectLines(joined({along({0, 10}), along({10, 0}), {{0, 0, 0}, {0, 5, 0}}}), {{{0, 5, 0}, {0, 0, 0}, {10, 0, 0}}});
+}
+
+TEST(PieceJoiner, HasARingOnceThatIsFoundTwice)
+{
+    const Line ring{{0, 0, 0}, {10, 0, 0}, {10, 0, 10}, {0, 0, 10}, {0, 0, 0}};
+    const Line fromAnotherCorner{{10, 0, 10}, {0, 0, 10}, {0, 0, 0}, {10, 0, 0}, {10, 0, 10}};
+    expectLines(joined({ring, fromAnotherCorner}), {ring});
+    expectLines(joined({ring, Line(ring.rbegin(), ring.rend())}), {ring});
+}
+
+// A box stands on the ground: its ring shares the stretch from 4 to 6 with the ground's line, which stays whole.
+TEST(PieceJoiner, HasTheGroundUnderABoxOnce)
+{
+    expectLines(joined({along({0, 10}), {{4, 0, 0}, {6, 0, 0}, {6, 0, 3}, {4, 0, 3}, {4, 0, 0}}}),
+                {along({0, 4, 6, 10}), {{6, 0, 0}, {6, 0, 3}, {4, 0, 3}, {4, 0, 0}}});
+}
+
+// Between 2 and 4 the tiles agree, elsewhere not.
+TEST(PieceJoiner, KeepsBothWhereTilesDisagree)
+{
+    const Line lower{{0, 0, 0}, {2, 0, 1}, {4, 0, 1}, {6, 0, 0}};
+    expectLines(joined({lower, {{0, 0, 0.5}, {2, 0, 1}, {4, 0, 1}, {6, 0, 0.5}}}),
+                {lower, {{0, 0, 0.5}, {2, 0, 1}}, {{4, 0, 1}, {6, 0, 0.5}}});
+}
+
+// ---- above each other
+
+TEST(PieceJoiner, KeepsABridgeApartFromTheGround)
+{
+    expectLines(joined({along({0, 10}, 0, 0), along({0, 10}, 0, 8), along({10, 20}, 0, 8), along({10, 20}, 0, 0)}),
+                {along({0, 10, 20}, 0, 0), along({0, 10, 20}, 0, 8)});
+}
+
+// The eaves: the upper and the lower surface end at the same place.
+TEST(PieceJoiner, KeepsARoofApartFromItsUnderside)
+{
+    expectUnchanged({{{0, 0, 8}, {10, 0, 7}}, {{0, 0, 6}, {10, 0, 7}}});
+    expectUnchanged({{{10, 0, 7}, {0, 0, 8}}, {{10, 0, 7}, {0, 0, 6}}});
+}
+
+TEST(PieceJoiner, KeepsFloorsApartThatTouchTheSameWall)
+{
+    const Line wall{{10, 0, 0}, {10, 0, 20}};
+    expectUnchanged({wall, along({0, 10}, 0, 5), along({0, 10}, 0, 12)});
+    expectUnchanged({{{10, 0, 0}, {10, 0, 5}, {10, 0, 12}, {10, 0, 20}}, along({0, 10}, 0, 5), along({0, 10}, 0, 12)});
+}
+
+// The wall between two floors is cut at both: it may go on with one of them, but must not turn the line round.
+TEST(PieceJoiner, DoesNotTurnRoundAtAWallBetweenFloors)
+{
+    expectLines(joined({along({0, 10}, 0, 5), {{10, 0, 5}, {10, 0, 12}}, along({0, 10}, 0, 12)}),
+                {{{0, 0, 5}, {10, 0, 5}, {10, 0, 12}}, along({0, 10}, 0, 12)});
+    expectLines(
+        joined({along({0, 10}, 0, 5), {{10, 0, 12}, {10, 0, 9}}, {{10, 0, 5}, {10, 0, 9}}, along({0, 10}, 0, 12)}),
+        {{{0, 0, 5}, {10, 0, 5}, {10, 0, 9}, {10, 0, 12}}, along({0, 10}, 0, 12)});
+}
+
+// A wall has no direction along the line, so it may come either way round, and in parts.
+TEST(PieceJoiner, GoesUpAWallOntoTheRoof)
+{
+    const Line whole{{0, 0, 0}, {10, 0, 0}, {10, 0, 4}, {10, 0, 9}, {20, 0, 9}};
+    const Line ground = along({0, 10});
+    const Line roof = along({10, 20}, 0, 9);
+    const Line lowerWall{{10, 0, 0}, {10, 0, 4}};
+    const Line upperWall{{10, 0, 9}, {10, 0, 4}};
+    expectLines(joined({ground, lowerWall, upperWall, roof}), {whole});
+    expectLines(joined({ground, {lowerWall.rbegin(), lowerWall.rend()}, upperWall, roof}), {whole});
+    expectLines(joined({roof, upperWall, lowerWall, ground}), {whole});
+}
+
+// ---- more than two ends
+
+TEST(PieceJoiner, EndsALineAtTheLineThatItRunsInto)
+{
+    expectUnchanged({along({0, 10}), {{4, -5, 0}, {4, 0, 0}}});
+    expectUnchanged({along({0, 4, 10}), {{4, -5, 0}, {4, 0, 0}}});
+    expectUnchanged({{{4, -5, 0}, {4, 0, 0}}, along({0, 10})});
+}
+
+TEST(PieceJoiner, TakesTheStraightestWayWhereThreeEndsMeet)
+{
+    const Line side{{10, -10, 0}, {10, 0, 0}};
+    expectLines(joined({side, along({0, 10}), along({10, 20})}), {side, along({0, 10, 20})});
+}
+
+// A line crosses itself exactly where four tiles meet.
+TEST(PieceJoiner, GoesStraightOnWhereTheLineCrossesItself)
+{
+    expectLines(joined({along({10, 20}), along({0, 10}), {{10, 0, 0}, {10, 10, 0}}, {{10, -10, 0}, {10, 0, 0}}}),
+                {along({0, 10, 20}), {{10, -10, 0}, {10, 0, 0}, {10, 10, 0}}});
+}
+
+// Seen from above both go straight on, though the ground is rough: each goes up where the other one does.
+TEST(PieceJoiner, GoesStraightOnSeenFromAboveOnRoughGround)
+{
+    expectLines(joined({{{0, 0, 9}, {10, 0, 0}},
+                        {{10, 0, 0}, {20, 0, 9}},
+                        {{10, -10, -9}, {10, 0, 0}},
+                        {{10, 0, 0}, {10, 10, -9}}}),
+                {{{0, 0, 9}, {10, 0, 0}, {20, 0, 9}}, {{10, -10, -9}, {10, 0, 0}, {10, 10, -9}}});
+}
+
+// All four turns are right angles.
+TEST(PieceJoiner, PrefersTheNextPieceWhereAllWaysTurnAlike)
+{
+    expectLines(joined({{{0, 10, 0}, {10, 10, 0}},
+                        {{10, 10, 0}, {10, 20, 0}},
+                        {{20, 10, 0}, {10, 10, 0}},
+                        {{10, 10, 0}, {10, 0, 0}}}),
+                {{{0, 10, 0}, {10, 10, 0}, {10, 20, 0}}, {{20, 10, 0}, {10, 10, 0}, {10, 0, 0}}});
+}
+
+TEST(PieceJoiner, JoinsNothingWhereLinesCrossInTheMiddle)
+{
+    expectUnchanged({along({0, 10}), {{5, -5, 0}, {5, 5, 0}}});
+    expectUnchanged({along({0, 5, 10}), {{5, -5, 0}, {5, 0, 0}, {5, 5, 0}}});
+}
+
+TEST(PieceJoiner, JoinsPiecesThatRunTowardsEachOther)
+{
+    expectLines(joined({along({0, 10}), along({20, 10})}), {along({0, 10, 20})});
+    expectLines(joined({along({10, 0}), along({10, 20})}), {along({20, 10, 0})});
+}
+
+// 1,000 ends at one place: all pairs would be half a million comparisons, yet each must find a partner.
+TEST(PieceJoiner, PairsAllEndsOfAStar)
+{
+    Lines star;
+    for (int i = 0; i < 1000; ++i)
+    {
+        const double angle = 0.006 * i;
+        const KdGePoint3d tip(std::cos(angle), std::sin(angle), 0.001 * i);
+        if (i % 2 == 0)
+            star.push_back({tip, {0, 0, 0}});
+        else
+            star.push_back({{0, 0, 0}, tip});
+    }
+    EXPECT_EQ(joined(star).size(), 500U);
+}
+
+// ---- bad input
+
+TEST(PieceJoiner, DropsPiecesThatAreNowhere)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double infinity = std::numeric_limits<double>::infinity();
+    expectLines(joined({{{nan, 0, 0}, {1, 0, 0}},
+                        along({0, 10}),
+                        {{10, 0, 0}, {11, infinity, 0}},
+                        {{10, 0, -infinity}, {11, 0, 0}},
+                        along({10, 20}),
+                        {{nan, nan, nan}}}),
+                {along({0, 10, 20})});
+}
+
+TEST(PieceJoiner, DropsPiecesWithoutLength)
+{
+    expectLines(joined({{}, {{10, 0, 0}}, along({0, 10}), {{10, 0, 0}, {10, 0, 0}}, {{10, 0, 0}, {10, 0, 5e-7}}}),
+                {along({0, 10})});
+    expectLines(joined({{}, {{10, 0, 0}}, {{10, 0, 0}, {10, 0, 0}}}), {});
+}
+
+TEST(PieceJoiner, DropsPointsThatFollowThemselves)
+{
+    expectLines(joined({along({0, 0, 5, 5, 5, 10}), along({10, 10, 20, 20})}), {along({0, 5, 10, 20})});
+}
+
+TEST(PieceJoiner, BearsHugeCoordinates)
+{
+    const double huge = std::numeric_limits<double>::max();
+    const Lines result = joined(
+        {{{-huge, huge, huge}, {huge, huge, huge}}, along({0, 10}), {{huge, huge, huge}, {0, 0, 0}}, along({10, 20})});
+    EXPECT_TRUE(std::any_of(result.begin(), result.end(),
+                            [](const Line& line)
+                            { return std::any_of(line.begin(), line.end(), [](auto& p) { return p.x == 20.0; }); }))
+        << text(result);
+}

@@ -309,16 +309,3 @@ TEST_F(ModelList, TakesEveryKindOfRoot)
         EXPECT_THAT(one.receiver.errors, testing::IsEmpty());
     }
 }
-
-TEST_F(ModelList, SlotsThatAreNotBuiltYetLeaveTheirArgumentsAlone)
-{
-    std::vector<KdGePoint3d> points{{1, 2, 3}};
-    std::vector<std::vector<KdGePoint3d>> lines{points};
-    const KdGeMatrix3d identity;
-    EXPECT_FALSE(model().clip(0, 0, &identity, &points, nullptr, 0, &points));
-    EXPECT_FALSE(model().section(&identity, &points, &lines));
-    model().joinDrapedPieces(lines);
-    EXPECT_TRUE(model().checkBoundary(points));
-    EXPECT_EQ(points.size(), 1U);
-    EXPECT_EQ(lines.size(), 1U);
-}

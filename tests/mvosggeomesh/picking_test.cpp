@@ -196,25 +196,6 @@ TEST_F(Picking, BeforeTheFirstUpdateIsNoCrash)
     fresh.model().pickPoint(&identity, &point, &hit);
 }
 
-TEST_F(Picking, SaysErrorWhereTheHitIsNoTriangle)
-{
-    model().clear();
-    const osg::ref_ptr<osg::Geometry> points = makeSquare(0, 0, 0, 100);
-    points->setPrimitiveSet(0, new osg::DrawArrays(GL_LINES, 0, 2)); // along the x axis
-    const osg::ref_ptr<osg::Geode> geode = new osg::Geode;
-    geode->addDrawable(points);
-    model().root().addChild(geode);
-    osg::Vec3d start(50, 0, 10);
-    const osg::ref_ptr<osgUtil::LineSegmentIntersector> probe =
-        new osgUtil::LineSegmentIntersector(start, {50, 0, -10});
-    osgUtil::IntersectionVisitor visitor(probe);
-    model().root().accept(visitor);
-    if (!probe->containsIntersections())
-        GTEST_SKIP() << "the toolkit's intersector passes lines over: no hit without triangle";
-    EXPECT_FALSE(pickTriangle({50, 0, 0}));
-    EXPECT_EQ(log.count(osg::FATAL, "error"), 1);
-}
-
 namespace
 {
 

@@ -1,0 +1,141 @@
+#include "CommandLineValues.h"
+#include "Commands.h"
+#include "CommonOptions.h"
+#include "HostError.h"
+#include "measure/ClippedSurface.h"
+#include "measure/ResultDrawing.h"
+#include "measure/ResultOutput.h"
+#include "measure/ResultText.h"
+#include "measure/ShapeInput.h"
+
+#include <iostream>
+#include <memory>
+
+namespace mvgeo::host
+{
+namespace
+{
+struct ClipOptions
+{
+    ModelOptions model;
+    ViewOptions view;
+    ResultOptions result;
+    std::string polygon;
+    std::string from;
+    std::string heights;
+    std::optional<unsigned int> root;
+    bool outside = false;
+    bool finest = false;
+};
+
+std::pair<double, double> parseHeights(const std::string& text)
+{
+    const std::size_t comma = text.find(',');
+    const std::optional<double> low = parseNumber(std::string_view(text).substr(0, comma));
+    const std::optional<double> high =
+        comma == std::string::npos ? std::nullopt : parseNumber(std::string_view(text).substr(comma + 1));
+    if (!low || !high) throw HostError("--heights: '" + text + "' is not two numbers LOW,HIGH.");
+    if (*low > *high) throw HostError("--heights: the first number is the lower one.");
+    return {*low, *high};
+}
+
+HostModel::Clipping clippingOf(const ClipOptions& options)
+{
+    HostModel::Clipping how;
+    how.outside = options.outside;
+    how.finest = options.finest;
+    how.rootFile = options.root;
+    if (!options.heights.empty()) how.heights = parseHeights(options.heights);
+    return how;
+}
+
+void checkRoot(const ClipOptions& options, const OpenModel& open)
+{
+    const std::size_t count = open.terrain ? 1 : open.input.rootFiles.size() - open.unreadable.size();
+    if (options.root && *options.root >= count)
+        throw HostError("There is no root tile " + std::to_string(*options.root) + "; the model has " +
+                        std::to_string(count) + ", counted from 0.");
+}
+
+std::string readableArea(double area, const ModelSystem& system)
+{
+    return readableLength(area, system.isMetric() ? "m\xC2\xB2" : "square " + system.unit);
+}
+
+void printForPeople(const ClipOptions& options, const SurfaceFigures& figures, const ModelSystem& system)
+{
+    std::cout << "kept:        " << figures.triangles << " triangles " << (options.outside ? "outside" : "inside")
+              << " the polygon, of " << (options.finest ? "the finest tiles" : "the tiles that the view loads") << '\n';
+    if (figures.triangles == 0) return;
+    std::cout << "in plan:     " << readableArea(figures.areaPlan, system) << '\n';
+    if (system.isMetric()) std::cout << "in space:    " << readableArea(figures.areaSpace, system) << '\n';
+    std::cout << "heights:     " << readableLength(figures.lowest, "m") << " to "
+              << readableLength(figures.highest, "m") << '\n';
+}
+
+Json reportOf(const ClipOptions& options, const SurfaceFigures& figures, const ModelSystem& system)
+{
+    Json report{{"coordinateSystem", toJson(system)}, {"outside", options.outside}, {"finest", options.finest}};
+    report.update(toJson(figures));
+    return report;
+}
+
+void runClip(const ClipOptions& options)
+{
+    const std::optional<ResultFormat> format = checkResultOptions(options.result);
+    const HostModel::Clipping how = clippingOf(options);
+    const Points boundary = readBoundary(options.polygon, options.from);
+    const OpenModel open = openModel(options.model);
+    checkRoot(options, open);
+    const ModelSystem system = systemOf(open);
+    const ViewFrame frame = makeCamera(options.view, open.sight).frame(open.extents);
+    const bool draws = !options.result.picture.empty();
+    if (draws || !options.finest) convergeOrFail(*open.model, frame, options.view);
+
+    Points triangles = open.model->clip(boundary, how);
+    leaveOutBelow(triangles, open.floor);
+    if (draws)
+    {
+        ResultDrawing drawing(frame.height);
+        drawing.addTriangles(triangles);
+        writeResultPicture(open, frame, options.view, drawing, options.result.picture);
+    }
+    if (format)
+        writeResult(options.result,
+                    *format == ResultFormat::Csv ? trianglesToCsv(triangles) : trianglesToGeoJson(triangles, system));
+    if (options.result.json)
+        printJson(reportOf(options, figuresOf(triangles), system));
+    else if (isReportPrinted(options.result))
+        printForPeople(options, figuresOf(triangles), system);
+    failOnViolations(open.model->tiles());
+}
+} // namespace
+
+void addClipCommand(CLI::App& app, int& status)
+{
+    const auto options = std::make_shared<ClipOptions>();
+    CLI::App& command = *app.add_subcommand("clip", "cut the surface with a polygon: its triangles and areas");
+    addModelOptions(command, options->model);
+    command.add_option("--polygon", options->polygon, "the polygon, in the model's coordinates")
+        ->type_name("\"X,Y X,Y ...\"");
+    command.add_option("--from", options->from, "instead: GeoJSON or CSV with one polygon, which may have holes")
+        ->type_name("FILE");
+    command.add_flag("--outside", options->outside, "keep what is outside the polygon");
+    command.add_option("--heights", options->heights, "keep only what lies between two heights")->type_name("LOW,HIGH");
+    command.add_flag("--finest", options->finest, "the finest tiles; else those that the view of the camera loads");
+    command.add_option("--root", options->root, "of this root tile only, from 0")
+        ->check(CLI::Range(0, 1000000000))
+        ->type_name("N");
+    addResultOptions(command, options->result);
+    addCameraOptions(command, options->view);
+    addPictureOptions(command, options->view);
+    addOrthoOption(command, options->view);
+    addTimeoutOption(command, options->view);
+    command.callback(
+        [options, &status]
+        {
+            runClip(*options);
+            status = 0;
+        });
+}
+} // namespace mvgeo::host

@@ -1,0 +1,162 @@
+#include "Commands.h"
+#include "CommonOptions.h"
+#include "HostError.h"
+#include "measure/DrapedLine.h"
+#include "measure/ProfilePlot.h"
+#include "measure/ResultDrawing.h"
+#include "measure/ResultOutput.h"
+#include "measure/ResultText.h"
+#include "measure/ShapeInput.h"
+
+#include <filesystem>
+#include <iostream>
+#include <memory>
+
+namespace mvgeo::host
+{
+namespace
+{
+struct DrapeOptions
+{
+    ModelOptions model;
+    ViewOptions view;
+    ResultOptions result;
+    std::string line;
+    std::string from;
+    std::string profile;
+};
+
+/** What people call the model, in the title of a profile. */
+std::string shortName(const ModelInput& input)
+{
+    std::filesystem::path path(input.given);
+    if (input.terrain) path = input.terrain->dem.empty() ? input.terrain->dom : input.terrain->dem;
+    if (!path.has_filename()) path = path.parent_path();
+    return path.filename().string();
+}
+
+std::vector<DrapedLine> drapeAll(const OpenModel& open, const std::vector<Points>& lines)
+{
+    std::vector<DrapedLine> draped;
+    for (const Points& line : lines)
+        draped.push_back(makeDrapedLine(line, open.model->drape(line), open.floor));
+    return draped;
+}
+
+/** What went without a word so far: nothing was hit, or a part is no ground. */
+void tellWhatIsMissing(const OpenModel& open, const std::vector<DrapedLine>& lines, const ModelSystem& system)
+{
+    for (std::size_t i = 0; i < lines.size(); ++i)
+    {
+        const std::string name = lines.size() == 1 ? "The line" : "Line " + std::to_string(i + 1);
+        if (lines[i].pieces.empty())
+            std::cerr << "mvgeo: " << name << " does not meet the model, which reaches from "
+                      << readablePoint(open.extents._min) << " to " << readablePoint(open.extents._max) << ".\n";
+        if (lines[i].leftOutPlan > 0.0)
+            std::cerr << "mvgeo: " << name << " runs " << readableLength(lines[i].leftOutPlan, system.unit)
+                      << " where the DEM has no data; that is left out.\n";
+    }
+}
+
+void printForPeople(const std::vector<DrapedLine>& lines, const ModelSystem& system)
+{
+    for (std::size_t i = 0; i < lines.size(); ++i)
+    {
+        const DrapedLine& line = lines[i];
+        if (lines.size() > 1) std::cout << (i == 0 ? "line " : "\nline ") << i + 1 << '\n';
+        std::cout << "given:       " << readableLength(line.length(), system.unit) << ", of which "
+                  << readableLength(coveredLength(line), system.unit) << " lie on the model\n"
+                  << "pieces:      " << line.pieces.size() << '\n';
+        if (line.pieces.empty()) continue;
+        const LineFigures figures = figuresOf(line);
+        std::cout << "in plan:     " << readableLength(figures.lengthPlan, system.unit) << '\n';
+        if (system.isMetric()) std::cout << "in space:    " << readableLength(figures.lengthSpace, "m") << '\n';
+        std::cout << "heights:     " << readableLength(figures.lowest, "m") << " to "
+                  << readableLength(figures.highest, "m") << '\n';
+    }
+}
+
+Json pieceToJson(const DrapedPiece& piece)
+{
+    Json json{{"from", piece.from()}, {"to", piece.to()}};
+    json.update(toJson(figuresOf(piece)));
+    json["distances"] = piece.distances;
+    json["points"] = pointsToJson(piece.points);
+    return json;
+}
+
+Json reportOf(const std::vector<DrapedLine>& lines, const ModelSystem& system)
+{
+    Json report{{"coordinateSystem", toJson(system)}, {"lines", Json::array()}};
+    for (const DrapedLine& line : lines)
+    {
+        Json json{{"given", line.length()}, {"covered", coveredLength(line)}, {"leftOut", line.leftOutPlan}};
+        json.update(toJson(figuresOf(line)));
+        json["pieces"] = Json::array();
+        for (const DrapedPiece& piece : line.pieces)
+            json["pieces"].push_back(pieceToJson(piece));
+        report["lines"].push_back(std::move(json));
+    }
+    return report;
+}
+
+void drawPicture(const DrapeOptions& options, const OpenModel& open, const std::vector<DrapedLine>& lines)
+{
+    const ViewFrame frame = makeCamera(options.view, open.sight).frame(open.extents);
+    convergeOrFail(*open.model, frame, options.view);
+    ResultDrawing drawing(frame.height);
+    for (const DrapedLine& line : lines)
+    {
+        std::vector<Points> pieces;
+        for (const DrapedPiece& piece : line.pieces)
+            pieces.push_back(piece.points);
+        drawing.addLines(pieces);
+    }
+    writeResultPicture(open, frame, options.view, drawing, options.result.picture);
+    failOnViolations(open.model->tiles());
+}
+
+void runDrape(const DrapeOptions& options)
+{
+    const std::optional<ResultFormat> format = checkResultOptions(options.result);
+    if (!options.profile.empty()) checkProfilePath(options.profile);
+    const std::vector<Points> lines = readLines(options.line, options.from);
+    if (!options.profile.empty() && lines.size() > 1)
+        throw HostError("A profile shows one line; the file holds " + std::to_string(lines.size()) + ".");
+
+    const OpenModel open = openModel(options.model);
+    const ModelSystem system = systemOf(open);
+    const std::vector<DrapedLine> draped = drapeAll(open, lines);
+    tellWhatIsMissing(open, draped, system);
+    if (!options.profile.empty())
+        writeTextFile(makeProfile(draped.front(), system, shortName(open.input)), options.profile, "profile");
+    if (!options.result.picture.empty()) drawPicture(options, open, draped);
+    if (format) writeResult(options.result, *format == ResultFormat::Csv ? toCsv(draped) : toGeoJson(draped, system));
+    if (options.result.json)
+        printJson(reportOf(draped, system));
+    else if (isReportPrinted(options.result))
+        printForPeople(draped, system);
+}
+} // namespace
+
+void addDrapeCommand(CLI::App& app, int& status)
+{
+    const auto options = std::make_shared<DrapeOptions>();
+    CLI::App& command = *app.add_subcommand("drape", "lay a line onto the surface: its heights, lengths and profile");
+    addModelOptions(command, options->model);
+    command.add_option("--line", options->line, "the line, in the model's coordinates")->type_name("\"X,Y X,Y ...\"");
+    command.add_option("--from", options->from, "instead: GeoJSON or CSV with lines")->type_name("FILE");
+    command.add_option("--profile", options->profile, "draw heights along the line as SVG")->type_name("FILE");
+    addResultOptions(command, options->result);
+    addCameraOptions(command, options->view);
+    addPictureOptions(command, options->view);
+    addOrthoOption(command, options->view);
+    addTimeoutOption(command, options->view);
+    command.callback(
+        [options, &status]
+        {
+            runDrape(*options);
+            status = 0;
+        });
+}
+} // namespace mvgeo::host

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Points.h"
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace mvgeo::host
+{
+/** "x,y x,y ..." or "x,y,z ...", heights being left out. Throws HostError that names `option`. */
+Points parsePointList(std::string_view text, const std::string& option);
+
+/** The lines of a table of points: comma, semicolon, tab or blanks between the columns.
+ *
+ *  The first row may be a heading. One that names the two columns says where they stand, otherwise they are the first
+ *  two; further columns are ignored, except that a new value under "line" or "piece" begins another line.
+ *  @param names  of the two columns in a heading, in small letters
+ *  @param file   for messages
+ *  Throws HostError that names the row which holds no point. */
+std::vector<Points> readPointTable(std::string_view text, const std::pair<std::string, std::string>& names,
+                                   const std::string& file);
+} // namespace mvgeo::host

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <optional>
+#include <string>
+
+namespace mvgeo::host
+{
+/** Where the result of drape, clip and pick goes, beside the text for people. */
+struct ResultOptions
+{
+    std::string format;  ///< of --format
+    std::string out;     ///< empty: standard output
+    std::string picture; ///< empty: none
+    bool json = false;
+};
+
+enum class ResultFormat
+{
+    Csv,
+    GeoJson
+};
+
+/** --format, --out, --picture and --json. */
+void addResultOptions(CLI::App& command, ResultOptions& options);
+
+/** The format of the file of results, empty if none is wanted; from the ending of --out if it is not given. Asked
+ *  before long work begins: throws HostError if the options contradict each other or a file cannot be written. */
+std::optional<ResultFormat> checkResultOptions(const ResultOptions& options);
+
+/** True unless standard output belongs to the file of results. */
+bool isReportPrinted(const ResultOptions& options);
+
+/** To --out, whole or not at all, or to standard output. Throws HostError. */
+void writeResult(const ResultOptions& options, const std::string& text);
+
+/** Whole or not at all. @param what  "profile". Throws HostError. */
+void writeTextFile(const std::string& text, const std::string& file, const std::string& what);
+} // namespace mvgeo::host

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "ClippedSurface.h"
+#include "DrapedLine.h"
+#include "JsonReport.h"
+#include "ModelSystem.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace mvgeo::host
+{
+/** What was found under one pixel. */
+struct PickedPixel
+{
+    double column = 0.0;
+    double row = 0.0;
+    std::optional<osg::Vec3d> hit;
+    Points triangle; ///< three corners, or none
+};
+
+/** Adds a number with 12 significant digits: a hundredth of a millimetre at 4e6 m. */
+void appendNumber(std::string& text, double value);
+
+/** "1234.50 m": two digits after the point, more for degrees. */
+std::string readableLength(double value, const std::string& unit);
+
+// Files of results. CSV begins with a heading. GeoJSON keeps the model's coordinates and says in "coordinateSystem",
+// and in "crs" where it has a name for it, what they are; without a word about it if that is not known.
+
+/** A row a point: line (from 1), piece (from 1 in each line), distance, x, y, z. */
+std::string toCsv(const std::vector<DrapedLine>& lines);
+/** A LineString a piece. */
+std::string toGeoJson(const std::vector<DrapedLine>& lines, const ModelSystem& system);
+
+/** A row a triangle. */
+std::string trianglesToCsv(const Points& triangles);
+/** One MultiPolygon, a polygon a triangle; upright triangles have no area in it. */
+std::string trianglesToGeoJson(const Points& triangles, const ModelSystem& system);
+
+/** A row a pixel; empty columns where nothing is. */
+std::string toCsv(const std::vector<PickedPixel>& pixels);
+/** A Point a pixel; without geometry where nothing is. */
+std::string toGeoJson(const std::vector<PickedPixel>& pixels, const ModelSystem& system);
+
+// What --json prints, and the properties of the features.
+Json toJson(const LineFigures& figures);
+Json toJson(const SurfaceFigures& figures);
+/** A list of points; null if there are none. */
+Json pointsToJson(const Points& points);
+} // namespace mvgeo::host

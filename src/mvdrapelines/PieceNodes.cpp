@@ -1,0 +1,238 @@
+#include "mvdrapelines/PieceNodes.h"
+
+#include "support/GeosSession.h"
+
+#include <algorithm>
+#include <numeric>
+#include <tuple>
+
+namespace mvgeo
+{
+
+namespace
+{
+
+constexpr double kOnPoint = 1e-6;
+constexpr double kOnSegment = 1e-4;
+constexpr double kBoxBorder = 0.01;
+constexpr std::size_t kSegmentsPerBox = 16;
+constexpr double kFarthest = 1e300; // boxes stay finite, and so do the sums of their sides
+
+/** A rectangle of the plane on which the pieces are looked at from aslant. */
+struct FlatBox
+{
+    double minU = kFarthest;
+    double minV = kFarthest;
+    double maxU = -kFarthest;
+    double maxV = -kFarthest;
+
+    void expandBy(double u, double v)
+    {
+        minU = std::min(minU, u);
+        minV = std::min(minV, v);
+        maxU = std::max(maxU, u);
+        maxV = std::max(maxV, v);
+    }
+    [[nodiscard]] bool contains(double u, double v) const { return u >= minU && u <= maxU && v >= minV && v <= maxV; }
+    [[nodiscard]] FlatBox widened() const
+    {
+        return {minU - kBoxBorder, minV - kBoxBorder, maxU + kBoxBorder, maxV + kBoxBorder};
+    }
+};
+
+// The tree is flat. Seen from above, all of a wall would lie on one spot; seen along a level direction, all of a plain.
+// Along this direction hardly anything stands behind anything else.
+double slantU(const KdGePoint3d& point)
+{
+    return std::clamp(point.x + 0.37 * point.z, -kFarthest, kFarthest);
+}
+
+double slantV(const KdGePoint3d& point)
+{
+    return std::clamp(point.y + 0.61 * point.z, -kFarthest, kFarthest);
+}
+
+/** Some neighbouring segments of one piece: those from point `first` to point `last`. */
+struct Run
+{
+    std::size_t piece;
+    std::size_t first;
+    std::size_t last;
+    FlatBox box;
+};
+
+std::vector<Run> cutIntoRuns(const PiecePoints& pieces)
+{
+    std::vector<Run> runs;
+    for (std::size_t piece = 0; piece < pieces.pieceCount(); ++piece)
+    {
+        const std::size_t last = pieces.firstPoint[piece + 1] - 1;
+        for (std::size_t first = pieces.firstPoint[piece]; first < last; first += kSegmentsPerBox)
+        {
+            Run run{piece, first, std::min(first + kSegmentsPerBox, last), {}};
+            for (std::size_t point = run.first; point <= run.last; ++point)
+                run.box.expandBy(slantU(pieces.points[point]), slantV(pieces.points[point]));
+            runs.push_back(run);
+        }
+    }
+    return runs;
+}
+
+/** Finds the runs whose widened boxes meet a box. */
+class RunTree
+{
+public:
+    explicit RunTree(const std::vector<Run>& runs) : _tree(_geos.own(GEOSSTRtree_create_r(_geos.handle(), 10)))
+    {
+        _isComplete = _tree != nullptr;
+        for (const Run& run : runs)
+        {
+            const auto rectangle = rectangleOf(run.box.widened());
+            _isComplete = _isComplete && rectangle;
+            if (!_isComplete) return;
+            // The tree keeps a copy of the rectangle's box, and takes items that may be written to.
+            GEOSSTRtree_insert_r(_geos.handle(), _tree.get(), rectangle.get(), const_cast<Run*>(&run));
+        }
+    }
+
+    /** @return false if GEOS cannot answer */
+    [[nodiscard]] bool find(const FlatBox& box, std::vector<const Run*>& found) const
+    {
+        found.clear();
+        const auto rectangle = _isComplete ? rectangleOf(box) : nullptr;
+        if (!rectangle) return false;
+        GEOSSTRtree_query_r(
+            _geos.handle(), _tree.get(), rectangle.get(),
+            [](void* item, void* list)
+            { static_cast<std::vector<const Run*>*>(list)->push_back(static_cast<const Run*>(item)); },
+            &found);
+        return true;
+    }
+
+private:
+    [[nodiscard]] GeosSession::Geometry rectangleOf(const FlatBox& box) const
+    {
+        return _geos.own(GEOSGeom_createRectangle_r(_geos.handle(), box.minU, box.minV, box.maxU, box.maxV));
+    }
+
+    GeosSession _geos;
+    GeosSession::Tree _tree;
+    bool _isComplete = false;
+};
+
+/** Points that are the same place, as a forest of which each root is the first of its points. */
+class SamePlaces
+{
+public:
+    explicit SamePlaces(std::size_t count) : _parent(count) { std::iota(_parent.begin(), _parent.end(), 0U); }
+
+    std::size_t first(std::size_t point)
+    {
+        while (_parent[point] != point)
+            point = _parent[point] = _parent[_parent[point]];
+        return point;
+    }
+    void unite(std::size_t a, std::size_t b)
+    {
+        const auto [low, high] = std::minmax({first(a), first(b)});
+        _parent[high] = low;
+    }
+
+private:
+    std::vector<std::size_t> _parent;
+};
+
+class NodeFinder
+{
+public:
+    explicit NodeFinder(const PiecePoints& pieces) : _pieces(pieces), _places(pieces.points.size()) {}
+
+    std::optional<PieceNodes> find()
+    {
+        closeRings();
+        const std::vector<Run> runs = cutIntoRuns(_pieces);
+        const RunTree tree(runs);
+        std::vector<const Run*> neighbours;
+        for (const Run& run : runs)
+        {
+            if (!tree.find(run.box, neighbours)) return std::nullopt;
+            for (const Run* other : neighbours)
+                if (other->piece != run.piece) compare(run, *other);
+        }
+        return result();
+    }
+
+private:
+    void closeRings()
+    {
+        for (std::size_t piece = 0; piece < _pieces.pieceCount(); ++piece)
+        {
+            const std::size_t first = _pieces.firstPoint[piece];
+            const std::size_t last = _pieces.firstPoint[piece + 1] - 1;
+            if (_pieces.points[first].distanceTo(_pieces.points[last]) <= kOnPoint) _places.unite(first, last);
+        }
+    }
+
+    void compare(const Run& run, const Run& other)
+    {
+        const FlatBox box = other.box.widened();
+        for (std::size_t point = run.first; point <= run.last; ++point)
+        {
+            if (!box.contains(slantU(_pieces.points[point]), slantV(_pieces.points[point]))) continue;
+            for (std::size_t segment = other.first; segment < other.last; ++segment)
+                compare(point, segment);
+        }
+    }
+
+    void compare(std::size_t point, std::size_t segment)
+    {
+        const KdGePoint3d& start = _pieces.points[segment];
+        const KdGePoint3d& end = _pieces.points[segment + 1];
+        const KdGePoint3d& place = _pieces.points[point];
+        const double toStart = place.distanceTo(start);
+        const double toEnd = place.distanceTo(end);
+        const std::size_t nearest = toStart <= toEnd ? segment : segment + 1;
+        const double toNearest = std::min(toStart, toEnd);
+        if (toNearest <= kOnPoint) return _places.unite(point, nearest);
+
+        const KdGeVector3d side = end - start;
+        const double length = start.distanceTo(end);
+        const KdGeVector3d offset = place - start;
+        const double along = (offset.x * side.x + offset.y * side.y + offset.z * side.z) / length;
+        if (!(along >= -kOnPoint && along <= length + kOnPoint)) return;
+        const KdGePoint3d foot(start.x + side.x * (along / length), start.y + side.y * (along / length),
+                               start.z + side.z * (along / length));
+        if (!(place.distanceTo(foot) <= kOnSegment)) return;
+
+        // Without this, tiles whose ends differ by the rounding of floats would cross over by a tiny stub.
+        const bool isAtEnd = _pieces.isPieceEnd(point) || _pieces.isPieceEnd(nearest);
+        if ((isAtEnd && toNearest <= kOnSegment) || along <= 0.0 || along >= length)
+            _places.unite(point, nearest);
+        else
+            _touches.push_back({segment, along, point});
+    }
+
+    PieceNodes result()
+    {
+        std::sort(_touches.begin(), _touches.end(),
+                  [](const PieceNodes::Touch& a, const PieceNodes::Touch& b)
+                  { return std::tie(a.segment, a.along, a.point) < std::tie(b.segment, b.along, b.point); });
+        PieceNodes nodes{std::vector<std::size_t>(_pieces.points.size()), std::move(_touches)};
+        for (std::size_t point = 0; point < nodes.nodeOf.size(); ++point)
+            nodes.nodeOf[point] = _places.first(point);
+        return nodes;
+    }
+
+    const PiecePoints& _pieces;
+    SamePlaces _places;
+    std::vector<PieceNodes::Touch> _touches;
+};
+
+} // namespace
+
+std::optional<PieceNodes> findNodes(const PiecePoints& pieces)
+{
+    return NodeFinder(pieces).find();
+}
+
+} // namespace mvgeo
