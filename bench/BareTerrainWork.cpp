@@ -54,10 +54,19 @@ std::vector<SampleGrid> demGrids(const TerrainTileInfo& tile)
             alongY(tile.endX)};
 }
 
-void readBare(GDALDataset& raster, const RasterWindow& window, GDALDataType type, std::vector<int> bands, void* buffer)
+struct BufferSize
+{
+    int columns = 0;
+    int rows = 0;
+    int rowLength = 0; // in cells
+};
+
+void readBare(GDALDataset& raster, const RasterWindow& window, const BufferSize& size, GDALDataType type,
+              std::vector<int> bands, void* buffer)
 {
     GDALRasterIOExtraArg extra;
     INIT_RASTERIO_EXTRA_ARG(extra);
+    extra.eResampleAlg = GRIORA_Bilinear; // where the buffer has another size than the window
     extra.bFloatingPointWindowValidity = TRUE;
     extra.dfXOff = window.x.first;
     extra.dfYOff = window.y.first;
@@ -65,10 +74,9 @@ void readBare(GDALDataset& raster, const RasterWindow& window, GDALDataType type
     extra.dfYSize = window.y.pixels;
     const auto valueSize = static_cast<GSpacing>(GDALGetDataTypeSizeBytes(type));
     const GSpacing cellSize = valueSize * static_cast<GSpacing>(bands.size());
-    const CPLErr error =
-        raster.RasterIO(GF_Read, window.x.first, window.y.first, window.x.pixels, window.y.pixels, buffer,
-                        window.x.cellsRead, window.y.cellsRead, type, static_cast<int>(bands.size()), bands.data(),
-                        cellSize, cellSize * window.x.cells, valueSize, &extra);
+    const CPLErr error = raster.RasterIO(GF_Read, window.x.first, window.y.first, window.x.pixels, window.y.pixels,
+                                         buffer, size.columns, size.rows, type, static_cast<int>(bands.size()),
+                                         bands.data(), cellSize, cellSize * size.rowLength, valueSize, &extra);
     if (error != CE_None) throw std::runtime_error(CPLGetLastErrorMsg());
 }
 
@@ -97,8 +105,9 @@ BareTerrainWork::BareTerrainWork(const TerrainFiles& files, int deepest) : _file
     std::size_t largest = 0;
     for (const Step& known : _steps)
         for (const Read& read : known.reads)
-            largest = std::max(largest, static_cast<std::size_t>(read.window.x.cells) *
-                                            static_cast<std::size_t>(read.window.y.cells));
+            largest = std::max(
+                {largest, static_cast<std::size_t>(read.window.x.cells) * static_cast<std::size_t>(read.window.y.cells),
+                 static_cast<std::size_t>(read.columns) * static_cast<std::size_t>(read.rows)});
     _buffer.resize(largest * sizeof(float));
 }
 
@@ -138,9 +147,9 @@ void BareTerrainWork::addTile(const TerrainTileInfo& tile, Step& step) const
 {
     for (const SampleGrid& grid : demGrids(tile))
         if (const std::optional<RasterWindow> window = windowOver(_demFrame, grid))
-            step.reads.push_back({false, *window});
+            step.reads.push_back({false, *window, grid.columns, grid.rows});
     if (const std::optional<RasterWindow> window = windowOver(_domFrame, imageGrid(tile)))
-        step.reads.push_back({true, *window});
+        step.reads.push_back({true, *window, tile.imageWidth, tile.imageHeight});
     step.textureNames.push_back(osgDB::getSimpleFileName(domImageName(tile)));
 }
 
@@ -149,13 +158,19 @@ BareTerrainWork::Handles BareTerrainWork::openRasters() const
     return {openRaster(_files.dem), openRaster(_files.dom)};
 }
 
-void BareTerrainWork::doReads(const Step& step, const Handles& handles)
+void BareTerrainWork::doReads(const Step& step, const Handles& handles, Samples samples)
 {
     for (const Read& read : step.reads)
+    {
+        const RasterWindow& window = read.window;
+        const BufferSize size = samples == Samples::cells
+                                    ? BufferSize{window.x.cellsRead, window.y.cellsRead, window.x.cells}
+                                    : BufferSize{read.columns, read.rows, read.columns};
         if (read.isDom)
-            readBare(*handles.dom, read.window, GDT_Byte, {1, 2, 3}, _buffer.data());
+            readBare(*handles.dom, window, size, GDT_Byte, {1, 2, 3}, _buffer.data());
         else
-            readBare(*handles.dem, read.window, GDT_Float32, {1}, _buffer.data());
+            readBare(*handles.dem, window, size, GDT_Float32, {1}, _buffer.data());
+    }
 }
 
 void BareTerrainWork::doWrites(const Step& step, const std::string& directory, std::size_t number) const
@@ -168,13 +183,24 @@ void BareTerrainWork::doWrites(const Step& step, const std::string& directory, s
         osgDB::writeImageFile(*sample.images.at(i), directory + '/' + step.textureNames[i]);
 }
 
-DepthSeconds BareTerrainWork::read()
+DepthSeconds BareTerrainWork::readAs(Samples samples)
 {
     DepthSeconds seconds{};
     const Handles handles = openRasters();
     for (const Step& step : _steps)
-        seconds[static_cast<std::size_t>(step.depth)] += RatioTimer::secondsOfCpu([&] { doReads(step, handles); });
+        seconds[static_cast<std::size_t>(step.depth)] +=
+            RatioTimer::secondsOfCpu([&] { doReads(step, handles, samples); });
     return seconds;
+}
+
+DepthSeconds BareTerrainWork::read()
+{
+    return readAs(Samples::cells);
+}
+
+DepthSeconds BareTerrainWork::readBlended()
+{
+    return readAs(Samples::ofTheTile);
 }
 
 DepthSeconds BareTerrainWork::readAndWrite(const std::string& directory)
@@ -186,7 +212,7 @@ DepthSeconds BareTerrainWork::readAndWrite(const std::string& directory)
         seconds[static_cast<std::size_t>(step.depth)] += RatioTimer::secondsOfCpu(
             [&]
             {
-                doReads(step, handles);
+                doReads(step, handles, Samples::cells);
                 doWrites(step, directory, number++);
             });
     return seconds;

@@ -25,6 +25,8 @@ public:
 
     /** The reads alone, through handles opened for this call. */
     DepthSeconds read();
+    /** The same windows, which GDAL itself blends into as many samples as the tiles have. */
+    DepthSeconds readBlended();
     /** The reads; and each group of four as an ".osgb" file and its textures as ".jpeg" files. */
     DepthSeconds readAndWrite(const std::string& directory);
 
@@ -33,6 +35,13 @@ private:
     {
         bool isDom = false;
         RasterWindow window;
+        int columns = 0; // of the tile's samples in it
+        int rows = 0;
+    };
+    enum class Samples
+    {
+        cells,
+        ofTheTile
     };
     /** What one request makes. */
     struct Step
@@ -58,7 +67,8 @@ private:
     void addSteps(const TerrainTileInfo& parent, int deepest);
     void addTile(const TerrainTileInfo& tile, Step& step) const;
     [[nodiscard]] Handles openRasters() const;
-    void doReads(const Step& step, const Handles& handles);
+    void doReads(const Step& step, const Handles& handles, Samples samples);
+    DepthSeconds readAs(Samples samples);
     void doWrites(const Step& step, const std::string& directory, std::size_t number) const;
 
     TerrainFiles _files;

@@ -70,6 +70,20 @@ struct ProgressRelay
     }
 };
 
+/** GDAL's writer of overviews does not survive every full disk, so the room is looked for first. A pyramid has a third
+ * of the raster's pixels; twice that leaves room for what other programs write meanwhile. */
+void checkRoom(const RasterFacts& raster, GDALDataset& dataset)
+{
+    double bytesPerPixel = 0.0;
+    for (int band = 1; band <= dataset.GetRasterCount(); ++band)
+        bytesPerPixel += GDALGetDataTypeSizeBytes(dataset.GetRasterBand(band)->GetRasterDataType());
+    const double needed = 2.0 / 3.0 * raster.width * raster.height * bytesPerPixel;
+    std::error_code unknown;
+    const fs::space_info room = fs::space(fs::absolute(raster.path).parent_path(), unknown);
+    if (!unknown && static_cast<double>(room.available) < needed)
+        throw HostError("There is no room for overviews beside '" + raster.path + "'.");
+}
+
 [[noreturn]] void fail(const RasterFacts& raster)
 {
     throw HostError("Cannot write overviews beside '" + raster.path + "'" + QuietGdal::reason() + ".");
@@ -101,6 +115,7 @@ bool buildOverviews(const RasterFacts& raster, const std::function<bool(double)>
     ProgressRelay relay{progress};
     {
         const GDALDatasetUniquePtr copy = openRaster(draft.copy());
+        if (copy) checkRoom(raster, *copy);
         const char* method = raster.hasPalette ? "NEAREST" : "AVERAGE"; // no colour lies between two numbers
         const bool done = copy && copy->BuildOverviews(method, static_cast<int>(factors.size()), factors.data(), 0,
                                                        nullptr, ProgressRelay::tell, &relay) == CE_None;

@@ -6,8 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
-#include <optional>
 #include <set>
 
 namespace
@@ -15,19 +13,19 @@ namespace
 
 constexpr int kSampleSide = 256; // pixels, the size of a tile's image: no more is read than for the coarsest tile
 
-struct Range
-{
-    double min = std::numeric_limits<double>::infinity();
-    double max = -std::numeric_limits<double>::infinity();
+/** Left out at each end before values are stretched: a few glaring or dead pixels would take all contrast away. */
+constexpr double kTail = 0.02;
 
-    [[nodiscard]] bool isEmpty() const { return min > max; }
-    [[nodiscard]] bool isWithin(double low, double high) const { return min >= low && max <= high; }
-    void add(double value)
-    {
-        min = std::min(min, value);
-        max = std::max(max, value);
-    }
-};
+bool isWithin(const std::vector<double>& sorted, double low, double high)
+{
+    return sorted.front() >= low && sorted.back() <= high;
+}
+
+/** The value that this part of the others lies below, or the next one up. */
+double quantile(const std::vector<double>& sorted, double part)
+{
+    return sorted[static_cast<std::size_t>(std::lround(part * static_cast<double>(sorted.size() - 1)))];
+}
 
 std::uint8_t toByte(int value)
 {
@@ -80,7 +78,7 @@ std::array<int, 3> bandsOf(GDALDataset& dataset)
 
 /** Adds evenly spread samples of the band, without those that are no-data or not finite. Nothing is asked of GDAL's own
  *  statistics: those may come from a side file, which must not change how the image looks. */
-void addSamples(GDALRasterBand& band, Range& range)
+void addSamples(GDALRasterBand& band, std::vector<double>& result)
 {
     const int width = std::min(band.GetXSize(), kSampleSide);
     const int height = std::min(band.GetYSize(), kSampleSide);
@@ -95,26 +93,28 @@ void addSamples(GDALRasterBand& band, Range& range)
     const bool isRounded = band.GetRasterDataType() == GDT_Float32 && std::isfinite(noData);
     const double tolerance = isRounded ? 1e-6 * std::abs(noData) : 0.0;
     for (const double sample : samples)
-        if (std::isfinite(sample) && !(hasNoData && std::abs(sample - noData) <= tolerance)) range.add(sample);
+        if (std::isfinite(sample) && !(hasNoData && std::abs(sample - noData) <= tolerance)) result.push_back(sample);
 }
 
-Range rangeOf(GDALDataset& dataset, const std::array<int, 3>& bands)
+std::vector<double> sortedSamples(GDALDataset& dataset, const std::array<int, 3>& bands)
 {
-    Range range;
+    std::vector<double> samples;
     for (const int number : std::set<int>(bands.begin(), bands.end()))
-        addSamples(*dataset.GetRasterBand(number), range);
-    return range;
+        addSamples(*dataset.GetRasterBand(number), samples);
+    std::sort(samples.begin(), samples.end());
+    return samples;
 }
 
-void setRange(OrthoLayout& layout, const Range& range, bool isFloating)
+void setRange(OrthoLayout& layout, const std::vector<double>& sorted, bool isFloating)
 {
-    if (range.isEmpty()) return;
-    if (isFloating && range.isWithin(0.0, 1.0))
+    if (sorted.empty()) return;
+    if (isFloating && isWithin(sorted, 0.0, 1.0))
         layout.scale = 255.0;
-    else if (!range.isWithin(0.0, 255.0))
+    else if (!isWithin(sorted, 0.0, 255.0))
     {
-        const double scale = 127.5 / (0.5 * range.max - 0.5 * range.min); // the difference itself might overflow
-        layout.offset = range.min;
+        const double low = quantile(sorted, kTail);
+        const double scale = 127.5 / (0.5 * quantile(sorted, 1.0 - kTail) - 0.5 * low); // might overflow as a whole
+        layout.offset = low;
         layout.scale = std::isfinite(scale) ? scale : 1.0; // one value only
     }
 }
@@ -133,6 +133,6 @@ OrthoLayout orthoLayoutOf(GDALDataset& dataset)
         type = GDALDataTypeUnion(type, dataset.GetRasterBand(number)->GetRasterDataType());
     layout.isByte = type == GDT_Byte;
     if (!layout.isByte && layout.palette.empty())
-        setRange(layout, rangeOf(dataset, layout.bands), GDALDataTypeIsFloating(type) != 0);
+        setRange(layout, sortedSamples(dataset, layout.bands), GDALDataTypeIsFloating(type) != 0);
     return layout;
 }

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 using namespace mvgeo::host;
 
 namespace
@@ -95,4 +97,26 @@ TEST(RasterOverviews, SaySoIfTheyCannotBeWritten)
     RasterFacts gone = raster;
     gone.path = folder.path("no folder/dem.tif");
     EXPECT_THROW((void)buildOverviews(gone, goOn), HostError);
+}
+
+// 9e12 pixels of 4 bytes.
+TEST(RasterOverviews, AreNotBegunWithoutRoom)
+{
+    const TempFolder folder;
+    RasterFacts raster;
+    raster.path = folder.path("sparse.vrt");
+    raster.width = 3'000'000;
+    raster.height = 3'000'000;
+    std::ofstream(raster.path) << "<VRTDataset rasterXSize=\"3000000\" rasterYSize=\"3000000\">"
+                                  "<VRTRasterBand dataType=\"Float32\" band=\"1\"/></VRTDataset>";
+    try
+    {
+        (void)buildOverviews(raster, goOn);
+        FAIL() << "there cannot be that much room";
+    }
+    catch (const HostError& error)
+    {
+        EXPECT_EQ(error.what(), "There is no room for overviews beside '" + raster.path + "'.");
+    }
+    EXPECT_EQ(fileCount(folder), 1U);
 }

@@ -248,7 +248,7 @@ TEST_F(OrthoLayoutTest, OfSamplesThatCannotBeReadIsTheDefault)
     expectRange(layout, 0.0, 1.0);
 }
 
-// A ramp from 1000 to 3999: the samples lie evenly over it, so the ends are met within two spacings of 3000 / 256.
+// A ramp from 1000 to 3999 has 2 % of it below 1060 and above 3939; the samples stand 3000 / 256 apart.
 TEST_F(OrthoLayoutTest, OfALargeImageIsTakenFromSamplesAllOverIt)
 {
     TestRaster raster;
@@ -256,8 +256,25 @@ TEST_F(OrthoLayoutTest, OfALargeImageIsTakenFromSamplesAllOverIt)
     raster.width = 3000;
     raster.height = 300;
     const OrthoLayout layout = layoutOf(raster, [](int, int column, int) { return 1000 + column; });
-    EXPECT_NEAR(layout.offset, 1000.0, 24.0);
-    EXPECT_NEAR(layout.offset + 255.0 / layout.scale, 3999.0, 24.0);
+    EXPECT_NEAR(layout.offset, 1060.0, 24.0);
+    EXPECT_NEAR(layout.offset + 255.0 / layout.scale, 3939.0, 24.0);
+}
+
+// 100 pixels: one glares, one is dead; the others, of 1000 and 1510, keep all contrast (255 / 510).
+TEST_F(OrthoLayoutTest, LooksPastAFewGlaringAndDeadPixels)
+{
+    TestRaster raster;
+    raster.type = GDT_UInt16;
+    raster.width = 10;
+    raster.height = 10;
+    expectRange(layoutOf(raster,
+                         [](int, int column, int row)
+                         {
+                             if (row == 0 && column == 0) return 65535;
+                             if (row == 9 && column == 9) return 0;
+                             return column < 5 ? 1000 : 1510;
+                         }),
+                1000.0, 0.5);
 }
 
 TEST_F(OrthoLayoutTest, DoesNotBelieveASideFilesStatistics)

@@ -30,6 +30,19 @@ TEST_F(TerrainEnd, AnotherModelOfTheSameRastersKeepsThem)
     EXPECT_EQ(openDatasets(), 0);
 }
 
+TEST_F(TerrainEnd, TakesItsOwnThreadsHandlesWithIt)
+{
+    ModelDriver other(kTerrainModel);
+    other.add(source());
+    driver->add(source());
+    const int ofThisThread = openDatasets();
+    driver->view = fromAbove(200.0);
+    ASSERT_TRUE(driver->converge());
+    EXPECT_GT(openDatasets(), ofThisThread);
+    driver->destroyModel();
+    EXPECT_EQ(openDatasets(), ofThisThread);
+}
+
 TEST_F(TerrainEnd, AModelMayEndInTheMiddleOfItsBuilds)
 {
     for (int round = 0; round < 20; ++round)
