@@ -8,6 +8,7 @@
 #include "SceneRenderer.h"
 #include "SceneStyle.h"
 #include "TerminalProgress.h"
+#include "measure/ShapeInput.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -32,7 +33,40 @@ struct FlyOptions
     int maxPagedLods = -1;
     bool freeRunning = false;
     double rate = 0.0; // frames a second at most; 0: as fast as they come
+    std::string line;  // "": nothing is measured on the way
     bool json = false;
+};
+
+/** Lays a line onto the surface again and again: tiles that come and go must not change the answer. */
+class MeasuredLine
+{
+public:
+    MeasuredLine(const std::string& text, HostModel& model) : _model(model)
+    {
+        if (text.empty()) return;
+        _line = readLines(text, {}).front();
+        _quiet = _model.drape(_line);
+    }
+
+    void checkAgain(unsigned int frame) const
+    {
+        if (_line.empty() || isSame(_model.drape(_line), _quiet)) return;
+        throw HostError("In frame " + std::to_string(frame) + " the draped line is another than before the flight.");
+    }
+
+private:
+    static bool isSame(const std::vector<Points>& a, const std::vector<Points>& b)
+    {
+        constexpr double kTolerance = 1e-6;
+        const auto isPoint = [](const osg::Vec3d& p, const osg::Vec3d& q) { return (p - q).length() <= kTolerance; };
+        const auto isPiece = [&](const Points& p, const Points& q)
+        { return std::equal(p.begin(), p.end(), q.begin(), q.end(), isPoint); };
+        return std::equal(a.begin(), a.end(), b.begin(), b.end(), isPiece);
+    }
+
+    HostModel& _model;
+    Points _line;
+    std::vector<Points> _quiet;
 };
 
 /** Where the table goes: a CSV file, CSV on standard output, a table for people there, or nowhere. */
@@ -164,6 +198,7 @@ FlightSummary fly(const FlyOptions& options, const OpenModel& open, const Camera
     FlightSummary summary;
     TableOutput table(options);
     TerminalProgress progress("flying:");
+    const MeasuredLine line(options.line, *open.model);
     ViewCamera camera = makeCamera(options.view, open.sight);
     const auto start = HostModel::Clock::now();
     for (unsigned int i = 0; i < options.frames; ++i)
@@ -174,6 +209,7 @@ FlightSummary fly(const FlyOptions& options, const OpenModel& open, const Camera
         const ViewFrame frame = camera.frame(open.extents);
         FlightRow row = flyOneFrame(*open.model, frame, options);
         row.frame = i;
+        line.checkAgain(i);
         table.write(row);
         summary.add(row);
         summary.lastFrame = frame;
@@ -210,6 +246,7 @@ void printForPeople(const FlyOptions& options, const OpenModel& open, const Flig
               << summary.mostTilesHeld << " tiles held, "
               << readableBytes(static_cast<double>(summary.mostTextureBytes)) << " of textures, "
               << readableBytes(static_cast<double>(peakResidentBytes())) << " resident.\n";
+    if (!options.line.empty()) std::cout << "The line was draped in each frame, always alike.\n";
     printTerrainTiles(*open.model);
 }
 
@@ -261,6 +298,8 @@ void addFlyCommand(CLI::App& app, int& status)
         ->check(CLI::Range(0.1, 1000.0))
         ->needs(freeRunning)
         ->type_name("HZ");
+    command.add_option("--line", options->line, "drape this line in each frame and fail if the answer changes")
+        ->type_name("\"X,Y X,Y ...\"");
     addPictureOptions(command, options->view);
     addTimeoutOption(command, options->view);
     addJsonOption(command, options->json);

@@ -71,14 +71,15 @@ public:
     virtual void setTransform(const KdGeMatrix3d& xform) = 0;
     virtual const KdGeMatrix3d& transform() const = 0;
 
-    /** Cuts the model's surface with a boundary as with a vertical punch and appends what is inside or outside it, three
-     *  points a triangle, the surface's own winding kept.
+    /** Cuts the model's surface with a boundary as with a vertical punch and appends what is inside or outside it,
+     * three points a triangle, the surface's own winding kept.
      *  @param mode         0: inside the boundary, seen from above; 1: outside
      *  @param rootNodeId   the model file to look at, by its place in the order of loading; 0xFFFFFFFF: all
      *  @param placement    as for pickPoint()
-     *  @param boundary     host frame, heights are ignored; closed or not, either winding, convex or not. One that crosses
-     *                      itself is made valid: what it encloses an odd number of times is inside.
-     *  @param heightRange  two heights in the host frame, in either order: only what lies between them; null: all heights
+     *  @param boundary     host frame, heights are ignored; closed or not, either winding, convex or not. One that
+     * crosses itself is made valid: what it encloses an odd number of times is inside.
+     *  @param heightRange  two heights in the host frame, in either order: only what lies between them; null: all
+     * heights
      *  @param options      bit 0 set: the finest tiles, which are read if need be, as section() does; else the tiles
      *                      in memory
      *  @param triangles    host frame; appended to

@@ -3,6 +3,7 @@
 #include "support/GeosSession.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 #include <tuple>
 
@@ -52,6 +53,28 @@ double slantV(const KdGePoint3d& point)
     return std::clamp(point.y + 0.61 * point.z, -kFarthest, kFarthest);
 }
 
+/** A rectangle of the plan that lies along something. */
+struct LongBox
+{
+    double x = 0.0; // the middle
+    double y = 0.0;
+    double alongX = 1.0; // a unit vector
+    double alongY = 0.0;
+    double halfLength = 0.0;
+    double halfWidth = 0.0;
+
+    [[nodiscard]] double along(double otherX, double otherY) const { return otherX * alongX + otherY * alongY; }
+    [[nodiscard]] double across(double otherX, double otherY) const { return otherY * alongX - otherX * alongY; }
+
+    /** True if there is more than `gap` between the other box and the line that this one lies along. */
+    [[nodiscard]] bool isBeside(const LongBox& other, double gap) const
+    {
+        const double reach = std::abs(across(other.alongX, other.alongY)) * other.halfLength +
+                             std::abs(along(other.alongX, other.alongY)) * other.halfWidth;
+        return std::abs(across(other.x - x, other.y - y)) > halfWidth + reach + gap;
+    }
+};
+
 /** Some neighbouring segments of one piece: those from point `first` to point `last`. */
 struct Run
 {
@@ -59,7 +82,25 @@ struct Run
     std::size_t first;
     std::size_t last;
     FlatBox box;
+    LongBox plan;
 };
+
+LongBox longBoxAround(const KdGePoint3d* first, const KdGePoint3d* last)
+{
+    const double length = std::hypot(last->x - first->x, last->y - first->y);
+    LongBox box{(first->x + last->x) / 2.0, (first->y + last->y) / 2.0};
+    if (length > 0.0)
+    {
+        box.alongX = (last->x - first->x) / length;
+        box.alongY = (last->y - first->y) / length;
+    }
+    for (const KdGePoint3d* point = first; point <= last; ++point)
+    {
+        box.halfLength = std::max(box.halfLength, std::abs(box.along(point->x - box.x, point->y - box.y)));
+        box.halfWidth = std::max(box.halfWidth, std::abs(box.across(point->x - box.x, point->y - box.y)));
+    }
+    return box;
+}
 
 std::vector<Run> cutIntoRuns(const PiecePoints& pieces)
 {
@@ -69,7 +110,8 @@ std::vector<Run> cutIntoRuns(const PiecePoints& pieces)
         const std::size_t last = pieces.firstPoint[piece + 1] - 1;
         for (std::size_t first = pieces.firstPoint[piece]; first < last; first += kSegmentsPerBox)
         {
-            Run run{piece, first, std::min(first + kSegmentsPerBox, last), {}};
+            Run run{piece, first, std::min(first + kSegmentsPerBox, last), {}, {}};
+            run.plan = longBoxAround(&pieces.points[run.first], &pieces.points[run.last]);
             for (std::size_t point = run.first; point <= run.last; ++point)
                 run.box.expandBy(slantU(pieces.points[point]), slantV(pieces.points[point]));
             runs.push_back(run);
@@ -175,10 +217,13 @@ private:
 
     void compare(const Run& run, const Run& other)
     {
+        // Pieces come from upright cuts: straight in plan. The boxes of parallel lines overlap all the same.
+        if (other.plan.isBeside(run.plan, kBoxBorder)) return;
         const FlatBox box = other.box.widened();
         for (std::size_t point = run.first; point <= run.last; ++point)
         {
-            if (!box.contains(slantU(_pieces.points[point]), slantV(_pieces.points[point]))) continue;
+            const KdGePoint3d& place = _pieces.points[point];
+            if (!box.contains(slantU(place), slantV(place))) continue;
             for (std::size_t segment = other.first; segment < other.last; ++segment)
                 compare(point, segment);
         }

@@ -1,8 +1,9 @@
 #include "mvosggeomesh/SegmentChains.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
+#include <numeric>
+#include <tuple>
 
 namespace mvgeo
 {
@@ -20,69 +21,70 @@ void dropRepetitions(std::vector<CutSegment>& segments)
     segments.erase(std::remove_if(segments.begin(), segments.end(), isPoint), segments.end());
 }
 
-/** The segments as a graph whose nodes are the distinct points. */
+/** The segments as a graph whose nodes are the distinct points. Segment i has the ends 2 i and 2 i + 1. */
 class SegmentGraph
 {
 public:
-    explicit SegmentGraph(const std::vector<CutSegment>& segments)
+    explicit SegmentGraph(const std::vector<CutSegment>& segments) : _segments(segments), _nodeOf(2 * segments.size())
     {
-        for (const CutSegment& segment : segments)
-            _points.insert(_points.end(), {segment.first, segment.second});
-        std::sort(_points.begin(), _points.end());
-        _points.erase(std::unique(_points.begin(), _points.end()), _points.end());
-
-        _segmentsAt.resize(_points.size());
-        for (const CutSegment& segment : segments)
+        _isUsed.resize(segments.size(), false);
+        _endsByPoint.resize(2 * segments.size());
+        std::iota(_endsByPoint.begin(), _endsByPoint.end(), std::size_t{0});
+        std::sort(_endsByPoint.begin(), _endsByPoint.end(),
+                  [this](std::size_t a, std::size_t b) { return std::tie(pointAt(a), a) < std::tie(pointAt(b), b); });
+        for (std::size_t i = 0; i < _endsByPoint.size(); ++i)
         {
-            const std::array<std::size_t, 2> ends{indexOf(segment.first), indexOf(segment.second)};
-            for (const std::size_t end : ends)
-                _segmentsAt[end].push_back(_ends.size());
-            _ends.push_back(ends);
+            if (i == 0 || pointAt(_endsByPoint[i]) != pointAt(_endsByPoint[i - 1])) _firstOfNode.push_back(i);
+            _nodeOf[_endsByPoint[i]] = _firstOfNode.size() - 1;
         }
-        _isUsed.resize(_ends.size(), false);
+        _firstOfNode.push_back(_endsByPoint.size());
     }
 
     /** Every segment becomes part of one line. */
     [[nodiscard]] std::vector<CutLine> takeLines()
     {
         std::vector<CutLine> lines;
-        for (std::size_t point = 0; point < _points.size(); ++point)
-            if (_segmentsAt[point].size() != 2) takeLinesFrom(point, lines);
-        for (std::size_t point = 0; point < _points.size(); ++point)
-            takeLinesFrom(point, lines); // only closed lines are left
+        for (std::size_t node = 0; node + 1 < _firstOfNode.size(); ++node)
+            if (endCount(node) != 2) takeLinesFrom(node, lines);
+        for (std::size_t node = 0; node + 1 < _firstOfNode.size(); ++node)
+            takeLinesFrom(node, lines); // only closed lines are left
         return lines;
     }
 
 private:
-    [[nodiscard]] std::size_t indexOf(const osg::Vec3d& point) const
+    [[nodiscard]] const osg::Vec3d& pointAt(std::size_t end) const
     {
-        return static_cast<std::size_t>(std::lower_bound(_points.begin(), _points.end(), point) - _points.begin());
+        return end % 2 == 0 ? _segments[end / 2].first : _segments[end / 2].second;
     }
 
-    void takeLinesFrom(std::size_t point, std::vector<CutLine>& lines)
+    [[nodiscard]] std::size_t endCount(std::size_t node) const { return _firstOfNode[node + 1] - _firstOfNode[node]; }
+
+    void takeLinesFrom(std::size_t node, std::vector<CutLine>& lines)
     {
-        for (const std::size_t segment : _segmentsAt[point])
-            if (!_isUsed[segment]) lines.push_back(takeLine(point, segment));
+        for (std::size_t i = _firstOfNode[node]; i < _firstOfNode[node + 1]; ++i)
+            if (!_isUsed[_endsByPoint[i] / 2]) lines.push_back(takeLine(_endsByPoint[i]));
     }
 
-    [[nodiscard]] CutLine takeLine(std::size_t point, std::size_t segment)
+    [[nodiscard]] CutLine takeLine(std::size_t end)
     {
-        CutLine line{_points[point]};
-        while (!_isUsed[segment])
+        CutLine line{pointAt(end)};
+        while (!_isUsed[end / 2])
         {
-            _isUsed[segment] = true;
-            point = _ends[segment][0] == point ? _ends[segment][1] : _ends[segment][0];
-            line.push_back(_points[point]);
-            const std::vector<std::size_t>& here = _segmentsAt[point];
-            if (here.size() != 2) break;
-            segment = here[0] == segment ? here[1] : here[0];
+            _isUsed[end / 2] = true;
+            end ^= 1U; // the segment's other end
+            line.push_back(pointAt(end));
+            const std::size_t node = _nodeOf[end];
+            if (endCount(node) != 2) break;
+            const std::size_t first = _firstOfNode[node];
+            end = _endsByPoint[first] == end ? _endsByPoint[first + 1] : _endsByPoint[first];
         }
         return line;
     }
 
-    std::vector<osg::Vec3d> _points; // sorted
-    std::vector<std::array<std::size_t, 2>> _ends;
-    std::vector<std::vector<std::size_t>> _segmentsAt;
+    const std::vector<CutSegment>& _segments;
+    std::vector<std::size_t> _endsByPoint;
+    std::vector<std::size_t> _firstOfNode; // in _endsByPoint; one more at the end
+    std::vector<std::size_t> _nodeOf;      // of each end
     std::vector<bool> _isUsed;
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <osg/BoundingBox>
 #include <osg/Plane>
 #include <osg/Polytope>
 #include <osgUtil/PlaneIntersector>
@@ -30,7 +31,7 @@ public:
     void intersect(osgUtil::IntersectionVisitor& visitor, osg::Drawable* drawable) override;
 
 private:
-    [[nodiscard]] bool reaches(const osg::BoundingBox& box) const;
+    [[nodiscard]] bool reaches(const osg::BoundingBoxd& box) const;
 
     bool _leavesOutSkirts;
 };

@@ -140,6 +140,14 @@ TEST_F(MeasureCommand, DrapeDrawsTheLineWhereItCanBeSeen)
 }
 
 // Of the roof 30 m by 20 m over its west side, which rises 1 in 1.
+TEST_F(MeasureCommand, FlyDrapesALineOnTheWay)
+{
+    const Outcome outcome = run("fly " + model + " --frames 3 --line \"0,30 100,90\"");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("The line was draped in each frame, always alike."), std::string::npos);
+    EXPECT_EQ(run("fly " + model + " --frames 3 --line \"0,30\"").status, 1);
+}
+
 TEST_F(MeasureCommand, ClipMeasuresTheRoof)
 {
     const std::string inside = "clip " + model + " --polygon \"10,40 40,40 40,60 10,60\" --finest";

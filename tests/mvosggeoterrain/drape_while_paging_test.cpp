@@ -108,6 +108,31 @@ TEST_F(DrapeWhilePaging, APyramidGivesWhatItGivesWhenQuiet)
         [&] { expectSame(drape(tiled.model(), line), quiet); });
 }
 
+TEST_F(DrapeWhilePaging, SoDoesAClipOfTheFinestTiles)
+{
+    const Line field{{20, 33, 0}, {620, 57, 0}, {320, 620, 0}};
+    const auto clip = [&]
+    {
+        const KdGeMatrix3d placement;
+        constexpr int kInside = 0;
+        constexpr int kFinest = 1;
+        Line corners;
+        EXPECT_TRUE(model().clip(kInside, 0xFFFFFFFFU, &placement, &field, nullptr, kFinest, &corners));
+        return corners;
+    };
+    ASSERT_EQ(driver->add(source()), 0);
+    const Line quiet = clip();
+    ASSERT_FALSE(quiet.empty());
+    wanderAndMeasure(
+        *driver,
+        [](int frame)
+        {
+            const double x = 100.0 + 11.0 * frame;
+            return perspectiveView({x, 320.0, 80.0}, {x, 320.0, 0.0});
+        },
+        [&] { expectSame({clip()}, {quiet}); });
+}
+
 TEST_F(DrapeWhilePaging, AModelMayEndRightAfterAMeasurement)
 {
     for (int round = 0; round < 10; ++round)
