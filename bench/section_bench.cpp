@@ -210,7 +210,8 @@ void compareResults(benchmark::State& state, SectionTerrain& terrain, ToolkitSec
     state.counters["height_difference_mm"] = difference * 1e3;
     if (after.tilesBuilt != before.tilesBuilt) state.SkipWithError("tiles were not in the cache");
     if (!(difference <= 1e-3)) state.SkipWithError("the heights differ");
-    if (std::abs(files - tiles->readCount()) > files / 20) state.SkipWithError("the tiles differ");
+    // We ask for a tile's rectangle and they for its sphere, so that they read a few more.
+    if (std::abs(files - tiles->readCount()) > files / 10) state.SkipWithError("the tiles differ");
 }
 
 // What does a straight section of 14 km cost, with everything below the root read from the disk cache and dropped

@@ -212,9 +212,11 @@ private:
         return end;
     }
 
+    /** Runs as most of its strokes do: one that overhangs may have been found first. */
     [[nodiscard]] std::vector<KdGePoint3d> lineFrom(std::size_t start, std::vector<bool>& isDone) const
     {
         std::vector<KdGePoint3d> line;
+        double ahead = 0.0; // seen from above, less what is run through the other way
         std::size_t end = start;
         do
         {
@@ -224,10 +226,15 @@ private:
                 line.insert(line.end(), points.begin() + static_cast<std::ptrdiff_t>(skipped), points.end());
             else
                 line.insert(line.end(), points.rbegin() + static_cast<std::ptrdiff_t>(skipped), points.rend());
+            const double run = std::hypot(points.back().x - points.front().x, points.back().y - points.front().y);
+            ahead += end % 2 == 0 ? run : -run;
             isDone[end / 2] = true;
             end = _mate[end ^ 1U];
         } while (end != kNone && end != start);
-        if (end == start) line.back() = line.front();
+        if (end == start)
+            line.back() = line.front();
+        else if (ahead < 0.0)
+            std::reverse(line.begin(), line.end());
         return line;
     }
 

@@ -46,7 +46,7 @@ bool clip(const osg::Plane& plane, CutSegment& segment)
 }
 
 /** The box of a terrain tile, which the finer tiles below it do not leave either; not valid for other nodes. Reading a
- *  file of four tiles costs a hundred times what the rest of a cut does, and the sphere is up to half as wide again. */
+ *  file of four tiles costs fifty times what cutting it does, and the sphere is up to half as wide again. */
 osg::BoundingBoxd terrainBox(const osg::Node& node, const osg::Vec3d& centre, double radius)
 {
     static const std::string kStartX = "startX";

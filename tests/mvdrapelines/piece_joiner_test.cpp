@@ -224,6 +224,22 @@ TEST(PieceJoiner, GoesOnFromWhereAStretchWasRevisited)
     expectLines(joined({along({0, 10}), along({10, 0}), {{0, 0, 0}, {0, 5, 0}}}), {{{0, 5, 0}, {0, 0, 0}, {10, 0, 0}}});
 }
 
+// Under an overhang the first piece found may run against the others.
+TEST(PieceJoiner, RunsAsMostOfItDoes)
+{
+    expectLines(joined({{{12, 0, 0}, {10, 0, 0}}, along({0, 10})}), {along({0, 10, 12})});
+    expectLines(joined({along({10, 12}), {{10, 0, 0}, {0, 0, 0}}}), {along({12, 10, 0})});
+}
+
+TEST(PieceJoiner, HasAPieceOnceHoweverOftenItIsFound)
+{
+    const Line piece{{0, 0, 1}, {4, 0, 2}, {7, 0, 1}};
+    Lines pieces;
+    for (int i = 0; i < 1000; ++i)
+        pieces.push_back(i % 2 == 0 ? piece : Line(piece.rbegin(), piece.rend()));
+    expectLines(joined(pieces), {piece});
+}
+
 TEST(PieceJoiner, HasARingOnceThatIsFoundTwice)
 {
     const Line ring{{0, 0, 0}, {10, 0, 0}, {10, 0, 10}, {0, 0, 10}, {0, 0, 0}};

@@ -240,6 +240,14 @@ TEST_F(TerrainSection, StopsWhereTilesAreFinerThanTheDem)
     EXPECT_EQ(driver->statistics().tilesBuilt, 1U + 1U + 2U); // the quarters, and those of the two southern ones
 }
 
+// The southern quarters end at 320 m; their bounding spheres reach to 386 m.
+TEST_F(TerrainSection, ReadsNothingBelowATileThatItPassesBeside)
+{
+    ASSERT_EQ(driver->add(source()), 0);
+    EXPECT_THAT(drape({{20, 330, 0}, {620, 330, 0}}), SizeIs(1));
+    EXPECT_EQ(driver->statistics().tilesBuilt, 1U + 1U + 2U); // the quarters, and those of the two northern ones
+}
+
 TEST_F(TerrainSection, WritesNothingToTheDisk)
 {
     ASSERT_EQ(driver->add(source()), 0);
