@@ -186,7 +186,8 @@ TEST(PieceJoinerLaws, CoveringTwiceChangesNeitherCourseNorLength)
     }
 }
 
-// Lines that cross each other and themselves anywhere: whatever is joined to what, no stretch comes or goes.
+// Lines that cross each other and themselves anywhere: whatever is joined to what, no stretch comes or goes. An end that
+// comes within 1e-4 of another line by chance may be moved onto it.
 TEST(PieceJoinerLaws, TheTotalLengthStaysInATangle)
 {
     Random random(kSeed);
@@ -202,7 +203,7 @@ TEST(PieceJoinerLaws, TheTotalLengthStaysInATangle)
             pieces.push_back(piece);
             if (random.below(2) == 0) pieces.push_back({piece.back(), {random.between(0, 5), 0.0, 1.0}});
         }
-        EXPECT_NEAR(lengthOf(joined(pieces)), lengthOf(pieces), 1e-6);
+        EXPECT_NEAR(lengthOf(joined(pieces)), lengthOf(pieces), 1e-3);
     }
 }
 
