@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <cmath>
 #include <limits>
 
@@ -86,6 +87,52 @@ TEST(DrapedLine, TellsTheWayThereFromTheWayBack)
     EXPECT_THAT(line.pieces[1].distances, ElementsAre(130.0, 160.0));
 }
 
+TEST(DrapedLine, TurnsBackWithinAPiece)
+{
+    const Points thereAndBack{{0.0, 0.0, 0.0}, {100.0, 0.0, 0.0}, {0.0, 0.0, 0.0}};
+    const DrapedLine line = drape(thereAndBack, {{{70.0, 0.0, 1.0}, {100.0, 0.0, 1.0}, {40.0, 0.0, 1.0}}});
+    ASSERT_EQ(line.pieces.size(), 1U);
+    EXPECT_THAT(line.pieces[0].distances, ElementsAre(70.0, 100.0, 160.0));
+}
+
+// A square of 100 m: the surface round its first corner is the last 20 m and the first 30 m of the line.
+TEST(DrapedLine, EndsAPieceWhereAClosedLineEnds)
+{
+    const Points square{{0.0, 0.0, 0.0}, {100.0, 0.0, 0.0}, {100.0, 100.0, 0.0}, {0.0, 100.0, 0.0}, {0.0, 0.0, 0.0}};
+    const DrapedLine line = drape(square, {{{0.0, 20.0, 7.0}, {0.0, 0.0, 8.0}, {30.0, 0.0, 9.0}}});
+    ASSERT_EQ(line.pieces.size(), 2U);
+    EXPECT_THAT(line.pieces[0].distances, ElementsAre(0.0, 30.0));
+    EXPECT_THAT(line.pieces[0].points, ElementsAre(osg::Vec3d(0.0, 0.0, 8.0), osg::Vec3d(30.0, 0.0, 9.0)));
+    EXPECT_THAT(line.pieces[1].distances, ElementsAre(380.0, 400.0));
+    EXPECT_DOUBLE_EQ(coveredLength(line), 50.0);
+    EXPECT_DOUBLE_EQ(figuresOf(line).lengthPlan, 50.0);
+}
+
+// Rows of 1000 m, 1 m apart, in steps of 1 m. Looking at each segment for each piece would take minutes.
+TEST(DrapedLine, IsQuickWithManyPointsAndPieces)
+{
+    constexpr int kRows = 60;
+    constexpr int kColumns = 1000;
+    Points given;
+    for (int row = 0; row < kRows; ++row)
+        for (int i = 0; i < kColumns; ++i)
+            given.emplace_back(row % 2 == 0 ? i : kColumns - 1 - i, row, 0.0);
+    std::vector<Points> pieces;
+    std::vector<double> starts;
+    for (std::size_t i = 0; i + 1 < given.size(); ++i)
+    {
+        pieces.push_back({(given[i] * 3.0 + given[i + 1]) / 4.0, (given[i] + given[i + 1] * 3.0) / 4.0});
+        starts.push_back(static_cast<double>(i) + 0.25);
+    }
+    const auto before = std::chrono::steady_clock::now();
+    const DrapedLine line = drape(given, pieces);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(10));
+    std::vector<double> found;
+    for (const DrapedPiece& piece : line.pieces)
+        found.push_back(piece.from());
+    EXPECT_THAT(found, Pointwise(DoubleNear(1e-6), starts));
+}
+
 // Without data the ground is at 0: the cliff down to it and the pit are no ground.
 TEST(DrapedLine, LeavesOutWhatLeadsBelowTheFloor)
 {
@@ -133,7 +180,7 @@ TEST(ClippedSurface, LeavesOutTrianglesThatLeadBelowTheFloor)
 {
     Points triangles{{0.0, 0.0, 0.0}, {1.0, 0.0, 9.0}, {0.0, 1.0, 9.0},      {0.0, 0.0, 8.0}, {1.0, 0.0, 9.0},
                      {0.0, 1.0, 9.0}, {0.0, 0.0, 8.0}, {1.0, 0.0, HUGE_VAL}, {0.0, 1.0, 9.0}};
-    leaveOutBelow(triangles, 5.0);
+    EXPECT_EQ(leaveOutBelow(triangles, 5.0), 0.5);
     ASSERT_EQ(triangles.size(), 3U);
     EXPECT_EQ(triangles[0].z(), 8.0);
 }

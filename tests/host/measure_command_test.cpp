@@ -242,6 +242,7 @@ TEST_F(MeasureCommand, RefusesWhatItCannotUse)
     expectOneSentence(line + "--out a.xyz", "tells no format");
     expectOneSentence(line + "--json --format csv", "standard output");
     expectOneSentence(line + "--picture a.nonsense", "picture format");
+    expectOneSentence(line + "--picture a.svg", "picture format"); // the toolkit may read it, but does not write it
     expectOneSentence("clip " + model + " --polygon \"0,0 9,9\"", "at least three");
     expectOneSentence("clip " + model + " --polygon \"0,0 9,9 5,5\"", "on one line");
     expectOneSentence(polygon + "--heights 5", "LOW,HIGH");
@@ -253,6 +254,32 @@ TEST_F(MeasureCommand, RefusesWhatItCannotUse)
     expectOneSentence("pick " + model + " --from " + quoted(folder.write("p.csv", "1,9999\n")), "outside the picture");
     const std::string two = folder.write("two.csv", "line,x,y\n1,0,0\n1,9,9\n2,0,0\n2,9,0\n");
     expectOneSentence("drape " + model + " --profile a.svg --from " + quoted(two), "one line");
+}
+
+TEST_F(MeasureCommand, OverwritesNeitherItsOutputsNorItsInputs)
+{
+    const std::string points = folder.write("a.csv", "x,y\n0,50\n100,50\n");
+    const std::string line = "drape " + model + " --from " + quoted(points) + " --out ";
+    expectOneSentence(line + quoted(points), "--from and --out name the same file");
+    expectOneSentence(line + quoted(folder.path("./a.csv")), "same file");
+    std::filesystem::create_hard_link(points, folder.path("link.csv"));
+    expectOneSentence(line + quoted(folder.path("link.csv")), "same file");
+    expectOneSentence(line + quoted(folder.path("p.svg")) + " --format csv --profile " + quoted(folder.path("p.svg")),
+                      "--out and --profile name the same file");
+    expectOneSentence("clip " + model + " --polygon \"0,0 9,0 9,9\" --format csv --out " + model, "MODEL and --out");
+    expectOneSentence("pick " + model + " --format csv --from " + quoted(points) + " --out " + quoted(points),
+                      "--from and --out");
+    EXPECT_EQ(readFile(points), "x,y\n0,50\n100,50\n");
+    EXPECT_FALSE(std::filesystem::exists(folder.path("p.svg")));
+}
+
+// Round the square, of which the sides at x = 90 lie beside the roof beyond y = 100.
+TEST_F(MeasureCommand, DrapeMeasuresAClosedLine)
+{
+    const std::string ring = " --line \"50,50 90,50 90,300 50,300 50,50\"";
+    const Json line = runForJson("drape " + model + ring)["lines"][0];
+    EXPECT_NEAR(line["covered"].get<double>(), 40.0 + 50.0 + 50.0, 1e-3);
+    EXPECT_NEAR(line["lengthPlan"].get<double>(), 140.0, 1e-3);
 }
 
 TEST_F(MeasureCommand, LeavesNothingHalfWritten)
@@ -269,6 +296,50 @@ TEST_F(MeasureCommand, LeavesNothingHalfWritten)
         names.push_back(entry.path().filename().string());
     std::sort(names.begin(), names.end());
     EXPECT_EQ(names, (std::vector<std::string>{"a.csv", "b.csv", "roof.osgb"}));
+}
+
+// Heights of 20 to 335 m, less than their own range above the 0 m of places without data.
+TEST_F(MeasureCommand, LeavesOutPlacesWithoutDataOnLowGround)
+{
+    RasterPlan plan = rasterAt(32613, 5e5, 4e6, 10.0, 64);
+    plan.noData = -9999.0;
+    const std::string dem = "--dem " + quoted(writeRaster(folder.path("dem.tif"), plan,
+                                                          [](int x, int y)
+                                                          {
+                                                              const bool isHole =
+                                                                  x >= 20 && x < 40 && y >= 20 && y < 40;
+                                                              return isHole ? -9999.0 : 20.0 + 5.0 * x;
+                                                          }));
+    const Json line = runForJson("drape " + dem + " --line \"500010,3999700 500630,3999700\"")["lines"][0];
+    EXPECT_NEAR(line["leftOut"].get<double>(), 200.0, 25.0);
+    EXPECT_GT(line["lowest"].get<double>(), 19.0);
+
+    const std::string clip = "clip " + dem +
+                             " --finest --polygon \"500150,3999550 500450,3999550 500450,3999850 "
+                             "500150,3999850\"";
+    const Json surface = runForJson(clip);
+    EXPECT_NEAR(surface["leftOut"].get<double>(), 40000.0, 5000.0);
+    EXPECT_NEAR(surface["areaPlan"].get<double>() + surface["leftOut"].get<double>(), 90000.0, 1.0);
+    EXPECT_NE(run(clip).err.find("where the DEM has no data"), std::string::npos);
+
+    const std::string pick = "pick " + dem + " 50 50 --size 100x100 ";
+    EXPECT_TRUE(runForJson(pick + "--eye 500300,3999700,2000 --target 500300,3999700,0")["hit"].is_null());
+    EXPECT_NE(run(pick + "--eye 500300,3999700,2000 --target 500300,3999700,0").err.find("the DEM has no data"),
+              std::string::npos);
+    const Json beside = runForJson(pick + "--eye 500502,3999500,2000 --target 500502,3999500,0");
+    EXPECT_NEAR(beside["hit"][2].get<double>(), 267.5, 5.0);
+}
+
+TEST_F(MeasureCommand, WarnsWherePlacesWithoutDataCannotBeTold)
+{
+    RasterPlan plan = rasterAt(32613, 5e5, 4e6, 10.0, 64);
+    const auto shore = [](int x, int) { return x - 32.0; };
+    const std::string whole = writeRaster(folder.path("whole.tif"), plan, shore);
+    plan.noData = -9999.0;
+    const std::string holes = writeRaster(folder.path("holes.tif"), plan, shore);
+    const std::string line = " --line \"500010,3999700 500630,3999700\"";
+    EXPECT_NE(run("drape --dem " + quoted(holes) + line).err.find("they count as 0 m"), std::string::npos);
+    EXPECT_EQ(run("drape --dem " + quoted(whole) + line).err, "");
 }
 
 // Heights rise 0.1 m a metre eastwards; its north-west quarter has no data.

@@ -31,7 +31,7 @@ ModelSystem utm()
 }
 } // namespace
 
-TEST(ResultText, KeepsATenthOfAMillimetreAtFourMillion)
+TEST(ResultText, KeepsAHundredthOfAMillimetreAtFourMillion)
 {
     for (const double value : {4e6 + 0.0001, -4123456.7891, 0.00012345, 0.0, 1e-17, 500000.0})
     {
@@ -82,6 +82,25 @@ TEST(ResultText, SaysNothingAboutASystemThatIsNotKnown)
     const Json json = parse(toGeoJson(twoPieces(), local));
     EXPECT_EQ(json["coordinateSystem"]["origin"], parse("[500000.0,4000000.0,0.0]"));
     EXPECT_FALSE(json.contains("crs"));
+}
+
+// Degrees in plan and metres of height make no length or area.
+TEST(ResultText, LeavesOpenWhatHasNoUnit)
+{
+    ModelSystem degrees = utm();
+    degrees.unit = "degrees";
+    EXPECT_TRUE(toJson(figuresOf(kTriangles), degrees)["areaSpace"].is_null());
+    EXPECT_EQ(toJson(figuresOf(kTriangles), degrees)["areaPlan"], 6.0);
+    EXPECT_TRUE(toJson(figuresOf(twoPieces().front()), degrees)["lengthSpace"].is_null());
+    EXPECT_EQ(toJson(figuresOf(kTriangles), utm())["areaSpace"], 7.0);
+}
+
+TEST(ResultText, TellsSmallAreasInDegrees)
+{
+    ModelSystem degrees;
+    degrees.unit = "degrees";
+    EXPECT_EQ(readableArea(1.2345678e-8, degrees), "1.23457e-08 square degrees");
+    EXPECT_EQ(readableArea(12.346, utm()), "12.35 m\xC2\xB2");
 }
 
 TEST(ResultText, WritesNineColumnsATriangle)

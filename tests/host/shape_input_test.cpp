@@ -141,6 +141,72 @@ TEST_F(ShapeInput, NamesTheRowThatHoldsNoPoint)
     EXPECT_THAT(lineFault("a.csv", "x,y\n"), HasSubstr("holds no line"));
 }
 
+TEST_F(ShapeInput, KnowsTheNamesOfPlaces)
+{
+    for (const char* content :
+         {"id,east,north\n9,1,2\n8,3,4\n", "id,Easting,Northing\n9,1,2\n8,3,4\n", "lat;lon\n2;1\n4;3\n",
+          "n,latitude,longitude\n9,2,1\n8,4,3\n", "first,second\n1,2\n3,4\n"})
+    {
+        SCOPED_TRACE(content);
+        EXPECT_THAT(plan(lines("points.csv", content).front()), ElementsAre(at(1, 2), at(3, 4)));
+    }
+}
+
+TEST_F(ShapeInput, RefusesAHeadingThatDoesNotSayWhereThePlacesAre)
+{
+    for (const char* content : {"id,rechts,hoch\n9,1,2\n8,3,4\n", "id,x\n9,1\n8,3\n", "a,x,north\n9,1,2\n8,3,4\n"})
+    {
+        SCOPED_TRACE(content);
+        EXPECT_THAT(lineFault("a.csv", content), HasSubstr("Row 1 of '"));
+        EXPECT_THAT(lineFault("a.csv", content), HasSubstr("x and y, east and north"));
+    }
+}
+
+// Decimal commas are no numbers here, and no names either.
+TEST_F(ShapeInput, TakesNoRowOfDigitsForAHeading)
+{
+    for (const char* row : {"10,5;1250,5", "10,5;-1250,5", "1.5e,.5e", "3"})
+    {
+        SCOPED_TRACE(row);
+        EXPECT_THAT(lineFault("a.csv", std::string(row) + "\n1,2\n3,4\n"), HasSubstr("Row 1 of '"));
+    }
+}
+
+TEST_F(ShapeInput, RepeatsNoControlCharacters)
+{
+    EXPECT_THAT(lineFault("a.csv", "x,y\n\x1B[31m,2\n"), HasSubstr("holds no point: '?[31m,2'."));
+    EXPECT_THAT(lineFault("a.json", R"({"type":"\u001b[31m"})"), HasSubstr("a GeoJSON ?[31m where"));
+}
+
+TEST_F(ShapeInput, RefusesUtf16)
+{
+    EXPECT_THAT(lineFault("a.csv", std::string("\xFF\xFE"
+                                               "1\0,\0",
+                                               6)),
+                HasSubstr("is UTF-16 text"));
+    EXPECT_THAT(lineFault("a.csv", std::string("\xFE\xFF"
+                                               "\0"
+                                               "1",
+                                               4)),
+                HasSubstr("is UTF-16 text"));
+}
+
+TEST_F(ShapeInput, RefusesWhatCannotBeMeasured)
+{
+    EXPECT_THAT(sentenceOf([] { (void)readLines("0,0 1e13,0", ""); }), HasSubstr("larger than 1e12"));
+    EXPECT_THAT(sentenceOf([] { (void)readBoundary("0,0 1e13,0 5,5", ""); }), HasSubstr("larger than 1e12"));
+    EXPECT_THAT(sentenceOf([] { (void)readLines("0,0 1e-7,0", ""); }), HasSubstr("shorter than 1e-6"));
+}
+
+// In binary the three are not exactly on one line.
+TEST_F(ShapeInput, AllowsForRoundingInAFlatPolygon)
+{
+    EXPECT_THAT(sentenceOf([] { (void)readBoundary("0.1,0.1 0.2,0.2 0.3,0.3", ""); }), HasSubstr("lie on one line"));
+    EXPECT_THAT(sentenceOf([] { (void)readBoundary("500000.1,1.1 500000.2,1.2 500000.4,1.4", ""); }),
+                HasSubstr("lie on one line"));
+    EXPECT_EQ(readBoundary("500000,4000000 500000.01,4000000 500000,4000000.01", "").size(), 4U);
+}
+
 TEST_F(ShapeInput, ReadsLinesOfGeoJson)
 {
     const std::string line = R"({"type":"LineString","coordinates":[[1,2],[3,4,5]]})";

@@ -65,6 +65,7 @@ struct IntersectionVisitorTest : public testing::Test
         node->setCenter(osg::Vec3());
         node->setRadius(10.0F);
     }
+    ~IntersectionVisitorTest() override { files->lastOptions = nullptr; }
 
     /** A range, with the child "c<i>" if it is loaded and the file "f<i>". */
     void addRange(float minimum, float maximum, bool isLoaded)

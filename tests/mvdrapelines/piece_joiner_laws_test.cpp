@@ -186,8 +186,8 @@ TEST(PieceJoinerLaws, CoveringTwiceChangesNeitherCourseNorLength)
     }
 }
 
-// Lines that cross each other and themselves anywhere: whatever is joined to what, no stretch comes or goes. An end that
-// comes within 1e-4 of another line by chance may be moved onto it.
+// Lines that cross each other and themselves anywhere: whatever is joined to what, no stretch comes or goes. An end
+// that comes within 1e-4 of another line by chance may be moved onto it.
 TEST(PieceJoinerLaws, TheTotalLengthStaysInATangle)
 {
     Random random(kSeed);
