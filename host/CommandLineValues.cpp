@@ -74,4 +74,13 @@ std::vector<std::string_view> splitText(std::string_view text, std::string_view 
     }
     return pieces;
 }
+
+std::string quotable(std::string_view text)
+{
+    constexpr std::size_t kMostBytes = 60;
+    std::string quoted(text.substr(0, kMostBytes));
+    const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
+    std::replace_if(quoted.begin(), quoted.end(), isControl, '?');
+    return text.size() > kMostBytes ? quoted + "..." : quoted;
+}
 } // namespace mvgeo::host

@@ -25,4 +25,7 @@ std::optional<osg::Vec3f> parseColour(std::string_view text);
 
 /** The pieces between any of `separators`; empty pieces are left out. */
 std::vector<std::string_view> splitText(std::string_view text, std::string_view separators);
+
+/** Foreign text as a sentence may repeat it: its first 60 bytes, without control characters. */
+std::string quotable(std::string_view text);
 } // namespace mvgeo::host

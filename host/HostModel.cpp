@@ -169,7 +169,7 @@ std::vector<std::vector<osg::Vec3d>> HostModel::drape(const std::vector<osg::Vec
     const std::vector<KdGePoint3d> polyline = toHostPoints(line);
     std::vector<std::vector<KdGePoint3d>> draped;
     if (!_model->section(&KdGeMatrix3d::kIdentity, &polyline, &draped))
-        throw HostError("The library refused to drape the line; its log tells why.");
+        throw HostError("The library refused to drape the line; its log, which --log-dir asks for, tells why.");
     std::vector<std::vector<osg::Vec3d>> pieces;
     pieces.reserve(draped.size());
     for (const std::vector<KdGePoint3d>& piece : draped)
@@ -186,7 +186,8 @@ std::vector<osg::Vec3d> HostModel::clip(const std::vector<osg::Vec3d>& boundary,
     std::vector<KdGePoint3d> triangles;
     if (!_model->clip(how.outside ? 1 : 0, how.rootFile.value_or(kAllFiles), &KdGeMatrix3d::kIdentity, &ring,
                       how.heights ? heights : nullptr, how.finest ? kFinest : 0, &triangles))
-        throw HostError("The library refused to clip the model; its log tells why.");
+        throw HostError("The library refused to clip the model: the boundary may enclose no area. Its log, which "
+                        "--log-dir asks for, tells why.");
     return toScenePoints(triangles);
 }
 

@@ -6,13 +6,29 @@
 #include <osgDB/FileNameUtils>
 #include <osgDB/Registry>
 
+#include <algorithm>
 #include <filesystem>
+#include <optional>
 #include <sstream>
 
 namespace fs = std::filesystem;
 
 namespace mvgeo::host
 {
+namespace
+{
+/** In memory: the toolkit's file writers either do not notice a full disk or end the process. Empty if the toolkit
+ * cannot write what the file's name ends in. */
+std::optional<std::string> encode(const osg::Image& picture, const std::string& file)
+{
+    osgDB::ReaderWriter* writer =
+        osgDB::Registry::instance()->getReaderWriterForExtension(osgDB::getLowerCaseFileExtension(file));
+    std::ostringstream bytes;
+    if (!writer || !writer->writeImage(picture, bytes).success()) return std::nullopt;
+    return bytes.str();
+}
+} // namespace
+
 void checkPlaceOf(const std::string& what, const std::string& file)
 {
     const fs::path path(file);
@@ -30,20 +46,19 @@ void checkPlaceOf(const std::string& what, const std::string& file)
 void checkPicturePath(const std::string& file)
 {
     checkPlaceOf("picture", file);
-    const std::string extension = fs::path(file).extension().string();
-    if (extension.size() < 2 || !osgDB::Registry::instance()->getReaderWriterForExtension(extension.substr(1)))
-        throw HostError("'" + file + "' does not end in the extension of a known picture format, such as .png.");
+    const osg::ref_ptr<osg::Image> tiny = new osg::Image;
+    tiny->allocateImage(1, 1, 1, GL_RGB, GL_UNSIGNED_BYTE);
+    std::fill_n(tiny->data(), tiny->getTotalSizeInBytes(), static_cast<unsigned char>(0));
+    if (!encode(*tiny, file)) // the toolkit reads more formats than it writes
+        throw HostError("'" + file +
+                        "' does not end in the extension of a picture format that can be written, such as .png.");
 }
 
 void writePicture(const osg::Image& picture, const std::string& file)
 {
-    // Encoded in memory: the toolkit's file writers either do not notice a full disk or end the process.
-    osgDB::ReaderWriter* writer =
-        osgDB::Registry::instance()->getReaderWriterForExtension(osgDB::getLowerCaseFileExtension(file));
-    std::ostringstream bytes;
-    if (!writer || !writer->writeImage(picture, bytes).success())
-        throw HostError("Cannot encode the picture '" + file + "'.");
-    const WriteResult result = writeWholeFile(bytes.str(), file);
+    const std::optional<std::string> bytes = encode(picture, file);
+    if (!bytes) throw HostError("Cannot encode the picture '" + file + "'.");
+    const WriteResult result = writeWholeFile(*bytes, file);
     if (!result.error.empty()) throw HostError("Cannot write the picture: " + result.error + ".");
 }
 

@@ -57,9 +57,12 @@ void checkRoot(const ClipOptions& options, const OpenModel& open)
                         std::to_string(count) + ", counted from 0.");
 }
 
-std::string readableArea(double area, const ModelSystem& system)
+/** What went without a word so far. */
+void tellWhatIsLeftOut(double area, const ModelSystem& system)
 {
-    return readableLength(area, system.isMetric() ? "m\xC2\xB2" : "square " + system.unit);
+    if (area > 0.0)
+        std::cerr << "mvgeo: Of what the polygon cuts out " << readableArea(area, system)
+                  << " lie where the DEM has no data; that is left out.\n";
 }
 
 void printForPeople(const ClipOptions& options, const SurfaceFigures& figures, const ModelSystem& system)
@@ -73,16 +76,21 @@ void printForPeople(const ClipOptions& options, const SurfaceFigures& figures, c
               << readableLength(figures.highest, "m") << '\n';
 }
 
-Json reportOf(const ClipOptions& options, const SurfaceFigures& figures, const ModelSystem& system)
+Json reportOf(const ClipOptions& options, const SurfaceFigures& figures, double leftOut, const ModelSystem& system)
 {
-    Json report{{"coordinateSystem", toJson(system)}, {"outside", options.outside}, {"finest", options.finest}};
-    report.update(toJson(figures));
+    Json report{{"coordinateSystem", toJson(system)},
+                {"outside", options.outside},
+                {"finest", options.finest},
+                {"leftOut", leftOut}};
+    report.update(toJson(figures, system));
     return report;
 }
 
 void runClip(const ClipOptions& options)
 {
     const std::optional<ResultFormat> format = checkResultOptions(options.result);
+    checkApart({{"--out", options.result.out}, {"--picture", options.result.picture}},
+               inputsOf(options.model, options.from));
     const HostModel::Clipping how = clippingOf(options);
     const Points boundary = readBoundary(options.polygon, options.from);
     const OpenModel open = openModel(options.model);
@@ -93,7 +101,8 @@ void runClip(const ClipOptions& options)
     if (draws || !options.finest) convergeOrFail(*open.model, frame, options.view);
 
     Points triangles = open.model->clip(boundary, how);
-    leaveOutBelow(triangles, open.floor);
+    const double leftOut = leaveOutBelow(triangles, open.floor);
+    tellWhatIsLeftOut(leftOut, system);
     if (draws)
     {
         ResultDrawing drawing(frame.height);
@@ -104,7 +113,7 @@ void runClip(const ClipOptions& options)
         writeResult(options.result,
                     *format == ResultFormat::Csv ? trianglesToCsv(triangles) : trianglesToGeoJson(triangles, system));
     if (options.result.json)
-        printJson(reportOf(options, figuresOf(triangles), system));
+        printJson(reportOf(options, figuresOf(triangles), leftOut, system));
     else if (isReportPrinted(options.result))
         printForPeople(options, figuresOf(triangles), system);
     failOnViolations(open.model->tiles());

@@ -4,6 +4,7 @@
 #include "HostError.h"
 #include "PictureFile.h"
 #include "TerminalProgress.h"
+#include "measure/ResultText.h"
 #include "terrain/GdalSession.h"
 
 #include <KdEdVariables.h>
@@ -48,15 +49,29 @@ void addTerrain(OpenModel& open)
     throw HostError("The library cannot make a terrain of '" + open.input.given + "'; its log tells why.");
 }
 
-/** Where a DEM has no data the library puts the ground at 0, which may be far below all of it: then neither the camera
- *  nor the picture takes it for ground. */
+/** Where a DEM has no data the library puts the ground at 0. What leads below the floor is no ground but such a place.
+ *  Empty if the DEM's own ground may be at 0 too. */
+std::optional<double> floorBelow(double lowest, double highest)
+{
+    if (lowest <= 0.0) return std::nullopt;
+    return std::max(lowest - kHeightMargin * (highest - lowest), lowest / 2.0);
+}
+
+bool mayHaveHoles(const Terrain& terrain)
+{
+    return terrain.dem && (terrain.dem->source.noData || terrain.dem->used().noData);
+}
+
+/** Neither the camera nor the picture takes places without data for ground. */
 void lookAtTerrain(OpenModel& open)
 {
     const osg::BoundingBoxd& box = open.extents;
     const auto [lowest, highest] = open.terrain->heightRange().value_or(std::make_pair(box.zMin(), box.zMax()));
-    const double floor = lowest - kHeightMargin * (highest - lowest);
-    if (floor > 0.0) open.floor = floor;
-    if (open.floor) open.model->leaveOutBelow(static_cast<float>(floor));
+    open.floor = floorBelow(lowest, highest);
+    if (open.floor) open.model->leaveOutBelow(static_cast<float>(*open.floor));
+    if (!open.floor && mayHaveHoles(*open.terrain))
+        std::cerr << "mvgeo: the heights of the DEM begin at " << readableLength(lowest, "m")
+                  << ", so places without data cannot be told from ground; they count as 0 m.\n";
     open.look = TerrainLook{osg::Vec2f(static_cast<float>(lowest), static_cast<float>(highest))};
     open.sight.zMin() = std::max(box.zMin(), std::min(lowest, box.zMax()));
     open.sight.zMax() = std::max(open.sight.zMin(), std::min(highest, box.zMax()));

@@ -76,10 +76,10 @@ void printForPeople(const std::vector<DrapedLine>& lines, const ModelSystem& sys
     }
 }
 
-Json pieceToJson(const DrapedPiece& piece)
+Json pieceToJson(const DrapedPiece& piece, const ModelSystem& system)
 {
     Json json{{"from", piece.from()}, {"to", piece.to()}};
-    json.update(toJson(figuresOf(piece)));
+    json.update(toJson(figuresOf(piece), system));
     json["distances"] = piece.distances;
     json["points"] = pointsToJson(piece.points);
     return json;
@@ -91,10 +91,10 @@ Json reportOf(const std::vector<DrapedLine>& lines, const ModelSystem& system)
     for (const DrapedLine& line : lines)
     {
         Json json{{"given", line.length()}, {"covered", coveredLength(line)}, {"leftOut", line.leftOutPlan}};
-        json.update(toJson(figuresOf(line)));
+        json.update(toJson(figuresOf(line), system));
         json["pieces"] = Json::array();
         for (const DrapedPiece& piece : line.pieces)
-            json["pieces"].push_back(pieceToJson(piece));
+            json["pieces"].push_back(pieceToJson(piece, system));
         report["lines"].push_back(std::move(json));
     }
     return report;
@@ -120,6 +120,8 @@ void runDrape(const DrapeOptions& options)
 {
     const std::optional<ResultFormat> format = checkResultOptions(options.result);
     if (!options.profile.empty()) checkProfilePath(options.profile);
+    checkApart({{"--out", options.result.out}, {"--picture", options.result.picture}, {"--profile", options.profile}},
+               inputsOf(options.model, options.from));
     const std::vector<Points> lines = readLines(options.line, options.from);
     if (!options.profile.empty() && lines.size() > 1)
         throw HostError("A profile shows one line; the file holds " + std::to_string(lines.size()) + ".");

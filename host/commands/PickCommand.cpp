@@ -69,6 +69,28 @@ std::vector<PickedPixel> pickAll(HostModel& model, const ViewFrame& frame, const
     return picked;
 }
 
+/** A skirt is judged by the place that was hit: its foot may hang below the floor. */
+bool isGround(const PickedPixel& pixel, std::optional<double> floor)
+{
+    if (!pixel.hit || !floor) return true;
+    if (pixel.hit->z() < *floor) return false;
+    const SurfaceFigures triangle = figuresOf(pixel.triangle);
+    return triangle.areaPlan == 0.0 || triangle.lowest >= *floor;
+}
+
+/** What is no ground is not in the picture either: there is nothing under the pixel. */
+void leaveOutBelow(std::vector<PickedPixel>& pixels, std::optional<double> floor)
+{
+    for (PickedPixel& pixel : pixels)
+    {
+        if (isGround(pixel, floor)) continue;
+        std::cerr << "mvgeo: Under the pixel " << Json(pixel.column).dump() << ", " << Json(pixel.row).dump()
+                  << " the DEM has no data.\n";
+        pixel.hit.reset();
+        pixel.triangle.clear();
+    }
+}
+
 void printForPeople(const PickedPixel& pixel)
 {
     if (!pixel.hit)
@@ -139,11 +161,14 @@ void runPick(const PickOptions& options)
 {
     const Points pixels = pixelsOf(options);
     const std::optional<ResultFormat> format = checkResultOptions(options.result);
+    checkApart({{"--out", options.result.out}, {"--picture", options.result.picture}},
+               inputsOf(options.model, options.from));
     const OpenModel open = openModel(options.model);
     const ViewFrame frame = makeCamera(options.view, open.sight).frame(open.extents);
     convergeOrFail(*open.model, frame, options.view);
 
-    const std::vector<PickedPixel> picked = pickAll(*open.model, frame, pixels);
+    std::vector<PickedPixel> picked = pickAll(*open.model, frame, pixels);
+    leaveOutBelow(picked, open.floor);
     if (!options.result.picture.empty()) drawPicture(options, open, frame, picked);
     if (format)
         writeResult(options.result, *format == ResultFormat::Csv ? toCsv(picked) : toGeoJson(picked, systemOf(open)));

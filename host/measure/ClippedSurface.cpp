@@ -5,6 +5,20 @@
 
 namespace mvgeo::host
 {
+namespace
+{
+/** Along the normal, and as long as twice the triangle's area. */
+osg::Vec3d doubleArea(const osg::Vec3d& a, const osg::Vec3d& b, const osg::Vec3d& c)
+{
+    return (b - a) ^ (c - a);
+}
+
+bool isFinite(const osg::Vec3d& point)
+{
+    return std::isfinite(point.x()) && std::isfinite(point.y()) && std::isfinite(point.z());
+}
+} // namespace
+
 SurfaceFigures figuresOf(const Points& triangles)
 {
     SurfaceFigures figures;
@@ -18,27 +32,32 @@ SurfaceFigures figuresOf(const Points& triangles)
     figures.triangles = triangles.size() / 3;
     for (std::size_t first = 0; first + 2 < triangles.size(); first += 3)
     {
-        const osg::Vec3d twice = (triangles[first + 1] - triangles[first]) ^ (triangles[first + 2] - triangles[first]);
+        const osg::Vec3d twice = doubleArea(triangles[first], triangles[first + 1], triangles[first + 2]);
         figures.areaPlan += std::abs(twice.z()) / 2.0;
         figures.areaSpace += twice.length() / 2.0;
     }
     return figures;
 }
 
-void leaveOutBelow(Points& triangles, std::optional<double> floor)
+double leaveOutBelow(Points& triangles, std::optional<double> floor)
 {
-    const auto isGround = [floor](const osg::Vec3d& corner)
-    {
-        const bool finite = std::isfinite(corner.x()) && std::isfinite(corner.y()) && std::isfinite(corner.z());
-        return finite && !(floor && corner.z() < *floor);
-    };
+    double leftOut = 0.0;
     std::size_t kept = 0;
     for (std::size_t first = 0; first + 2 < triangles.size(); first += 3)
     {
-        if (!isGround(triangles[first]) || !isGround(triangles[first + 1]) || !isGround(triangles[first + 2])) continue;
-        for (std::size_t corner = 0; corner < 3; ++corner)
-            triangles[kept++] = triangles[first + corner];
+        const osg::Vec3d a = triangles[first];
+        const osg::Vec3d b = triangles[first + 1];
+        const osg::Vec3d c = triangles[first + 2];
+        if (!isFinite(a) || !isFinite(b) || !isFinite(c)) continue;
+        if (floor && std::min({a.z(), b.z(), c.z()}) < *floor)
+        {
+            leftOut += std::abs(doubleArea(a, b, c).z()) / 2.0;
+            continue;
+        }
+        for (const osg::Vec3d& corner : {a, b, c})
+            triangles[kept++] = corner;
     }
     triangles.resize(kept);
+    return leftOut;
 }
 } // namespace mvgeo::host

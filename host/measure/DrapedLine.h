@@ -8,7 +8,7 @@
 
 namespace mvgeo::host
 {
-/** One connected stretch of the surface on a line. */
+/** One connected stretch of the surface on a line; where a closed line ends at its start, two pieces meet. */
 struct DrapedPiece
 {
     Points points;

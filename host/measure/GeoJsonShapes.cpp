@@ -1,5 +1,6 @@
 #include "GeoJsonShapes.h"
 
+#include "CommandLineValues.h"
 #include "HostError.h"
 
 #include <nlohmann/json.hpp>
@@ -63,7 +64,7 @@ void addPoints(const GeoJson& list, std::vector<Points>& lines)
 
 [[noreturn]] void failForType(const std::string& type, const std::string& wanted, const std::string& file)
 {
-    throw HostError("The file '" + file + "' holds a GeoJSON " + type.substr(0, 40) + " where a " + wanted +
+    throw HostError("The file '" + file + "' holds a GeoJSON " + quotable(type) + " where a " + wanted +
                     " is expected.");
 }
 

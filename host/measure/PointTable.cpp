@@ -10,14 +10,6 @@ namespace mvgeo::host
 {
 namespace
 {
-constexpr std::size_t kQuotedLength = 60; // bytes of a bad row that a sentence repeats
-
-std::string shortened(std::string_view text)
-{
-    if (text.size() <= kQuotedLength) return std::string(text);
-    return std::string(text.substr(0, kQuotedLength)) + "...";
-}
-
 std::string_view trimmed(std::string_view text)
 {
     constexpr std::string_view kAround = " \t\r\"";
@@ -64,14 +56,25 @@ struct Layout
     std::size_t y = 1;
     std::vector<std::size_t> lineKeys; ///< columns whose change begins another line
 
-    void readHeading(const std::vector<std::string_view>& heading, const std::pair<std::string, std::string>& names)
+    /** False if the heading does not say which two of its columns are meant. */
+    [[nodiscard]] bool readHeading(const std::vector<std::string_view>& heading, const ColumnNames& names)
     {
-        const auto first = findColumn(heading, names.first);
-        const auto second = findColumn(heading, names.second);
-        if (first && second) x = *first;
-        if (first && second) y = *second;
         for (const char* key : {"line", "piece"})
             if (const auto column = findColumn(heading, key)) lineKeys.push_back(*column);
+        bool isHalfNamed = false;
+        for (const auto& [nameOfX, nameOfY] : names)
+        {
+            const auto first = findColumn(heading, nameOfX);
+            const auto second = findColumn(heading, nameOfY);
+            if (first && second)
+            {
+                x = *first;
+                y = *second;
+                return true;
+            }
+            isHalfNamed = isHalfNamed || first || second;
+        }
+        return heading.size() <= 2 && !isHalfNamed && lineKeys.empty();
     }
 
     [[nodiscard]] std::optional<osg::Vec3d> point(const std::vector<std::string_view>& row) const
@@ -92,9 +95,32 @@ struct Layout
     }
 };
 
+bool beginsLikeNumber(std::string_view column)
+{
+    const std::size_t first = column.find_first_not_of("+-.,");
+    return first != std::string_view::npos && column[first] >= '0' && column[first] <= '9';
+}
+
 bool isHeading(const std::vector<std::string_view>& row)
 {
-    return std::none_of(row.begin(), row.end(), [](std::string_view column) { return parseNumber(column); });
+    return std::none_of(row.begin(), row.end(), beginsLikeNumber);
+}
+
+/** "x and y, or east and north". */
+std::string namesForPeople(const ColumnNames& names)
+{
+    std::string text;
+    for (std::size_t i = 0; i < names.size(); ++i)
+    {
+        if (i > 0) text += i + 1 < names.size() ? ", " : ", or ";
+        text += names[i].first + " and " + names[i].second;
+    }
+    return text;
+}
+
+std::string rowOf(std::size_t number, const std::string& file)
+{
+    return "Row " + std::to_string(number) + " of '" + file + "'";
 }
 } // namespace
 
@@ -106,15 +132,14 @@ Points parsePointList(std::string_view text, const std::string& option)
         const std::size_t comma = piece.find(',');
         const bool hasHeight = comma != std::string_view::npos && piece.find(',', comma + 1) != std::string_view::npos;
         auto point = parsePoint(hasHeight ? std::string(piece) : std::string(piece) + ",0");
-        if (!point) throw HostError(option + ": '" + shortened(piece) + "' is not a point x,y.");
+        if (!point) throw HostError(option + ": '" + quotable(piece) + "' is not a point x,y.");
         point->z() = 0.0;
         points.push_back(*point);
     }
     return points;
 }
 
-std::vector<Points> readPointTable(std::string_view text, const std::pair<std::string, std::string>& names,
-                                   const std::string& file)
+std::vector<Points> readPointTable(std::string_view text, const ColumnNames& names, const std::string& file)
 {
     std::vector<Points> lines;
     Layout layout;
@@ -129,13 +154,12 @@ std::vector<Points> readPointTable(std::string_view text, const std::pair<std::s
         const std::vector<std::string_view> row = splitRow(content);
         if (std::exchange(isFirst, false) && isHeading(row))
         {
-            layout.readHeading(row, names);
-            continue;
+            if (layout.readHeading(row, names)) continue;
+            throw HostError(rowOf(rowNumber, file) + " is a heading that does not name the two columns " +
+                            namesForPeople(names) + ": '" + quotable(content) + "'.");
         }
         const std::optional<osg::Vec3d> point = layout.point(row);
-        if (!point)
-            throw HostError("Row " + std::to_string(rowNumber) + " of '" + file + "' holds no point: '" +
-                            shortened(content) + "'.");
+        if (!point) throw HostError(rowOf(rowNumber, file) + " holds no point: '" + quotable(content) + "'.");
         std::string rowKey = layout.lineKey(row);
         if (lines.empty() || rowKey != key) lines.emplace_back();
         key = std::move(rowKey);

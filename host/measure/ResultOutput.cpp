@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <iostream>
 
+namespace fs = std::filesystem;
+
 namespace mvgeo::host
 {
 namespace
@@ -17,10 +19,19 @@ constexpr const char* kGeoJson = "geojson";
 
 ResultFormat formatByEnding(const std::string& file)
 {
-    const std::string extension = std::filesystem::path(file).extension().string();
+    const std::string extension = fs::path(file).extension().string();
     if (extension == ".csv") return ResultFormat::Csv;
     if (extension == ".geojson" || extension == ".json") return ResultFormat::GeoJson;
     throw HostError("--out: the ending of '" + file + "' tells no format; give --format geojson or csv.");
+}
+
+bool isSameFile(const std::string& a, const std::string& b)
+{
+    std::error_code error;
+    if (fs::equivalent(a, b, error) && !error) return true; // also by a link
+    const fs::path wholeA = fs::weakly_canonical(fs::absolute(a, error), error);
+    const fs::path wholeB = fs::weakly_canonical(fs::absolute(b, error), error);
+    return !error && wholeA == wholeB;
 }
 } // namespace
 
@@ -43,6 +54,29 @@ std::optional<ResultFormat> checkResultOptions(const ResultOptions& options)
     if (!options.format.empty()) return options.format == kCsv ? ResultFormat::Csv : ResultFormat::GeoJson;
     if (options.out.empty()) return std::nullopt;
     return formatByEnding(options.out);
+}
+
+void checkApart(const std::vector<NamedFile>& outputs, const std::vector<NamedFile>& inputs)
+{
+    std::vector<NamedFile> others = inputs;
+    for (const NamedFile& output : outputs)
+    {
+        if (output.path.empty()) continue;
+        for (const NamedFile& other : others)
+            if (!other.path.empty() && isSameFile(output.path, other.path))
+                throw HostError(other.option + " and " + output.option + " name the same file '" + output.path +
+                                "', which would be overwritten.");
+        others.push_back(output);
+    }
+}
+
+std::vector<NamedFile> inputsOf(const ModelOptions& model, const std::string& from)
+{
+    std::vector<NamedFile> inputs{{"--from", from}, {"--dom", model.terrain.dom}, {"--dem", model.terrain.dem}};
+    const auto rasters = splitTerrainPath(model.model);
+    if (rasters) inputs.insert(inputs.end(), {{"MODEL", rasters->dom}, {"MODEL", rasters->dem}});
+    if (!rasters) inputs.push_back({"MODEL", model.model});
+    return inputs;
 }
 
 bool isReportPrinted(const ResultOptions& options)

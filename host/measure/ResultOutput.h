@@ -1,9 +1,12 @@
 #pragma once
 
+#include "commands/CommonOptions.h"
+
 #include <CLI/CLI.hpp>
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace mvgeo::host
 {
@@ -28,6 +31,19 @@ void addResultOptions(CLI::App& command, ResultOptions& options);
 /** The format of the file of results, empty if none is wanted; from the ending of --out if it is not given. Asked
  *  before long work begins: throws HostError if the options contradict each other or a file cannot be written. */
 std::optional<ResultFormat> checkResultOptions(const ResultOptions& options);
+
+/** A file that a command reads or writes, and the option that names it. */
+struct NamedFile
+{
+    std::string option;
+    std::string path; ///< empty: none
+};
+
+/** Asked before anything is written. Throws HostError if one output would replace another, or an input. */
+void checkApart(const std::vector<NamedFile>& outputs, const std::vector<NamedFile>& inputs);
+
+/** What a model is read from, as far as the command line names files. */
+std::vector<NamedFile> inputsOf(const ModelOptions& model, const std::string& from);
 
 /** True unless standard output belongs to the file of results. */
 bool isReportPrinted(const ResultOptions& options);

@@ -29,6 +29,11 @@ void appendColumns(std::string& text, const osg::Vec3d& point)
     }
 }
 
+Json inSpace(double value, const ModelSystem& system)
+{
+    return system.isMetric() ? Json(value) : Json(nullptr);
+}
+
 /** Bytes that are not UTF-8 become replacement characters. */
 std::string oneLine(const Json& json)
 {
@@ -116,6 +121,15 @@ std::string readableLength(double value, const std::string& unit)
     return text + unit;
 }
 
+std::string readableArea(double value, const ModelSystem& system)
+{
+    if (system.isMetric()) return readableLength(value, "m\xC2\xB2");
+    if (system.unit != "degrees") return readableLength(value, "square " + system.unit);
+    char text[64];
+    std::snprintf(text, sizeof text, "%.6g ", value);
+    return text + ("square " + system.unit);
+}
+
 std::string toCsv(const std::vector<DrapedLine>& lines)
 {
     std::string text = "line,piece,distance,x,y,z\n";
@@ -143,7 +157,7 @@ std::string toGeoJson(const std::vector<DrapedLine>& lines, const ModelSystem& s
         {
             const DrapedPiece& piece = lines[line].pieces[number];
             Json properties{{"line", line + 1}, {"piece", number + 1}, {"from", piece.from()}, {"to", piece.to()}};
-            properties.update(toJson(figuresOf(piece)));
+            properties.update(toJson(figuresOf(piece), system));
             features.add(properties, [&piece](std::string& text) { appendLineString(text, piece.points); });
         }
     return features.finish();
@@ -165,7 +179,7 @@ std::string trianglesToCsv(const Points& triangles)
 std::string trianglesToGeoJson(const Points& triangles, const ModelSystem& system)
 {
     FeatureText features(system);
-    features.add(toJson(figuresOf(triangles)),
+    features.add(toJson(figuresOf(triangles), system),
                  [&triangles](std::string& text) { appendMultiPolygon(text, triangles); });
     return features.finish();
 }
@@ -201,19 +215,19 @@ std::string toGeoJson(const std::vector<PickedPixel>& pixels, const ModelSystem&
     return features.finish();
 }
 
-Json toJson(const LineFigures& figures)
+Json toJson(const LineFigures& figures, const ModelSystem& system)
 {
     return {{"lengthPlan", figures.lengthPlan},
-            {"lengthSpace", figures.lengthSpace},
+            {"lengthSpace", inSpace(figures.lengthSpace, system)},
             {"lowest", figures.lowest},
             {"highest", figures.highest}};
 }
 
-Json toJson(const SurfaceFigures& figures)
+Json toJson(const SurfaceFigures& figures, const ModelSystem& system)
 {
     return {{"triangles", figures.triangles},
             {"areaPlan", figures.areaPlan},
-            {"areaSpace", figures.areaSpace},
+            {"areaSpace", inSpace(figures.areaSpace, system)},
             {"lowest", figures.lowest},
             {"highest", figures.highest}};
 }

@@ -26,6 +26,9 @@ void appendNumber(std::string& text, double value);
 /** "1234.50 m": two digits after the point, more for degrees. */
 std::string readableLength(double value, const std::string& unit);
 
+/** Two digits after the point; six significant digits of square degrees. */
+std::string readableArea(double value, const ModelSystem& system);
+
 // Files of results. CSV begins with a heading. GeoJSON keeps the model's coordinates and says in "coordinateSystem",
 // and in "crs" where it has a name for it, what they are; without a word about it if that is not known.
 
@@ -44,9 +47,10 @@ std::string toCsv(const std::vector<PickedPixel>& pixels);
 /** A Point a pixel; without geometry where nothing is. */
 std::string toGeoJson(const std::vector<PickedPixel>& pixels, const ModelSystem& system);
 
-// What --json prints, and the properties of the features.
-Json toJson(const LineFigures& figures);
-Json toJson(const SurfaceFigures& figures);
+// What --json prints, and the properties of the features. What is measured in space is null where heights have another
+// unit than plan.
+Json toJson(const LineFigures& figures, const ModelSystem& system);
+Json toJson(const SurfaceFigures& figures, const ModelSystem& system);
 /** A list of points; null if there are none. */
 Json pointsToJson(const Points& points);
 } // namespace mvgeo::host

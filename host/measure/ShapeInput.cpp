@@ -5,8 +5,10 @@
 #include "PointTable.h"
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -16,8 +18,11 @@ namespace mvgeo::host
 namespace
 {
 constexpr std::uintmax_t kMaxFileBytes = 64 << 20; // a million points take half of it
-const std::pair<std::string, std::string> kPlaceNames("x", "y");
-const std::pair<std::string, std::string> kPixelNames("column", "row");
+constexpr double kLargestCoordinate = 1e12;        // beyond, neighbouring numbers are too far apart to measure with
+constexpr double kShortestLine = 1e-6;             // in plan
+const ColumnNames kPlaceNames{
+    {"x", "y"}, {"east", "north"}, {"easting", "northing"}, {"lon", "lat"}, {"longitude", "latitude"}};
+const ColumnNames kPixelNames{{"column", "row"}, {"x", "y"}};
 
 std::string readText(const std::string& file)
 {
@@ -33,6 +38,8 @@ std::string readText(const std::string& file)
     if (size > 0) content << stream.rdbuf();
     if (!stream) throw HostError("Cannot read the file '" + file + "'.");
     std::string text = content.str();
+    if (text.rfind("\xFF\xFE", 0) == 0 || text.rfind("\xFE\xFF", 0) == 0)
+        throw HostError("The file '" + file + "' is UTF-16 text; save it as UTF-8.");
     if (text.rfind("\xEF\xBB\xBF", 0) == 0) text.erase(0, 3); // the mark that some editors put before UTF-8
     if (text.find_first_not_of(" \t\r\n") == std::string::npos) throw HostError("The file '" + file + "' is empty.");
     return text;
@@ -57,14 +64,43 @@ bool isSamePlace(const osg::Vec3d& a, const osg::Vec3d& b)
     return a.x() == b.x() && a.y() == b.y();
 }
 
+void checkCoordinates(const Points& points)
+{
+    for (const osg::Vec3d& point : points)
+        if (std::max(std::abs(point.x()), std::abs(point.y())) > kLargestCoordinate)
+            throw HostError("A coordinate is larger than 1e12; nothing can be measured there.");
+}
+
 void checkLine(const Points& line)
 {
     if (line.size() < 2)
         throw HostError("A line needs at least two points, one has " + std::to_string(line.size()) +
                         ": nothing would be draped.");
-    const auto isStart = [&line](const osg::Vec3d& point) { return isSamePlace(point, line.front()); };
-    if (std::all_of(line.begin(), line.end(), isStart))
-        throw HostError("All points of a line are one place: nothing would be draped.");
+    checkCoordinates(line);
+    double length = 0.0;
+    for (std::size_t i = 1; i < line.size(); ++i)
+        length += std::hypot(line[i].x() - line[i - 1].x(), line[i].y() - line[i - 1].y());
+    if (length == 0.0) throw HostError("All points of a line are one place: nothing would be draped.");
+    if (length < kShortestLine) throw HostError("A line is shorter than 1e-6: nothing would be draped.");
+}
+
+/** True if no point is farther beside a line through the ring than rounded coordinates are. */
+bool isFlat(const Points& ring)
+{
+    double reach = 0.0;
+    osg::Vec3d along;
+    for (const osg::Vec3d& point : ring)
+    {
+        reach = std::max({reach, std::abs(point.x()), std::abs(point.y())});
+        if ((point - ring.front()).length2() > along.length2()) along = point - ring.front();
+    }
+    const double rounding = 4.0 * std::numeric_limits<double>::epsilon() * reach * along.length();
+    const auto isBeside = [&](const osg::Vec3d& point)
+    {
+        const osg::Vec3d to = point - ring.front();
+        return std::abs(along.x() * to.y() - along.y() * to.x()) > rounding;
+    };
+    return std::none_of(ring.begin(), ring.end(), isBeside);
 }
 
 /** Three points that do not lie on one line: only then anything can be enclosed. */
@@ -78,14 +114,8 @@ void checkRing(const Points& ring)
         if (distinct < 3 && !isStart(*point) && !isSamePlace(*point, *other)) distinct = 3;
     if (distinct < 3)
         throw HostError("A polygon needs at least three different points, one has " + std::to_string(distinct) + ".");
-    const osg::Vec3d along = *other - ring.front();
-    const auto isBeside = [&](const osg::Vec3d& point)
-    {
-        const osg::Vec3d to = point - ring.front();
-        return along.x() * to.y() - along.y() * to.x() != 0.0;
-    };
-    if (std::none_of(other, ring.end(), isBeside))
-        throw HostError("All points of a polygon lie on one line: it encloses nothing.");
+    checkCoordinates(ring);
+    if (isFlat(ring)) throw HostError("All points of a polygon lie on one line: it encloses nothing.");
 }
 
 Points joinRings(const std::vector<Points>& rings)

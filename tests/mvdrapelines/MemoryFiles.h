@@ -52,7 +52,7 @@ public:
     std::function<void(const std::string&)> whileReading;
     std::string throwing; // this file's reader throws
     std::vector<std::string> reads;
-    std::vector<std::optional<bool>> caching; // "isCaching" of each read
+    std::vector<std::optional<bool>> caching;       // "isCaching" of each read
     osg::ref_ptr<const osgDB::Options> lastOptions; // of ours, they hold us: whoever makes us lets go of them
 
 protected:

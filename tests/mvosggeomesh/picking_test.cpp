@@ -1,6 +1,9 @@
 #include "mvosggeomesh/PickRay.h"
 #include "mvosggeomesh/TiledModelFixture.h"
 
+#include <osg/Geode>
+#include <osg/Geometry>
+
 #include <cmath>
 #include <limits>
 
@@ -49,6 +52,86 @@ struct Picking : public TiledModelFixture
 };
 
 } // namespace
+
+// A sheet of 13 x 13 cells that does not lie level; rays along its edges and diagonals, some of which the toolkit's
+// intersector lets through between two triangles.
+TEST_F(Picking, HasNoGapsBetweenTriangles)
+{
+    constexpr unsigned int kSide = 14;
+    const osg::ref_ptr<osg::Vec3Array> vertices = new osg::Vec3Array;
+    const osg::ref_ptr<osg::DrawElementsUInt> corners = new osg::DrawElementsUInt(GL_TRIANGLES);
+    for (unsigned int i = 0; i < kSide * kSide; ++i)
+    {
+        const double x = 7.3 * (i % kSide);
+        const double y = 7.3 * (i / kSide);
+        vertices->push_back(osg::Vec3d(x, y, 0.37 * x + 0.11 * y));
+        if (i % kSide + 1 == kSide || i / kSide + 1 == kSide) continue;
+        for (const unsigned int corner : {i, i + 1, i + kSide, i + 1, i + kSide + 1, i + kSide})
+            corners->push_back(corner);
+    }
+    const osg::ref_ptr<osg::Geometry> sheet = new osg::Geometry;
+    sheet->setVertexArray(vertices);
+    sheet->addPrimitiveSet(corners);
+    const osg::ref_ptr<osg::Geode> geode = new osg::Geode;
+    geode->addDrawable(sheet);
+    const std::string file = folder / "sheet.osgb";
+    writeTile(*geode, file);
+    model().clear();
+    ASSERT_EQ(driver.add(file), 0);
+    look(fromAbove(1000.0));
+    int missed = 0;
+    for (unsigned int i = 0; i < corners->size(); ++i) // each edge, at a third of its way
+    {
+        const osg::Vec3d from((*vertices)[(*corners)[i]]);
+        const osg::Vec3d to((*vertices)[(*corners)[i % 3 == 2 ? i - 2 : i + 1]]);
+        const osg::Vec3d point = from + (to - from) / 3.0;
+        const bool isInside = point.x() > 0.1 && point.y() > 0.1 && point.x() < 94.8 && point.y() < 94.8;
+        if (isInside && !pick({point.x(), point.y(), point.z()})) ++missed;
+    }
+    EXPECT_EQ(missed, 0);
+}
+
+// 60 x 60 cells of a valley, z = |x - 50| / 10: large enough that picking makes itself a tree of the triangles.
+TEST_F(Picking, HitsALargeTileAlikeEachTime)
+{
+    constexpr unsigned int kSide = 61;
+    const osg::ref_ptr<osg::Vec3Array> vertices = new osg::Vec3Array;
+    const osg::ref_ptr<osg::DrawElementsUInt> corners = new osg::DrawElementsUInt(GL_TRIANGLES);
+    for (unsigned int i = 0; i < kSide * kSide; ++i)
+    {
+        const double x = 100.0 * (i % kSide) / (kSide - 1);
+        vertices->push_back(osg::Vec3d(x, 100.0 * (i / kSide) / (kSide - 1), std::abs(x - 50.0) / 10.0));
+        if (i % kSide + 1 == kSide || i / kSide + 1 == kSide) continue;
+        for (const unsigned int corner : {i, i + 1, i + kSide, i + 1, i + kSide + 1, i + kSide})
+            corners->push_back(corner);
+    }
+    const osg::ref_ptr<osg::Geometry> valley = new osg::Geometry;
+    valley->setVertexArray(vertices);
+    valley->addPrimitiveSet(corners);
+    const osg::ref_ptr<osg::Geode> geode = new osg::Geode;
+    geode->addDrawable(valley);
+    const std::string file = folder / "valley.osgb";
+    writeTile(*geode, file);
+    model().clear();
+    ASSERT_EQ(driver.add(file), 0);
+    look(fromAbove(1000.0));
+    for (int round = 0; round < 2; ++round)
+        for (const double x : {3.21, 40.3, 50.01, 77.7, 99.9})
+        {
+            SCOPED_TRACE(x);
+            const KdGePoint3d point(x, 61.3, std::abs(x - 50.0) / 10.0);
+            ASSERT_TRUE(pick(point));
+            expectPoint(hit, point.x, point.y, point.z, 1e-5);
+            ASSERT_TRUE(pickTriangle(point));
+            ASSERT_EQ(triangle.size(), 3U);
+            for (const KdGePoint3d& corner : triangle)
+            {
+                EXPECT_NEAR(corner.z, std::abs(corner.x - 50.0) / 10.0, 1e-5);
+                EXPECT_LT(corner.distanceTo(hit), 3.0);
+            }
+        }
+    EXPECT_FALSE(pick({100.2, 61.3, 5.0}));
+}
 
 // From (50, 50, 100) through (55, 48, 90) the ray moves by (0.5, -0.2, -1) a metre down: (100, 30, 0) at the ground -
 // but that is the edge, so half as steep: through (52.5, 49, 90) it comes down at (75, 40, 0).
