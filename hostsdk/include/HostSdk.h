@@ -10,5 +10,6 @@
 #include "KdString.h"
 #include "MvErrorStatus.h"
 #include "OrloCrashRecorder.h"
+#include "OrloPayloadAllocator.h"
 #include "OrloSystem.h"
 #include "OrloVariant.h"

@@ -12,6 +12,9 @@
  *
  *  Ownership: the variant owns its payload; copies copy it. Every payload comes from allocatePayload(). A null payload
  *  stands for zero, or for empty text.
+ *
+ *  Behind every block lie kSpareBytes more, zero at first and copied along: there are callers that take the size field
+ *  of a blob for the byte count of its value, both when they fill a block and when they read one.
  */
 class HOSTSDK_API OrloVariant
 {
@@ -25,6 +28,8 @@ public:
         kBlob = 4,
         kString = 5
     };
+
+    static constexpr std::uint32_t kSpareBytes = 4;
 
     OrloVariant() = default;
     OrloVariant(const OrloVariant& other);
@@ -52,7 +57,8 @@ public:
     /** Takes the block over (null is allowed) and frees the one before. `payload` must come from allocatePayload(). */
     void adopt(Tag tag, unsigned char* payload);
 
-    /** A block of `byteCount` bytes (at least 4), its size field filled in; null when memory runs out. */
+    /** A block of `byteCount` bytes (at least 4), its size field filled in, and the spare bytes; null when memory runs
+     *  out. */
     [[nodiscard]] static unsigned char* allocatePayload(std::uint32_t byteCount);
     static void freePayload(unsigned char* payload);
 

@@ -1,8 +1,10 @@
 #include "OrloVariant.h"
 
 #include "MvErrorStatus.h"
+#include "OrloPayloadAllocator.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -42,7 +44,10 @@ unsigned char* copyOf(const unsigned char* payload)
 {
     if (!payload) return nullptr;
     const std::uint32_t size = std::max(sizeField(payload), kSizeFieldBytes);
-    return newPayload(payload + kSizeFieldBytes, size - kSizeFieldBytes);
+    unsigned char* copy = newPayload(size - kSizeFieldBytes);
+    // All of it, also a size field below its own four bytes, and the spare bytes.
+    std::memcpy(copy, payload, std::size_t(size) + OrloVariant::kSpareBytes);
+    return copy;
 }
 
 // Zero if there is no block, or the block is too short for a Value.
@@ -55,7 +60,16 @@ Value valueIn(const unsigned char* payload)
     return value;
 }
 
+std::atomic<OrloPayloadAllocator*> payloadAllocator{nullptr};
+
 } // namespace
+
+OrloPayloadAllocator::~OrloPayloadAllocator() = default;
+
+void orloSetPayloadAllocator(OrloPayloadAllocator* allocator)
+{
+    payloadAllocator.store(allocator);
+}
 
 static_assert(std::is_standard_layout_v<OrloVariant>, "the layout is part of the interface");
 
@@ -150,12 +164,20 @@ void OrloVariant::adopt(Tag tag, unsigned char* payload)
 unsigned char* OrloVariant::allocatePayload(std::uint32_t byteCount)
 {
     const std::uint32_t size = std::max(byteCount, kSizeFieldBytes);
-    auto* payload = new (std::nothrow) unsigned char[size];
-    if (payload) std::memcpy(payload, &size, sizeof(size));
+    const std::size_t blockBytes = std::size_t(size) + kSpareBytes;
+    OrloPayloadAllocator* allocator = payloadAllocator.load();
+    auto* payload = allocator ? allocator->allocate(blockBytes) : new (std::nothrow) unsigned char[blockBytes];
+    if (!payload) return nullptr;
+    std::memcpy(payload, &size, sizeof(size));
+    std::memset(payload + size, 0, kSpareBytes);
     return payload;
 }
 
 void OrloVariant::freePayload(unsigned char* payload)
 {
-    delete[] payload;
+    OrloPayloadAllocator* allocator = payloadAllocator.load();
+    if (payload && allocator)
+        allocator->release(payload);
+    else
+        delete[] payload;
 }

@@ -2,6 +2,7 @@
 
 #include "HostText.h"
 #include "MvErrorStatus.h"
+#include "OrloPayloadAllocator.h"
 
 #include <gtest/gtest.h>
 
@@ -276,6 +277,86 @@ TEST(OrloVariant, RefusesABlobThatNoSizeFieldCanTell)
     EXPECT_THROW(variant.setBlob(&byte, 0xFFFFFFFCu), MvErrorStatus);
     EXPECT_THROW(variant.setBlob(nullptr, 1), MvErrorStatus);
     EXPECT_EQ(variant.int32(), 5);
+}
+
+// Whoever takes the size field of a blob for its byte count reads four bytes more than the value has.
+TEST(OrloVariant, FourSpareBytesLieBehindEveryBlock)
+{
+    unsigned char* payload = block("abc");
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(payload) + 4, 7), std::string("abc\0\0\0\0", 7));
+    std::memcpy(payload + 7, "defg", 4);
+    OrloVariant variant;
+    variant.adopt(OrloVariant::kBlob, payload);
+    const OrloVariant copy(variant);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(copy.payload()) + 4, 7), "abcdefg");
+}
+
+TEST(OrloVariant, ACopyKeepsASizeFieldOfZero)
+{
+    unsigned char* payload = OrloVariant::allocatePayload(4);
+    const std::uint32_t none = 0;
+    std::memcpy(payload, &none, sizeof(none));
+    OrloVariant variant;
+    variant.adopt(OrloVariant::kBlob, payload);
+    EXPECT_EQ(sizeFieldOf(OrloVariant(variant)), 0u);
+}
+
+/** Counts, and fails on demand. */
+class TestAllocator : public OrloPayloadAllocator
+{
+public:
+    TestAllocator() { orloSetPayloadAllocator(this); }
+    ~TestAllocator() override { orloSetPayloadAllocator(nullptr); }
+    unsigned char* allocate(std::size_t byteCount) override
+    {
+        if (isExhausted) return nullptr;
+        ++made;
+        return new unsigned char[byteCount];
+    }
+    void release(unsigned char* payload) override
+    {
+        ++freed;
+        delete[] payload;
+    }
+
+    int made = 0;
+    int freed = 0;
+    bool isExhausted = false;
+};
+
+TEST(OrloVariant, FreesEveryBlockOnce)
+{
+    TestAllocator blocks;
+    {
+        OrloVariant variant;
+        variant.setInt32(1);       // made 1
+        variant.setString("text"); // made 2, freed 1
+        OrloVariant copy(variant); // made 3
+        copy = variant;            // made 4, freed 2
+        OrloVariant moved(std::move(copy));
+        moved.adopt(OrloVariant::kBlob, moved.payload());
+        variant.clear(); // freed 3
+        EXPECT_EQ(blocks.made, 4);
+        EXPECT_EQ(blocks.freed, 3);
+    }
+    EXPECT_EQ(blocks.made, 4);
+    EXPECT_EQ(blocks.freed, 4);
+}
+
+TEST(OrloVariant, OutOfMemoryThrowsAndLeavesItAsItWas)
+{
+    TestAllocator blocks;
+    OrloVariant variant;
+    variant.setInt32(5);
+    blocks.isExhausted = true;
+    EXPECT_EQ(OrloVariant::allocatePayload(8), nullptr);
+    EXPECT_THROW(variant.setInt64(6), MvErrorStatus);
+    EXPECT_THROW(variant.setString("text"), MvErrorStatus);
+    EXPECT_THROW(OrloVariant copy(variant), MvErrorStatus);
+    EXPECT_EQ(variant.int32(), 5);
+    blocks.isExhausted = false;
+    variant.clear();
+    EXPECT_EQ(blocks.freed, blocks.made);
 }
 
 } // namespace
