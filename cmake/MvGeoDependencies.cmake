@@ -6,6 +6,7 @@ find_package(GDAL 3.4 REQUIRED)
 find_package(GEOS 3.10 CONFIG REQUIRED)
 if(NOT WIN32)
     find_package(OpenSSL REQUIRED COMPONENTS Crypto)
+    find_package(SQLite3 3.37 REQUIRED)
 endif()
 
 # CMake's own finder knows the toolkit as variables only.

@@ -7,14 +7,16 @@ jobs=$(nproc 2>/dev/null || echo 2)
 # By their names in Debian 12. The Mesa packages are the software renderer: pictures need no graphics card and no display.
 build_packages=(
     g++ cmake ninja-build pkg-config
-    libopenscenegraph-dev libgdal-dev libgeos-dev libegl-dev libgl-dev libssl-dev
+    libopenscenegraph-dev libgdal-dev libgeos-dev libegl-dev libgl-dev libssl-dev libsqlite3-dev
     libcli11-dev nlohmann-json3-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     libegl-mesa0 libgl1-mesa-dri)
 # The thread sanitizer's build: GCC's OpenMP runtime would be reported as one long race.
 tsan_packages=(clang libomp-dev)
-# Compiles the Windows half of the platform code.
-windows_packages=(g++-mingw-w64-x86-64-posix)
+# libFuzzer.
+fuzz_packages=(clang libclang-rt-dev)
+# Compiles the Windows half of the platform code with its tests, and runs them.
+windows_packages=(g++-mingw-w64-x86-64-posix googletest wine wine64)
 
 fail()
 {
@@ -41,7 +43,7 @@ check_tools()
     done
     [ ${#missing[@]} -eq 0 ] && return
     fail "this system has no apt-get to install what is missing: ${missing[*]}. Needed are also the development files" \
-         "of OpenSceneGraph 3.6, GDAL 3, GEOS 3.10, EGL, OpenGL, OpenSSL, CLI11, nlohmann-json 3, GoogleTest and Google Benchmark."
+         "of OpenSceneGraph 3.6, GDAL 3, GEOS 3.10, EGL, OpenGL, OpenSSL, SQLite 3, CLI11, nlohmann-json 3, GoogleTest and Google Benchmark."
 }
 
 # install_packages PACKAGE...: asks the package archive only if one of them is missing.
