@@ -1,4 +1,5 @@
 #include "HostError.h"
+#include "HostServices.h"
 #include "commands/Commands.h"
 
 #include <algorithm>
@@ -47,6 +48,7 @@ int run(CLI::App& app, int argumentCount, char** arguments, int& status)
 
 int main(int argumentCount, char** arguments)
 {
+    const mvgeo::host::HostServices services;
     CLI::App app("Streams oblique-photography models and terrains, and draws them.", "mvgeo");
     app.require_subcommand(0, 1); // none is our own sentence, and an unknown one is named in the parser's
     app.get_formatter()->column_width(34);
@@ -60,6 +62,7 @@ int main(int argumentCount, char** arguments)
     mvgeo::host::addDrapeCommand(app, status);
     mvgeo::host::addClipCommand(app, status);
     mvgeo::host::addPrebuildCommand(app, status);
+    mvgeo::host::addSettingsCommand(app, status);
     status = run(app, argumentCount, arguments, status);
     std::cout.flush();
     return std::cout ? status : fail("Cannot write to standard output.", EXIT_FAILURE);

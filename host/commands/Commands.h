@@ -14,5 +14,6 @@ void addPickCommand(CLI::App& app, int& status);
 void addPrebuildCommand(CLI::App& app, int& status);
 void addRenderCommand(CLI::App& app, int& status);
 void addSampleCommand(CLI::App& app, int& status);
+void addSettingsCommand(CLI::App& app, int& status);
 void addViewCommand(CLI::App& app, int& status);
 } // namespace mvgeo::host

@@ -10,6 +10,7 @@
 #include <KdEdVariables.h>
 
 #include <algorithm>
+#include <fstream>
 #include <iostream>
 #include <tuple>
 
@@ -32,13 +33,6 @@ void addParsed(CLI::App& command, const char* name, const char* help, const char
         store(*value);
     };
     command.add_option_function<std::string>(name, take, help)->type_name(typeName);
-}
-
-void useLogFolder(const std::string& folder)
-{
-    if (folder.empty()) return;
-    makeFolder(folder + "/GeoCache");
-    kdedSetVar(KdString("LOGFILEPATH").kwszPtr(), KdString((folder + "/").c_str()).kwszPtr());
 }
 
 void addTerrain(OpenModel& open)
@@ -154,13 +148,24 @@ Terrain openTerrain(const ModelInput& input, const ModelOptions& options)
     return terrain;
 }
 
+void useLogFolder(const ModelOptions& options)
+{
+    if (options.logFolder.empty()) return;
+    const std::string folder = options.logFolder + "/GeoCache";
+    makeFolder(folder);
+    // The library keeps silent about a log that it cannot open.
+    if (!std::ofstream(folder + "/3d.log", std::ios::app))
+        throw HostError("Cannot write the log '" + folder + "/3d.log'.");
+    kdedSetVar(KdString("LOGFILEPATH").kwszPtr(), KdString((options.logFolder + "/").c_str()).kwszPtr());
+}
+
 OpenModel openModel(const ModelOptions& options, bool emptyAllowed)
 {
     limitBlockCache();
     OpenModel open;
     open.input = resolveModel(options);
     if (open.input.terrain) open.terrain = openTerrain(open.input, options);
-    useLogFolder(options.logFolder);
+    useLogFolder(options);
     open.model = std::make_unique<HostModel>(open.terrain ? kTerrainModel : kTiledModel);
     if (options.normals) open.model->setGenerateNormals(true);
     if (open.terrain)

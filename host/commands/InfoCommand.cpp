@@ -1,8 +1,14 @@
 #include "Commands.h"
 #include "CommonOptions.h"
+#include "FileFacts.h"
+#include "HostError.h"
 #include "ModelMetadata.h"
 #include "TerrainReport.h"
 
+#include <mvgeothirdparty/FileQueries.h>
+
+#include <algorithm>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 
@@ -10,6 +16,8 @@ namespace mvgeo::host
 {
 namespace
 {
+constexpr std::size_t kNamesPrinted = 10;
+
 struct InfoOptions
 {
     ModelOptions model;
@@ -24,39 +32,54 @@ Json metadataToJson(const std::optional<ModelMetadata>& metadata)
     return json;
 }
 
-void printForPeople(const OpenModel& open, const FileTotals& totals, const std::optional<ModelMetadata>& metadata)
+void printMetadata(const std::optional<ModelMetadata>& metadata)
 {
+    if (!metadata) return;
+    std::cout << "SRS:         " << metadata->srs << '\n';
+    if (metadata->origin) std::cout << "SRS origin:  " << readablePoint(*metadata->origin) << '\n';
+}
+
+void printRootTiles(const std::vector<std::string>& files)
+{
+    std::cout << "root tiles:  " << files.size() << '\n';
+    if (files.size() < 2) return;
+    for (std::size_t i = 0; i < std::min(files.size(), kNamesPrinted); ++i)
+    {
+        KdString name;
+        getFileName_Imp(KdString(files[i].c_str()), name);
+        std::cout << "             " << name.ansiPtr() << '\n';
+    }
+    if (files.size() > kNamesPrinted) std::cout << "             ... " << files.size() - kNamesPrinted << " more\n";
+}
+
+void printModel(const OpenModel& open)
+{
+    const FileTotals totals = countTileFiles(open.input);
+    std::cout << "input:       " << describe(open.input.kind);
     if (open.terrain)
     {
-        std::cout << "input:       " << describe(open.input.kind) << '\n';
+        std::cout << '\n';
         printTerrain(*open.terrain);
     }
     else
-        std::cout << "input:       " << describe(open.input.kind) << ", " << open.input.folder << '\n'
-                  << "root tiles:  " << open.input.rootFiles.size() << '\n'
-                  << "tile files:  " << totals.files << ", " << readableBytes(static_cast<double>(totals.bytes))
+    {
+        std::cout << ", " << open.input.folder << '\n';
+        printRootTiles(open.input.rootFiles);
+        std::cout << "tile files:  " << totals.files << ", " << readableBytes(static_cast<double>(totals.bytes))
                   << '\n';
+    }
     if (open.extents.valid())
         std::cout << "from:        " << readablePoint(open.extents._min) << '\n'
                   << "to:          " << readablePoint(open.extents._max) << '\n'
                   << "size:        " << readablePoint(open.extents._max - open.extents._min) << '\n';
     else
         std::cout << "extents:     empty\n";
-    if (!metadata) return;
-    std::cout << "SRS:         " << metadata->srs << '\n';
-    if (metadata->origin) std::cout << "SRS origin:  " << readablePoint(*metadata->origin) << '\n';
+    printMetadata(readModelMetadata(open.input.metadataFile));
 }
 
-void runInfo(const InfoOptions& options)
+Json modelToJson(const OpenModel& open)
 {
-    const OpenModel open = openModel(options.model, /*emptyAllowed*/ true);
     const FileTotals totals = countTileFiles(open.input);
-    const std::optional<ModelMetadata> metadata = readModelMetadata(open.input.metadataFile);
-    if (!options.json)
-    {
-        printForPeople(open, totals, metadata);
-        return;
-    }
     Json report{{"kind", describe(open.input.kind)},
                 {"folder", open.input.folder},
                 {"rootTiles", open.input.rootFiles.size()},
@@ -65,16 +88,144 @@ void runInfo(const InfoOptions& options)
                 {"files", totals.files},
                 {"bytes", totals.bytes},
                 {"extents", toJson(open.extents)},
-                {"metadata", metadataToJson(metadata)}};
+                {"metadata", metadataToJson(readModelMetadata(open.input.metadataFile))}};
     if (open.terrain) report.update(terrainToJson(*open.terrain));
-    printJson(report);
+    return report;
+}
+
+void printRaster(const RasterSummary& raster)
+{
+    std::cout << "raster:      " << raster.width << " x " << raster.height << " pixels, " << raster.bands
+              << (raster.bands == 1 ? " band" : " bands");
+    if (!raster.type.empty()) std::cout << " of type " << raster.type;
+    std::cout << ", " << raster.driver << '\n' << "transform:   ";
+    for (std::size_t i = 0; i < raster.transform.size(); ++i)
+        std::cout << (i == 0 ? "" : ", ") << Json(raster.transform[i]).dump();
+    std::cout << (raster.isGeoreferenced ? "\n" : " (there is none in the file)\n");
+    std::cout << "as DEM:      " << (raster.noDem ? "no: " + *raster.noDem : "yes") << '\n';
+}
+
+Json rasterToJson(const RasterSummary& raster)
+{
+    return {{"driver", raster.driver},
+            {"width", raster.width},
+            {"height", raster.height},
+            {"bands", raster.bands},
+            {"type", raster.type},
+            {"transform", raster.transform},
+            {"georeferenced", raster.isGeoreferenced},
+            {"usableAsDem", !raster.noDem}};
+}
+
+const char* kindOf(const FileFacts& facts)
+{
+    switch (facts.kind)
+    {
+    case FileKind::Folder:
+        return "folder";
+    case FileKind::Tile:
+        return "tile";
+    case FileKind::Raster:
+        return "raster";
+    case FileKind::Other:
+        break;
+    }
+    return "file";
+}
+
+Json factsToJson(const FileFacts& facts)
+{
+    Json report{{"kind", kindOf(facts)}, {"path", facts.path}, {"name", facts.name}};
+    if (facts.kind != FileKind::Folder) report["bytes"] = facts.bytes;
+    if (facts.kind == FileKind::Other || (facts.kind == FileKind::Tile && !facts.isReadableTile))
+        report["content"] = facts.content;
+    return report;
+}
+
+/** What belongs to the file and not to the model that it may be. */
+void addFacts(Json& report, const FileFacts& facts)
+{
+    if (facts.kind == FileKind::Tile) report["reads"] = facts.isReadableTile;
+    if (facts.raster) report["raster"] = rasterToJson(*facts.raster);
+}
+
+void printFacts(const FileFacts& facts)
+{
+    if (facts.kind == FileKind::Tile) std::cout << "reads:       " << (facts.isReadableTile ? "yes" : "no") << '\n';
+    if (facts.raster) printRaster(*facts.raster);
+}
+
+void tellModel(const OpenModel& open, const FileFacts* facts, bool asJson)
+{
+    if (asJson)
+    {
+        Json report = modelToJson(open);
+        if (facts) addFacts(report, *facts);
+        printJson(report);
+        return;
+    }
+    if (facts) printFacts(*facts);
+    printModel(open);
+}
+
+/** A file or folder that is there but is no model. */
+void tellFile(const FileFacts& facts, const std::string& problem, bool asJson)
+{
+    const bool isDescribed = facts.raster || facts.isReadableTile;
+    const std::optional<ModelMetadata> metadata =
+        facts.content == "an XML file" ? readModelMetadata(facts.path) : std::nullopt;
+    if (asJson)
+    {
+        Json report = factsToJson(facts);
+        addFacts(report, facts);
+        if (metadata) report["metadata"] = metadataToJson(metadata);
+        report["problem"] = problem;
+        printJson(report);
+        return;
+    }
+    if (isDescribed) printFacts(facts);
+    std::cout << (isDescribed ? "model:       none. " : "") << problem << '\n';
+    printMetadata(metadata);
+}
+
+bool canBeModel(const FileFacts& facts)
+{
+    return facts.kind == FileKind::Folder || facts.kind == FileKind::Raster || facts.isReadableTile;
+}
+
+void runInfo(const InfoOptions& options)
+{
+    const std::string& path = options.model.model;
+    std::error_code ignored;
+    if (options.model.namesRasters() || path.empty() || !std::filesystem::exists(path, ignored))
+    {
+        tellModel(openModel(options.model, /*emptyAllowed*/ true), nullptr, options.json);
+        return;
+    }
+    const FileFacts facts = readFileFacts(path);
+    useLogFolder(options.model); // what is wrong with the log must not be told as a fault of the file
+    std::string problem;
+    try
+    {
+        if (canBeModel(facts))
+        {
+            tellModel(openModel(options.model, /*emptyAllowed*/ true), &facts, options.json);
+            return;
+        }
+        problem = sentenceFor(facts);
+    }
+    catch (const HostError& error)
+    {
+        problem = error.what();
+    }
+    tellFile(facts, problem, options.json);
 }
 } // namespace
 
 void addInfoCommand(CLI::App& app, int& status)
 {
     const auto options = std::make_shared<InfoOptions>();
-    CLI::App& command = *app.add_subcommand("info", "tell what a model consists of");
+    CLI::App& command = *app.add_subcommand("info", "tell what a model, or any file or folder, consists of");
     addModelOptions(command, options->model);
     addJsonOption(command, options->json);
     command.callback(

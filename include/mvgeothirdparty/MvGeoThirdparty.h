@@ -10,3 +10,4 @@
 #include "ModelFactory.h"
 #include "ModelType.h"
 #include "MvGeoMesh.h"
+#include "MvRegConfig.h"

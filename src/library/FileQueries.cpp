@@ -1,15 +1,38 @@
 #include "mvgeothirdparty/FileQueries.h"
 
+#include "mvgdaldatasetmanager/GdalSession.h"
+#include "support/QuietToolkit.h"
+#include "support/TileReader.h"
 #include "support/ToolkitText.h"
 
+#include <gdal_priv.h>
 #include <osgDB/FileNameUtils>
 #include <osgDB/FileUtils>
+#include <osgDB/Registry>
 
 #include <string>
 
-bool GetRootTiles_Imp(const KdString& dataFolder, std::vector<KdString>& rootTiles)
+namespace
 {
-    const std::string folder = mvgeo::toolkitPath(dataFolder);
+
+/** Whether `query` succeeds. False if it throws, as readers of damaged files do; without a word in either case. */
+template <typename Query>
+bool quietly(Query query)
+{
+    const mvgeo::QuietToolkit quietToolkit;
+    const mvgeo::QuietGdal quietGdal;
+    try
+    {
+        return query();
+    }
+    catch (...)
+    {
+        return false;
+    }
+}
+
+void appendRootTiles(const std::string& folder, std::vector<KdString>& rootTiles)
+{
     for (const std::string& name : osgDB::getDirectoryContents(folder))
     {
         // A name with a point is passed over as a file, also where it is a folder's.
@@ -17,5 +40,108 @@ bool GetRootTiles_Imp(const KdString& dataFolder, std::vector<KdString>& rootTil
         const std::string candidate = folder + '/' + name + '/' + name + ".osgb";
         if (osgDB::fileExists(candidate)) rootTiles.push_back(mvgeo::hostPath(candidate));
     }
-    return !rootTiles.empty();
+}
+
+KdString pathBetween(const KdString& baseFile, const KdString& targetPath)
+{
+    const KdString folder = mvgeo::hostPath(osgDB::getFilePath(mvgeo::toolkitPath(baseFile)));
+    const std::string relative = osgDB::getPathRelative(mvgeo::toolkitPath(folder), mvgeo::toolkitPath(targetPath));
+    const KdString native = mvgeo::hostPath(osgDB::convertFileNameToNativeStyle(relative));
+    return native.isEmpty() ? native : KdString(".\\") + native;
+}
+
+/** The registry's options without its caches: an answer leaves nothing behind, and is not an old one. */
+osg::ref_ptr<const osgDB::Options> readOptions()
+{
+    constexpr int kKeepsNothing = osgDB::Options::CACHE_ARCHIVES; // the toolkit's own default; a tile is no archive
+    const osgDB::Options* global = osgDB::Registry::instance()->getOptions();
+    if (!global || (global->getObjectCacheHint() & ~kKeepsNothing) == 0) return global;
+    const osg::ref_ptr<osgDB::Options> uncached = global->cloneOptions();
+    uncached->setObjectCacheHint(osgDB::Options::CACHE_NONE);
+    return uncached;
+}
+
+bool readsAsNode(const std::string& path)
+{
+    osgDB::Registry* registry = osgDB::Registry::instance();
+    const osg::ref_ptr<const osgDB::Options> options = readOptions();
+    const bool hasCallback = registry->getReadFileCallback() || (options && options->getReadFileCallback());
+    // The registry asks its callback; without one its own reader goes on behind the end of a cut-off file.
+    return hasCallback ? registry->readNode(path, options, /*buildKdTreeIfRequired*/ false).validNode()
+                       : mvgeo::readTileFile(path, options).validNode();
+}
+
+GDALDatasetUniquePtr openRaster(const KdString& path)
+{
+    mvgeo::registerRasterDrivers();
+    return GDALDatasetUniquePtr(GDALDataset::FromHandle(GDALOpen(path.utf8Ptr(), GA_ReadOnly)));
+}
+
+} // namespace
+
+bool GetRootTiles_Imp(const KdString& dataFolder, std::vector<KdString>& rootTiles)
+{
+    return quietly(
+        [&]
+        {
+            appendRootTiles(mvgeo::toolkitPath(dataFolder), rootTiles);
+            return !rootTiles.empty();
+        });
+}
+
+void getFileName_Imp(const KdString& path, KdString& fileName)
+{
+    const bool isDone = quietly(
+        [&]
+        {
+            fileName = mvgeo::hostPath(osgDB::getSimpleFileName(mvgeo::toolkitPath(path)));
+            return true;
+        });
+    if (!isDone) fileName.setEmpty();
+}
+
+void getRelativePath_Imp(const KdString& baseFile, const KdString& targetPath, KdString& relativePath)
+{
+    const bool isDone = quietly(
+        [&]
+        {
+            relativePath = pathBetween(baseFile, targetPath);
+            return true;
+        });
+    if (!isDone) relativePath.setEmpty();
+}
+
+bool IsOsgbFileValid_Imp(const KdString& path)
+{
+    return quietly(
+        [&]
+        {
+            const std::string file = mvgeo::toolkitPath(path);
+            return osgDB::fileExists(file) && readsAsNode(file);
+        });
+}
+
+bool IsDemFileValid_Imp(const KdString& path)
+{
+    return quietly(
+        [&]
+        {
+            if (!osgDB::fileExists(mvgeo::toolkitPath(path))) return false;
+            const GDALDatasetUniquePtr dataset = openRaster(path);
+            return dataset && dataset->GetRasterCount() == 1;
+        });
+}
+
+bool GetGeoImageInfo(const KdString& path, double* geoTransform, int& width, int& height)
+{
+    return quietly(
+        [&]
+        {
+            const GDALDatasetUniquePtr dataset = geoTransform ? openRaster(path) : nullptr;
+            if (!dataset) return false;
+            dataset->GetGeoTransform(geoTransform); // writes the array also where the place is unknown
+            width = dataset->GetRasterXSize();
+            height = dataset->GetRasterYSize();
+            return true;
+        });
 }

@@ -27,7 +27,7 @@ NotifyHandler::NotifyHandler(const std::string& path) : _file(path, std::ios::ou
 
 NotifyHandler::~NotifyHandler() = default;
 
-void NotifyHandler::notify(osg::NotifySeverity severity, const char* message)
+void NotifyHandler::write(osg::NotifySeverity severity, const char* message)
 {
     const auto tag = static_cast<std::size_t>(severity);
     if (!message || *message == '\0' || tag >= kTags.size()) return;

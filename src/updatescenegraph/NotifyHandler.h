@@ -1,6 +1,6 @@
 #pragma once
 
-#include <osg/Notify>
+#include "support/QuietToolkit.h"
 
 #include <fstream>
 #include <mutex>
@@ -13,16 +13,16 @@
  *  The file is appended to; its folder is not made. If it cannot be opened, everything is dropped without a word.
  *  Thread: any; one line is written under a lock. Ownership: the toolkit's, once installed.
  */
-class NotifyHandler : public osg::NotifyHandler
+class NotifyHandler : public mvgeo::QuietableHandler
 {
 public:
     /** @param path in the ANSI code page */
     explicit NotifyHandler(const std::string& path);
 
-    void notify(osg::NotifySeverity severity, const char* message) override;
-
 protected:
     ~NotifyHandler() override;
+
+    void write(osg::NotifySeverity severity, const char* message) override;
 
 private:
     std::mutex _lineLock;

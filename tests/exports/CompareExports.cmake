@@ -1,5 +1,6 @@
 # Compares the names that LIBRARY defines for others with the functions that HEADERS declare as MVGEO_API. Overloads count:
-# a name must be there as often as it is declared.
+# a name must be there as often as it is declared. A header that declares functions in a namespace declares all of them
+# there.
 #
 # cmake -DNM=... -DLIBRARY=... -DHEADERS=... -P CompareExports.cmake
 
@@ -10,10 +11,14 @@ function(read_declared folder result)
     foreach(header IN LISTS headers)
         file(READ "${header}" text)
         string(REGEX REPLACE "#[^\n]*" "" text "${text}") # the macro's own definition is no declaration
+        set(scope "")
+        if(text MATCHES "[\n]namespace ([A-Za-z_0-9]+)")
+            set(scope "${CMAKE_MATCH_1}::")
+        endif()
         string(REGEX MATCHALL "MVGEO_API[^;({]*[ \n*&][A-Za-z_0-9]+\\(" declarations "${text}")
         foreach(declaration IN LISTS declarations)
             string(REGEX REPLACE ".*[ \n*&]([A-Za-z_0-9]+)\\($" "\\1" name "${declaration}")
-            list(APPEND names "${name}")
+            list(APPEND names "${scope}${name}")
         endforeach()
     endforeach()
     list(SORT names)

@@ -125,7 +125,7 @@ TEST_F(TerrainCommand, RefusesRastersThatAreNone)
         expectOneSentence(command + quoted(none + "?" + dem), "There is no file");
         expectOneSentence(command + quoted(dem + "?" + none), "There is no file");
         expectOneSentence(command + quoted("?" + text), "not a raster");
-        expectOneSentence(command + quoted(text), "nor a raster");
+        if (command != "info ") expectOneSentence(command + quoted(text), "nor a raster");
         expectOneSentence(command + "--dem " + quoted(empty), "not a raster");
         expectOneSentence(command + "--dom " + quoted(folder.path()), "not a raster");
         expectOneSentence(command + "--dem " + quoted(bytes), "type Byte");

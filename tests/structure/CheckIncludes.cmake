@@ -5,10 +5,10 @@
 cmake_minimum_required(VERSION 3.25)
 
 # From top to bottom: each may include itself and everything below it.
-set(layers library mvosggeoterrain mvosggeomesh mvdrapelines updatescenegraph readerwriterthreedimg mvgdaldatasetmanager support
-    platform)
+set(layers library mvosggeoterrain mvosggeomesh mvdrapelines updatescenegraph readerwriterthreedimg mvgdaldatasetmanager
+    mvregconfig support platform)
 # The modules that carry out what the public headers describe.
-set(knows_interface library mvosggeoterrain mvosggeomesh)
+set(knows_interface library mvosggeoterrain mvosggeomesh mvregconfig)
 
 file(GLOB host_sdk_headers RELATIVE "${HOST_SDK}/include" "${HOST_SDK}/include/*.h")
 set(toolkit "^(osg[A-Za-z]*|OpenThreads)/")

@@ -7,7 +7,13 @@ class LogRecorder::RecordingHandler : public ::NotifyHandler
 public:
     RecordingHandler() : ::NotifyHandler(std::string()) {}
 
-    void notify(osg::NotifySeverity severity, const char* message) override
+    std::mutex lock;
+    std::vector<Line> lines; // guarded by lock
+
+protected:
+    ~RecordingHandler() override = default;
+
+    void write(osg::NotifySeverity severity, const char* message) override
     {
         // The toolkit sends an empty message whenever the severity changes; the log leaves those out too.
         std::string text = message ? message : "";
@@ -17,12 +23,6 @@ public:
         const std::lock_guard<std::mutex> guard(lock);
         lines.push_back({severity, text});
     }
-
-    std::mutex lock;
-    std::vector<Line> lines; // guarded by lock
-
-protected:
-    ~RecordingHandler() override = default;
 };
 
 LogRecorder::LogRecorder()

@@ -1,0 +1,141 @@
+#include "Commands.h"
+#include "CommonOptions.h"
+#include "HostError.h"
+#include "JsonReport.h"
+#include "SettingText.h"
+
+#include <mvgeothirdparty/MvRegConfig.h>
+
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace mvgeo::host
+{
+namespace
+{
+struct SettingsOptions
+{
+    std::string key; // below the product's root key; empty is the root key itself
+    std::string name;
+    std::string value;
+    std::string type = "string";
+    bool json = false;
+};
+
+KdString fullPath(const std::string& key)
+{
+    const KdString root = MvRegConfig::getRegRootPath();
+    return key.empty() ? root : root + KdString("\\") + KdString(key.c_str());
+}
+
+std::string quoted(const SettingsOptions& options)
+{
+    return "'" + options.name + "' in '" + fullPath(options.key).utf8Ptr() + "'";
+}
+
+Json describe(const std::string& name, const OrloVariant& value)
+{
+    return {{"name", name}, {"type", settingType(value)}, {"value", settingJson(value)}};
+}
+
+void getSetting(const SettingsOptions& options)
+{
+    OrloVariant value;
+    if (!MvRegConfig::ReadValFromReg(fullPath(options.key), KdString(options.name.c_str()), value))
+        throw HostError("There is no setting " + quoted(options) + ", or it cannot be read.");
+    if (options.json)
+        printJson(describe(options.name, value));
+    else
+        std::cout << settingType(value) << "  " << settingText(value) << '\n';
+}
+
+void setSetting(const SettingsOptions& options)
+{
+    const std::optional<OrloVariant> value = settingFromText(options.type, options.value);
+    if (!value) throw HostError("'" + options.value + "' is not a value of the type " + options.type + ".");
+    // The library would store nothing, and call that a success.
+    if (options.type == "blob" && options.value.empty()) throw HostError("An empty blob cannot be stored.");
+    if (!MvRegConfig::WriteValToReg(fullPath(options.key), KdString(options.name.c_str()), *value))
+        throw HostError("Cannot write the setting " + quoted(options) + ".");
+}
+
+void listSettings(const SettingsOptions& options)
+{
+    const KdString path = fullPath(options.key);
+    std::vector<KdString> keys;
+    std::vector<KdString> names;
+    if (!MvRegConfig::listRegKey(path, keys, names))
+        throw HostError(std::string("There is no key '") + path.utf8Ptr() + "', or it cannot be read.");
+
+    Json report{{"key", path.utf8Ptr()}, {"keys", Json::array()}, {"values", Json::array()}};
+    std::string lines = std::string(path.utf8Ptr()) + '\n';
+    for (const KdString& key : keys)
+    {
+        report["keys"].push_back(key.utf8Ptr());
+        lines += std::string("  ") + key.utf8Ptr() + "\\\n";
+    }
+    for (const KdString& name : names)
+    {
+        OrloVariant value;
+        if (!MvRegConfig::ReadValFromReg(path, name, value)) continue; // gone meanwhile
+        report["values"].push_back(describe(name.utf8Ptr(), value));
+        lines += std::string("  ") + name.utf8Ptr() + "  " + settingType(value) + "  " + settingText(value) + '\n';
+    }
+    if (options.json)
+        printJson(report);
+    else
+        std::cout << lines;
+}
+
+using Options = std::shared_ptr<SettingsOptions>;
+
+CLI::Option* addKey(CLI::App& command, const Options& options)
+{
+    return command.add_option("KEY", options->key, "key below the product's root, with '\\' between its parts");
+}
+
+void addName(CLI::App& command, const Options& options)
+{
+    command.add_option("NAME", options->name, "name of the value; \"\" is the key's own")->required();
+}
+
+void run(CLI::App& command, const Options& options, int& status, void (*work)(const SettingsOptions&))
+{
+    command.callback(
+        [options, &status, work]
+        {
+            work(*options);
+            status = 0;
+        });
+}
+} // namespace
+
+void addSettingsCommand(CLI::App& app, int& status)
+{
+    CLI::App& settings = *app.add_subcommand("settings", "show and change the user's settings");
+    settings.require_subcommand(1);
+    const auto options = std::make_shared<SettingsOptions>();
+
+    CLI::App& get = *settings.add_subcommand("get", "print the type and the value of a setting");
+    addKey(get, options)->required();
+    addName(get, options);
+    addJsonOption(get, options->json);
+    run(get, options, status, getSetting);
+
+    CLI::App& set = *settings.add_subcommand("set", "store a setting; keys that are missing are made");
+    addKey(set, options)->required();
+    addName(set, options);
+    set.add_option("VALUE", options->value, "the value; a blob in hexadecimal digits, two a byte")->required();
+    set.add_option("--type", options->type, "type of the value")
+        ->check(CLI::IsMember(std::vector<std::string>(std::begin(kSettingTypes), std::end(kSettingTypes))))
+        ->capture_default_str();
+    run(set, options, status, setSetting);
+
+    CLI::App& list = *settings.add_subcommand("list", "print what a key holds");
+    addKey(list, options);
+    addJsonOption(list, options->json);
+    run(list, options, status, listSettings);
+}
+} // namespace mvgeo::host
