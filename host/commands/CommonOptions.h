@@ -70,6 +70,10 @@ ModelInput resolveModel(const ModelOptions& options);
 /** Warped where necessary. Sentences about what had to be assumed go to standard error. */
 Terrain openTerrain(const ModelInput& input, const ModelOptions& options);
 
+/** Makes the folder for the library's log, if one was asked for, and tells the library. Throws HostError if no log can
+ *  be written there. */
+void useLogFolder(const ModelOptions& options);
+
 /** Throws HostError if there is no such model, or nothing of it can be read. Root files that cannot be read beside
  * others are named on standard error. */
 OpenModel openModel(const ModelOptions& options, bool emptyAllowed = false);

@@ -8,11 +8,11 @@
 #include <vector>
 
 /** Per-user settings of the host product: in the Windows registry below HKEY_CURRENT_USER; on other systems the same
- * keys, values and types in a file below the user's configuration folder (the environment variable MVGEO_SETTINGS_FILE
- * names another file).
+ *  keys, values and types in a file below the user's configuration folder (the environment variable
+ *  MVGEO_SETTINGS_FILE names another file).
  *
  *  A sub-key is a full path below HKEY_CURRENT_USER with '\' between the keys, for example what getRegCfgPath() gives
- * or a key below it; it does not begin with '\'. Keys and value names are compared without regard to case.
+ *  or a key below it; it does not begin with '\'. Keys and value names are compared without regard to case.
  *
  *  Failure shows in the result only, nothing is logged; an output is changed only if the result is true. Writers create
  *  the keys that are missing along the path, readers never do.
@@ -41,9 +41,9 @@ MVGEO_API bool getRegStringVal(const KdString& subKey, const KdString& valueName
 MVGEO_API bool WriteValToReg(const KdString& subKey, const KdString& valueName, const OrloVariant& value);
 
 /** The opposite: REG_DWORD, REG_QWORD, REG_BINARY and REG_SZ become tags 1, 2, 4 and 5. A double comes back as a blob
- * of 8 bytes. The size field of a blob counts itself, so that a blob which is read and stored again is stored four
- * bytes longer. A value of another type leaves the variant as it is, and the result is true. A number goes into the
- * block that a variant of the same tag already has. Works without a running host.
+ *  of 8 bytes. The size field of a blob counts itself, so that a blob which is read and stored again is stored four
+ *  bytes longer. A value of another type leaves the variant as it is, and the result is true. A number goes into the
+ *  block that a variant of the same tag already has. Works without a running host.
  *
  *  Throws MvErrorStatus, after the host's crash recorder has seen it: 6 if memory runs out, 3 for a value whose size
  *  cannot be held. The variant is unchanged then, and on Windows the key stays open. */

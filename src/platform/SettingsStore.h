@@ -29,11 +29,11 @@ struct SettingHeader
 /** An open key of the current user's settings: keys below keys, and in each of them named values of any type and size.
  *
  *  On Windows the registry below HKEY_CURRENT_USER. Elsewhere a file with the same limits, see posix/SettingsFile.h:
- * 255 units a key, 512 keys deep, 16,383 units a value name. Names are compared without regard to case and keep the
- * case in which they were first written. A path has '\' between its keys and none in front.
+ *  255 units a key, 512 keys deep, 16,383 units a value name. Names are compared without regard to case and keep the
+ *  case in which they were first written. A path has '\' between its keys and none in front.
  *
  *  Every operation is complete or did not happen, also when the process is killed in it. Nothing is reported but
- * success. Thread: any, several processes too; one object is used by one thread at a time.
+ *  success. Thread: any, several processes too; one object is used by one thread at a time.
  */
 class SettingsKey
 {

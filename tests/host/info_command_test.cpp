@@ -177,6 +177,24 @@ TEST_F(InfoCommand, FailsOnlyWhereNothingCanBeSaid)
 #endif
 }
 
+// A log that was asked for and cannot be written is no fault of the file.
+TEST_F(InfoCommand, FailsForALogThatCannotBeWritten)
+{
+    const std::string tile = quoted(makeTile("a.osgb"));
+    const std::string inTheWay = folder.write("file", "");
+    const std::string text = quoted(folder.write("a.txt", "text"));
+    for (const std::string& path : {tile, text})
+    {
+        expectOneSentence("info " + path + " --log-dir " + quoted(inTheWay), "Cannot make the folder");
+        expectOneSentence("info " + path + " --json --log-dir " + quoted(inTheWay + "/below"),
+                          "Cannot make the folder");
+    }
+    std::filesystem::create_directories(folder.path("log/GeoCache/3d.log"));
+    expectOneSentence("info " + tile + " --log-dir " + quoted(folder.path("log")), "Cannot write the log");
+    expectOneSentence("render " + tile + " --out " + quoted(folder.path("a.png")) + " --log-dir " + quoted(inTheWay),
+                      "Cannot make the folder");
+}
+
 TEST_F(InfoCommand, HasASensibleAnswerForEveryRealFile)
 {
     const char* root = std::getenv("MVGEO_REAL_DATA");

@@ -286,6 +286,30 @@ TEST_F(SettingsFileTrouble, WhatMayNotBeReadIsFalse)
     EXPECT_EQ(number(), 5);
 }
 
+TEST_F(SettingsFileTrouble, WhatMayNotBeReadIsFalseAndLeftAsItIs)
+{
+    ASSERT_TRUE(setRegDWordVal(settings.key(), "number", 5));
+    chmod(settings.file().c_str(), 0000);
+    EXPECT_TRUE(inProcess([this] { return number() == -1 && !setRegDWordVal(settings.key(), "number", 6); }, true));
+    chmod(settings.file().c_str(), 0644);
+    EXPECT_EQ(number(), 5);
+}
+
+// Nobody writes to the pipe: whoever waits for it would wait for ever.
+TEST_F(SettingsFileTrouble, APipeInItsPlaceIsFalse)
+{
+    ASSERT_EQ(mkfifo(settings.file().c_str(), 0600), 0);
+    expectNothingWorks();
+    EXPECT_TRUE(fs::is_fifo(settings.file()));
+}
+
+// It takes all that is written, and keeps nothing.
+TEST_F(SettingsFileTrouble, ADeviceInItsPlaceIsFalse)
+{
+    setenv("MVGEO_SETTINGS_FILE", "/dev/null", 1);
+    expectNothingWorks();
+}
+
 TEST_F(SettingsFileTrouble, AFolderThatMayNotBeWrittenIsFalse)
 {
     chmod(settings.folder().c_str(), 0555);

@@ -5,10 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <sqlite3.h>
+
 #include <array>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <future>
 #include <iostream>
 #include <random>
 #include <vector>
@@ -182,6 +185,97 @@ TEST(SettingsAndKills, AFileThatWasBegunIsFinishedByTheNext)
         EXPECT_TRUE(getRegDWordVal(settings.keyBelow("a\\b"), "name", number));
         EXPECT_EQ(number, 2);
     }
+}
+
+/** Another process that has locked the settings file, so that nobody can read or write, until it is let go. */
+class LockingProcess
+{
+public:
+    explicit LockingProcess(const std::string& file)
+    {
+        int locked[2];
+        int release[2];
+        if (pipe(locked) != 0 || pipe(release) != 0) return;
+        _child = fork();
+        if (_child == 0) lockUntilReleased(file, locked[1], release);
+        close(locked[1]);
+        close(release[0]);
+        _release = release[1];
+        char none = 0;
+        _isLocked = read(locked[0], &none, 1) == 1;
+        close(locked[0]);
+    }
+    ~LockingProcess()
+    {
+        letGo();
+        exitStatusOf(_child);
+    }
+    LockingProcess(const LockingProcess&) = delete;
+    LockingProcess& operator=(const LockingProcess&) = delete;
+
+    [[nodiscard]] bool isLocked() const { return _isLocked; }
+    void letGo()
+    {
+        if (_release >= 0) close(_release);
+        _release = -1;
+    }
+
+private:
+    [[noreturn]] static void lockUntilReleased(const std::string& file, int locked, const int (&release)[2])
+    {
+        close(release[1]);
+        sqlite3* database = nullptr;
+        const bool isLocked = sqlite3_open(file.c_str(), &database) == SQLITE_OK &&
+                              sqlite3_exec(database, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) == SQLITE_OK;
+        char none = 0;
+        if (isLocked && write(locked, &none, 1) == 1) static_cast<void>(!read(release[0], &none, 1));
+        _exit(isLocked ? 0 : 1);
+    }
+
+    pid_t _child = -1;
+    int _release = -1;
+    bool _isLocked = false;
+};
+
+TEST(SettingsThatAreLocked, AreWaitedFor)
+{
+    const OwnSettings settings;
+    const RunningHost host;
+    ASSERT_TRUE(setRegDWordVal(settings.key(), "name", 1));
+    LockingProcess other(settings.file());
+    ASSERT_TRUE(other.isLocked());
+    int number = 0;
+    std::future<bool> reader =
+        std::async(std::launch::async, [&] { return getRegDWordVal(settings.key(), "name", number); });
+    std::future<bool> writer =
+        std::async(std::launch::async, [&] { return setRegDWordVal(settings.key(), "other", 2); });
+    spin(100000);
+    other.letGo();
+    EXPECT_TRUE(reader.get());
+    EXPECT_TRUE(writer.get());
+    EXPECT_EQ(number, 1);
+}
+
+// Takes the ten seconds that the store promises.
+TEST(SettingsThatAreLocked, AreGivenUpAfterAWhile)
+{
+    const OwnSettings settings;
+    const RunningHost host;
+    ASSERT_TRUE(setRegDWordVal(settings.key(), "name", 1));
+    int number = 7;
+    {
+        const LockingProcess other(settings.file());
+        ASSERT_TRUE(other.isLocked());
+        std::future<bool> reader =
+            std::async(std::launch::async, [&] { return getRegDWordVal(settings.key(), "name", number); });
+        std::future<bool> writer =
+            std::async(std::launch::async, [&] { return setRegDWordVal(settings.key(), "name", 2); });
+        EXPECT_FALSE(reader.get());
+        EXPECT_FALSE(writer.get());
+        EXPECT_EQ(number, 7);
+    }
+    EXPECT_TRUE(getRegDWordVal(settings.key(), "name", number));
+    EXPECT_EQ(number, 1);
 }
 
 // All wait for the pipe to be closed, and then make the same new file, tables and keys.
