@@ -47,3 +47,5 @@ if(MVGEO_BUILD_BENCH)
     mvgeo_import_osg(osgSim OSGSIM_LIBRARY)
     target_link_libraries(osg::osgSim INTERFACE osg::osgUtil)
 endif()
+
+include(MvGeoKtx) # KTX::ktx and MVGEO_HAVE_KTX

@@ -8,6 +8,7 @@ jobs=$(nproc 2>/dev/null || echo 2)
 build_packages=(
     g++ cmake ninja-build pkg-config
     libopenscenegraph-dev libgdal-dev libgeos-dev libegl-dev libgl-dev libssl-dev libsqlite3-dev
+    libzstd-dev libtinyexr-dev xz-utils
     libcli11-dev nlohmann-json3-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     libegl-mesa0 libgl1-mesa-dri)
@@ -69,13 +70,17 @@ install_packages()
         fail "these packages could not be installed: ${missing[*]}"
 }
 
+. scripts/lib/ktx.sh
+
 # build PRESET [ARGUMENT...]: configures if need be (the build itself notices changed CMake files, but not changed
-# presets), then builds; the arguments go to the build.
+# presets), then builds; the arguments go to the build. libktx that came later than the first build is noticed too.
 build()
 {
     local preset=$1 folder=build/$1
     shift
-    if [ ! -f "$folder/build.ninja" ] || [ CMakePresets.json -nt "$folder/build.ninja" ]; then
+    prepare_ktx
+    if [ ! -f "$folder/build.ninja" ] || [ CMakePresets.json -nt "$folder/build.ninja" ] ||
+        [ "$(ktx_folder)" -nt "$folder/build.ninja" ]; then
         cmake --preset "$preset"
     fi
     cmake --build --preset "$preset" -j "$jobs" "$@"
