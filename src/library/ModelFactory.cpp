@@ -3,6 +3,7 @@
 #include "library/ReaderWriterRegistration.h"
 #include "mvosggeomesh/MvOsgGeoMesh.h"
 #include "mvosggeoterrain/MvOsgGeoTerrain.h"
+#include "readerwriterktx/ReaderWriterKTX.h"
 #include "readerwriterthreedimg/ReaderWriter3DIMG.h"
 
 #include <utility>
@@ -12,6 +13,7 @@ namespace
 
 // Made when the library is loaded, gone when it is unloaded.
 const mvgeo::ReaderWriterRegistration<ReaderWriter3DIMG> terrainTiles;
+const mvgeo::ReaderWriterRegistration<ReaderWriterKTX> ktxTextures;
 
 } // namespace
 

@@ -6,6 +6,7 @@
 #include "support/UserValues.h"
 #include "updatescenegraph/SetReadFileCallbackVisitor.h"
 #include "updatescenegraph/TextureCache.h"
+#include "updatescenegraph/UprightTextures.h"
 
 #include <osgDB/FileNameUtils>
 #include <osgDB/FileUtils>
@@ -77,6 +78,7 @@ ReadResult ReadFileCallback::readAndPrepare(const std::string& fileName, const o
 void ReadFileCallback::prepareTile(osg::Node& tile, const osgDB::Options* options)
 {
     mvgeo::useSinglePrecisionVertices(tile);
+    mvgeo::makeTexturesUpright(tile);
     if (_generateNormals)
     {
         const std::lock_guard<std::mutex> lock(_normalVisitorLock);

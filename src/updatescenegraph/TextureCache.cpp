@@ -18,14 +18,66 @@ namespace mvgeo
 namespace
 {
 
+bool holdsBlocks(const std::string& extension)
+{
+    return extension == "ktx" || extension == "ktx2" || extension == "dds";
+}
+
+/** The pixels of an image in blocks of BC1 to BC3, as RGB where JPEG is to hold them; null for other blocks. */
+osg::ref_ptr<osg::Image> decoded(const osg::Image& image, const std::string& extension)
+{
+    switch (image.getPixelFormat())
+    {
+    case GL_COMPRESSED_RGB_S3TC_DXT1_EXT:
+    case GL_COMPRESSED_RGBA_S3TC_DXT1_EXT:
+    case GL_COMPRESSED_RGBA_S3TC_DXT3_EXT:
+    case GL_COMPRESSED_RGBA_S3TC_DXT5_EXT:
+        break;
+    default:
+        return nullptr;
+    }
+    const bool isJpeg = extension == "jpg" || extension == "jpeg";
+    osg::ref_ptr<osg::Image> pixels = new osg::Image;
+    pixels->allocateImage(image.s(), image.t(), 1, isJpeg ? GL_RGB : GL_RGBA, GL_UNSIGNED_BYTE);
+    for (unsigned int row = 0; row < static_cast<unsigned int>(image.t()); ++row)
+        for (unsigned int column = 0; column < static_cast<unsigned int>(image.s()); ++column)
+            pixels->setColor(image.getColor(column, row), column, row);
+    return pixels;
+}
+
+/** The image in a form that the writers of this extension take as it is; null if there is none. */
+osg::ref_ptr<const osg::Image> storable(const osg::Image& image, const std::string& extension)
+{
+    // Some writers take blocks for pixels, and read behind their end.
+    if (image.isCompressed() && !holdsBlocks(extension)) return decoded(image, extension);
+    if (extension != "dds") return &image;
+    // Its writer turns what does not start at the top, and its reader does not turn it back.
+    const osg::ref_ptr<osg::Image> copy = new osg::Image(image);
+    copy->setOrigin(osg::Image::TOP_LEFT);
+    return copy;
+}
+
+/** Whatever the application has set for its own images: a cached one is to come back as it was, and at once. */
+osg::ref_ptr<osgDB::Options> cachingOptions()
+{
+    const osgDB::Options* given = osgDB::Registry::instance()->getOptions();
+    osg::ref_ptr<osgDB::Options> options = given ? given->cloneOptions() : new osgDB::Options;
+    options->setPluginStringData("UseBASISU", "0"); // no options at all would mean: encode again, with loss
+    return options;
+}
+
 /** The image in the format that the name's extension stands for; empty if there is no writer for it. In memory, because
  *  one of the toolkit's writers ends the process when the disk is full, and another does not notice. */
 std::string encoded(const osg::Image& image, const std::string& name)
 {
-    osgDB::Registry* registry = osgDB::Registry::instance();
-    osgDB::ReaderWriter* writer = registry->getReaderWriterForExtension(osgDB::getLowerCaseFileExtension(name));
+    const std::string extension = osgDB::getLowerCaseFileExtension(name);
+    osgDB::ReaderWriter* writer = osgDB::Registry::instance()->getReaderWriterForExtension(extension);
+    if (!writer) return {};
+
+    const osg::ref_ptr<const osg::Image> form = storable(image, extension);
+    if (!form) return {};
     std::ostringstream bytes;
-    if (!writer || !writer->writeImage(image, bytes, registry->getOptions()).success()) return {};
+    if (!writer->writeImage(*form, bytes, cachingOptions()).success()) return {};
     return bytes.str();
 }
 

@@ -53,8 +53,8 @@ RecordedPixels RecordingMesh::pixels() const
     if (!image || !image->imageData(result.width, result.height, result.dataType, result.pixelFormat,
                                     result.internalFormat, data))
         return result;
-    const std::size_t size =
-        static_cast<std::size_t>(result.width) * result.height * osg::Image::computeNumComponents(result.pixelFormat);
+    const std::size_t size = osg::Image::computeImageSizeInBytes(
+        static_cast<int>(result.width), static_cast<int>(result.height), 1, result.pixelFormat, result.dataType, 1);
     result.bytes = copyOf<unsigned char>(data, data ? size : 0);
     return result;
 }

@@ -21,7 +21,7 @@ struct RecordedPixels
     unsigned int dataType = 0;
     unsigned int pixelFormat = 0;
     unsigned int internalFormat = 0;
-    std::vector<unsigned char> bytes; // tightly packed rows of 8-bit components; empty if there are none
+    std::vector<unsigned char> bytes; // tightly packed rows, or blocks; empty if there are none
 };
 
 class RecordingMesh : public KdGiGeoMesh

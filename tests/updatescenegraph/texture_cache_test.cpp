@@ -222,6 +222,70 @@ TEST_F(TextureCache, NameThatNoWriterKnowsWritesNothing)
     EXPECT_EQ(imagePathOf(*texture), folder / "c.nosuchformat");
 }
 
+/** 4 x 4 pixels in one block of BC1: red, blue, red, blue from the first row on. */
+osg::ref_ptr<osg::Image> redAndBlueRows(const std::string& name, GLenum format = GL_COMPRESSED_RGB_S3TC_DXT1_EXT)
+{
+    const unsigned char block[8] = {0x00, 0xF8, 0x1F, 0x00, 0x00, 0x55, 0x00, 0x55};
+    osg::ref_ptr<osg::Image> image = new osg::Image;
+    image->setImage(4, 4, 1, static_cast<GLint>(format), format, GL_UNSIGNED_BYTE, new unsigned char[8],
+                    osg::Image::USE_NEW_DELETE);
+    std::copy(std::begin(block), std::end(block), image->data());
+    image->setFileName(name);
+    return image;
+}
+
+TEST_F(TextureCache, BlocksAreDecodedWhereTheFormatHoldsPixels)
+{
+    for (const char* name : {"c.png", "c.bmp", "c.tga"})
+    {
+        SCOPED_TRACE(name);
+        const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(redAndBlueRows(name));
+        mvgeo::cacheTextures(*textured(texture), directory());
+        const osg::ref_ptr<osg::Image> written = osgDB::readRefImageFile(folder / name);
+        ASSERT_TRUE(written);
+        ASSERT_EQ(written->s(), 4);
+        ASSERT_EQ(written->t(), 4);
+        for (unsigned int row = 0; row < 4; ++row)
+        {
+            EXPECT_EQ(written->getColor(1U, row).r(), row % 2 == 0 ? 1.0F : 0.0F) << row;
+            EXPECT_EQ(written->getColor(1U, row).b(), row % 2 == 0 ? 0.0F : 1.0F) << row;
+        }
+        EXPECT_TRUE(texture->getImage()->isCompressed()) << "the host still gets the blocks";
+    }
+}
+
+TEST_F(TextureCache, BlocksWithoutNameBecomeAJpegOfTheirPixels)
+{
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(redAndBlueRows(""));
+    mvgeo::cacheTextures(*textured(texture), directory());
+    const osg::ref_ptr<osg::Image> written = osgDB::readRefImageFile(imagePathOf(*texture));
+    ASSERT_TRUE(written);
+    EXPECT_EQ(written->s(), 4);
+    EXPECT_EQ(written->t(), 4);
+}
+
+TEST_F(TextureCache, BlocksThatCannotBeDecodedWriteNothing)
+{
+    for (const char* name : {"c.png", "c.bmp", "c.tga", "c.jpg"})
+    {
+        const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(redAndBlueRows(name, GL_COMPRESSED_RGB8_ETC2));
+        mvgeo::cacheTextures(*textured(texture), directory());
+        EXPECT_EQ(imagePathOf(*texture), folder / name);
+    }
+    EXPECT_EQ(files(), Names{});
+}
+
+TEST_F(TextureCache, BlocksStayBlocksInDds)
+{
+    const osg::ref_ptr<osg::Image> image = redAndBlueRows("c.dds");
+    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(image);
+    mvgeo::cacheTextures(*textured(texture), directory());
+    const osg::ref_ptr<osg::Image> written = osgDB::readRefImageFile(folder / "c.dds");
+    ASSERT_TRUE(written);
+    ASSERT_TRUE(written->isCompressed());
+    EXPECT_TRUE(std::equal(image->data(), image->data() + 8, written->data()));
+}
+
 TEST_F(TextureCache, NameThatIsAFolderIsNotWrittenOver)
 {
     const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(makeImage("a/..", 1, 2, 3));

@@ -3,3 +3,5 @@
 #include "library/ModelFactory.h"
 #include "nowhere/Nothing.h"
 #include "platform/CodePage.h"
+
+#include <ktx.h>

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace mvgeo
+{
+
+/** ktxHeaderFault() for bytes that begin as KTX 1 does. */
+[[nodiscard]] std::string ktx1Fault(const unsigned char* bytes, std::size_t size);
+
+} // namespace mvgeo

@@ -1,0 +1,60 @@
+#include "readerwriterktx/KtxTranscoding.h"
+
+#include "readerwriterktx/KtxLog.h"
+
+#include <osg/Image>
+
+#include <cstdlib>
+#include <mutex>
+
+namespace mvgeo
+{
+
+namespace
+{
+
+std::mutex defaultLock;
+int defaultValue = 0; // guarded by defaultLock
+
+bool isPowerOfTwo(unsigned int size)
+{
+    return osg::Image::computeNearestPowerOfTwo(static_cast<int>(size), 0.5F) == static_cast<int>(size);
+}
+
+bool isOn(const osgDB::Options* options, const char* name, bool otherwise)
+{
+    const std::string text = options ? options->getPluginStringData(name) : std::string();
+    return text.empty() ? otherwise : std::atoi(text.c_str()) > 0;
+}
+
+} // namespace
+
+void setTranscodingDefault(int value)
+{
+    const std::lock_guard<std::mutex> lock(defaultLock);
+    defaultValue = value;
+}
+
+int transcodingDefault()
+{
+    const std::lock_guard<std::mutex> lock(defaultLock);
+    return defaultValue;
+}
+
+TranscodeTarget transcodeTarget(unsigned int width, unsigned int height, const osgDB::Options* options)
+{
+    const int byDefault = transcodingDefault();
+    const bool isRgbaWanted = isOn(options, "UseRGBA", byDefault > 0);
+    if (!isPowerOfTwo(width) || !isPowerOfTwo(height))
+    {
+        if (!isRgbaWanted)
+            KtxLog(osg::NOTICE) << "Found NPOT image: " << width << " x " << height
+                                << ", will not transcode to compressing texture format";
+        return TranscodeTarget::kRgba32;
+    }
+    if (isRgbaWanted) return TranscodeTarget::kRgba32;
+    if (isOn(options, "UseETC", false)) return TranscodeTarget::kEtc;
+    return isOn(options, "UseDXT", byDefault == 0) ? TranscodeTarget::kBc1Or3 : TranscodeTarget::kRgba32;
+}
+
+} // namespace mvgeo

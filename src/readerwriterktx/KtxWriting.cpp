@@ -1,0 +1,299 @@
+#include "readerwriterktx/KtxWriting.h"
+
+#include "readerwriterktx/KtxFormats.h"
+#include "readerwriterktx/KtxLog.h"
+#include "readerwriterktx/KtxRows.h"
+#include "readerwriterktx/KtxTexture.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace mvgeo
+{
+
+namespace
+{
+
+constexpr std::size_t kFacesOfCube = 6;
+
+// What the encoder gets where a setting is not above 0. It documents compression levels up to 6 only, and takes what is
+// above as 6.
+constexpr unsigned int kThreadCount = 1;
+constexpr unsigned int kCompressLevel = 128;
+constexpr unsigned int kQualityLevel = 1;
+
+// libktx starts as many threads as it is told to, and where the system has no more it ends the process.
+constexpr unsigned int kMostThreads = 256;
+
+// The block of parameters is told apart by its size. Ours is filled as far as this one goes and zero behind.
+constexpr unsigned int kParameterSize = 76;
+static_assert(sizeof(ktxBasisParams) >= kParameterSize);
+
+unsigned int positiveOr(int value, unsigned int otherwise)
+{
+    return value > 0 ? static_cast<unsigned int>(value) : otherwise;
+}
+
+unsigned int levelCountOf(const osg::Image& image)
+{
+    return image.isMipmap() ? image.getNumMipmapLevels() : 1;
+}
+
+unsigned int sizeAt(int size, unsigned int level)
+{
+    return std::max(static_cast<unsigned int>(size) >> level, 1U);
+}
+
+bool hasPixels(const osg::Image* image)
+{
+    return image && image->data() && image->s() > 0 && image->t() > 0 && image->r() > 0;
+}
+
+KtxImageFormat formatOf(const osg::Image& image)
+{
+    return {image.getInternalTextureFormat(), image.getPixelFormat(), image.getDataType()};
+}
+
+/** What libktx says of shapes that no texture has. It is not asked, because it loses memory when it refuses. */
+KTX_error_code shapeFault(const ktxTextureCreateInfo& info)
+{
+    if (info.numFaces != 1 && info.numFaces != kFacesOfCube) return KTX_INVALID_VALUE;
+    if (info.numFaces != 1 && (info.numDimensions != 2 || info.baseWidth != info.baseHeight))
+        return KTX_INVALID_OPERATION;
+    if (info.numDimensions == 3 && info.isArray) return KTX_INVALID_OPERATION;
+    const int mostLevels = osg::Image::computeNumberOfMipmapLevels(
+        static_cast<int>(info.baseWidth), static_cast<int>(info.baseHeight), static_cast<int>(info.baseDepth));
+    return info.numLevels > static_cast<unsigned int>(mostLevels) ? KTX_INVALID_OPERATION : KTX_SUCCESS;
+}
+
+/** A texture under construction, and where its pixels come from. */
+class TextureBuilder
+{
+public:
+    TextureBuilder(const std::vector<const osg::Image*>& images, bool isCubeMap)
+        : _images(images), _reference(*images.front()), _isCubeMap(isCubeMap)
+    {
+    }
+
+    /** False, logged, if there is nothing to write. */
+    bool build()
+    {
+        if (!findFormat() || !create()) return false;
+        for (std::size_t i = 0; i < _images.size(); ++i)
+        {
+            if (!isLikeReference(_images[i]))
+                KtxLog(osg::WARN) << "Mismatched image format while saving KTX texture";
+            else if (!copyImage(*_images[i], i))
+                return false;
+        }
+        describe();
+        return true;
+    }
+
+    [[nodiscard]] ktxTexture2& texture() const { return *_texture; }
+
+private:
+    bool findFormat()
+    {
+        // By the data's channels and type as well: a general name like GL_RGBA says nothing of either.
+        _vkFormat = vkFormatOf(formatOf(_reference));
+        const std::optional<KtxBlock> block = blockOfVk(_vkFormat);
+        if (block)
+        {
+            _block = *block;
+            return true;
+        }
+        KtxLog(osg::WARN) << "No VkFormat for GL internal format: "
+                          << hexText(static_cast<GLuint>(_reference.getInternalTextureFormat()))
+                          << " with pixel format " << hexText(_reference.getPixelFormat()) << " and type "
+                          << hexText(_reference.getDataType());
+        return false;
+    }
+
+    [[nodiscard]] unsigned int dimensions() const
+    {
+        if (_reference.r() >= 2) return 3;
+        return _reference.t() >= 2 ? 2 : 1;
+    }
+
+    bool create()
+    {
+        const auto count = static_cast<unsigned int>(_images.size());
+        ktxTextureCreateInfo info = {};
+        info.vkFormat = _vkFormat;
+        info.baseWidth = static_cast<unsigned int>(_reference.s());
+        info.baseHeight = static_cast<unsigned int>(_reference.t());
+        info.baseDepth = static_cast<unsigned int>(_reference.r());
+        info.numDimensions = dimensions();
+        info.numLevels = levelCountOf(_reference);
+        info.numLayers = _isCubeMap ? 1 : count;
+        info.numFaces = _isCubeMap ? count : 1;
+        info.isArray = count > 1;
+        info.generateMipmaps = false;
+
+        ktxTexture2* texture = nullptr;
+        KTX_error_code code = shapeFault(info);
+        if (code == KTX_SUCCESS) code = ktxTexture2_Create(&info, KTX_TEXTURE_CREATE_ALLOC_STORAGE, &texture);
+        if (code != KTX_SUCCESS)
+        {
+            KtxLog(osg::WARN) << "Unable to create KTX for saving: " << ktxErrorText(code);
+            return false;
+        }
+        _texture.reset(texture);
+        std::memset(texture->pData, 0, texture->dataSize); // what no image fills must not show old memory
+        return true;
+    }
+
+    [[nodiscard]] bool isLikeReference(const osg::Image* image) const
+    {
+        if (!hasPixels(image) || image->s() != _reference.s() || image->t() != _reference.t()) return false;
+        if (image->getInternalTextureFormat() != _reference.getInternalTextureFormat()) return false;
+        // The same name with other data, or fewer slices: not enough bytes to copy.
+        if (image->r() != _reference.r() || vkFormatOf(formatOf(*image)) != _vkFormat) return false;
+        return !isTurned(*image) || canFlipAllLevels();
+    }
+
+    /** One key says for all images which row is the first. A cube map's rows have no other order. */
+    [[nodiscard]] bool isTurned(const osg::Image& image) const
+    {
+        return !_isCubeMap && image.getOrigin() != _reference.getOrigin();
+    }
+
+    [[nodiscard]] bool canFlipAllLevels() const
+    {
+        for (unsigned int level = 0; level < _texture->numLevels; ++level)
+            if (!canFlip(_vkFormat, sizeAt(_reference.t(), level))) return false;
+        return true;
+    }
+
+    bool copyImage(const osg::Image& image, std::size_t index)
+    {
+        // What goes beyond the reference's levels has no place.
+        const unsigned int levels = std::min(levelCountOf(image), _texture->numLevels);
+        for (unsigned int level = 0; level < levels; ++level)
+        {
+            const KTX_error_code code = copyLevel(image, index, level);
+            if (code == KTX_SUCCESS) continue;
+            KtxLog line(osg::WARN);
+            if (level == 0)
+                line << "Unable to save image " << index;
+            else
+                line << "Unable to save mipmap level " << level << " of image " << index;
+            line << " to KTX texture: " << ktxErrorText(code);
+            return false;
+        }
+        return true;
+    }
+
+    KTX_error_code copyLevel(const osg::Image& image, std::size_t index, unsigned int level)
+    {
+        const KtxRows rows(_vkFormat, _block, sizeAt(_reference.s(), level), sizeAt(_reference.t(), level));
+        if (isShort(image, level, rows.size())) return KTX_INVALID_VALUE;
+        const std::size_t pitch = pitchOf(image, level, rows);
+        const auto layer = static_cast<unsigned int>(_isCubeMap ? 0 : index);
+        const auto face = static_cast<unsigned int>(_isCubeMap ? index : 0);
+        std::vector<unsigned char> slice;
+        for (unsigned int z = 0; z < sizeAt(_reference.r(), level); ++z)
+        {
+            const unsigned char* pixels = image.getMipmapData(level) + z * rows.count * pitch;
+            if (pitch != rows.bytes || isTurned(image))
+            {
+                slice.resize(rows.size());
+                (isTurned(image) ? copyRowsFlipped : copyRows)(rows, pixels, pitch, slice.data());
+                pixels = slice.data();
+            }
+            const KTX_error_code code = ktxTexture_SetImageFromMemory(reinterpret_cast<ktxTexture*>(_texture.get()),
+                                                                      level, layer, face + z, pixels, rows.size());
+            if (code != KTX_SUCCESS) return code;
+        }
+        return KTX_SUCCESS;
+    }
+
+    /** Whether a level of a format with a least number of blocks has fewer: the toolkit does not know of it. */
+    [[nodiscard]] bool isShort(const osg::Image& image, unsigned int level, std::size_t size) const
+    {
+        if (_block.leastCount <= 1) return false;
+        const std::size_t begin = image.getMipmapOffset(level);
+        const bool isLast = level + 1 >= levelCountOf(image);
+        const std::size_t end = isLast ? image.getTotalSizeInBytesIncludingMipmaps() : image.getMipmapOffset(level + 1);
+        return end < begin + size;
+    }
+
+    /** From row to row in the image: only rows of pixels may have something behind them, and a row length of their own
+     *  only in the first level. */
+    [[nodiscard]] static std::size_t pitchOf(const osg::Image& image, unsigned int level, const KtxRows& rows)
+    {
+        if (image.isCompressed()) return rows.bytes;
+        if (level == 0) return image.getRowStepInBytes();
+        return osg::Image::computeRowWidthInBytes(static_cast<int>(sizeAt(image.s(), level)), image.getPixelFormat(),
+                                                  image.getDataType(), static_cast<int>(image.getPacking()));
+    }
+
+    void describe()
+    {
+        const bool startsAbove = _isCubeMap || _reference.getOrigin() == osg::Image::TOP_LEFT;
+        const std::string orientation = std::string("r") + (startsAbove ? 'd' : 'u') + 'i';
+        put(KTX_ORIENTATION_KEY, orientation.substr(0, dimensions()));
+        put(KTX_WRITER_KEY, "MvGeoThirdparty " MVGEO_VERSION);
+    }
+
+    void put(const char* key, const std::string& value)
+    {
+        ktxHashList_AddKVPair(&_texture->kvDataHead, key, static_cast<unsigned int>(value.size() + 1), value.c_str());
+    }
+
+    const std::vector<const osg::Image*>& _images;
+    const osg::Image& _reference;
+    const bool _isCubeMap;
+    std::uint32_t _vkFormat = 0;
+    KtxBlock _block = {};
+    KtxTexture2Ptr _texture;
+};
+
+/** The texture stays as it is, logged, if that fails. */
+void compress(ktxTexture2& texture, const KtxSettings& settings)
+{
+    static KtxFirstCall encoder;
+    ktxBasisParams parameters = {};
+    parameters.structSize = kParameterSize;
+    parameters.uastc = settings.useUastc;
+    parameters.threadCount = std::min(positiveOr(settings.threadCount, kThreadCount), kMostThreads);
+    parameters.compressionLevel = positiveOr(settings.compressLevel, kCompressLevel);
+    parameters.qualityLevel = positiveOr(settings.qualityLevel, kQualityLevel);
+    const KTX_error_code code = encoder.run([&] { return ktxTexture2_CompressBasisEx(&texture, &parameters); });
+    if (code != KTX_SUCCESS) KtxLog(osg::WARN) << "Failed to compress ktxTexture2: " << ktxErrorText(code);
+}
+
+std::string bytesOf(ktxTexture2& texture)
+{
+    struct Free
+    {
+        void operator()(unsigned char* bytes) const { std::free(bytes); }
+    };
+    unsigned char* bytes = nullptr;
+    ktx_size_t size = 0;
+    const KTX_error_code code = ktxTexture_WriteToMemory(reinterpret_cast<ktxTexture*>(&texture), &bytes, &size);
+    const std::unique_ptr<unsigned char, Free> owner(bytes);
+    if (code == KTX_SUCCESS) return {reinterpret_cast<const char*>(bytes), size};
+    KtxLog(osg::WARN) << "Unable to write KTX texture: " << ktxErrorText(code);
+    return {};
+}
+
+} // namespace
+
+std::string writeKtx(const std::vector<const osg::Image*>& images, bool isCubeMap, const KtxSettings& settings)
+{
+    if (images.empty() || (isCubeMap && images.size() < kFacesOfCube)) return {};
+    if (!hasPixels(images.front()))
+    {
+        KtxLog(osg::WARN) << "No pixels to save to KTX texture";
+        return {};
+    }
+    TextureBuilder builder(images, isCubeMap);
+    if (!builder.build()) return {};
+    if (settings.useBasis) compress(builder.texture(), settings);
+    return bytesOf(builder.texture());
+}
+
+} // namespace mvgeo

@@ -1,0 +1,168 @@
+#include "readerwriterktx/KtxTestFiles.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace ktxfiles
+{
+
+namespace
+{
+
+constexpr std::uint32_t kRgba8 = 37;
+
+std::string counting(std::size_t count)
+{
+    std::string bytes;
+    for (std::size_t i = 0; i < count; ++i)
+        bytes += static_cast<char>(1 + i);
+    return bytes;
+}
+
+void fillTo4(std::string& bytes)
+{
+    bytes.append((4 - bytes.size() % 4) % 4, '\0');
+}
+
+/** Four channels of 8 bits. */
+std::string rgbaDescriptor(unsigned int blockBytes)
+{
+    std::string bytes = little(92, 4) + little(0, 4) + little(2, 2) + little(88, 2); // version 2, size of the block
+    bytes += little(1, 1) + little(1, 1) + little(1, 1) + little(0, 1);              // RGB model, BT.709, linear
+    bytes += little(0, 4) + little(blockBytes, 8); // 1 x 1 x 1 x 1, bytes in one plane
+    for (const unsigned int channel : {0U, 1U, 2U, 15U})
+    {
+        const unsigned int bitOffset = 8 * std::min(channel, 3U);
+        bytes +=
+            little(bitOffset, 2) + little(7, 1) + little(channel, 1) + little(0, 4) + little(0, 4) + little(255, 4);
+    }
+    return bytes;
+}
+
+struct Level
+{
+    std::string bytes;
+    std::uint64_t uncompressed;
+};
+
+std::string ktx2(unsigned int width, unsigned int height, unsigned int scheme, const std::vector<Level>& levels)
+{
+    const std::string descriptor = rgbaDescriptor(scheme == 0 ? 4 : 0);
+    std::string keys = little(18, 4) + std::string("KTXorientation\0rd\0", 18);
+    fillTo4(keys);
+    const std::uint64_t descriptorOffset = 80 + 24 * levels.size();
+
+    std::string file("\xABKTX 20\xBB\r\n\x1A\n", 12);
+    file += little(kRgba8, 4) + little(1, 4) + little(width, 4) + little(height, 4) + little(0, 4) + little(0, 4) +
+            little(1, 4) + little(levels.size(), 4) + little(scheme, 4);
+    file += little(descriptorOffset, 4) + little(descriptor.size(), 4) +
+            little(descriptorOffset + descriptor.size(), 4) + little(keys.size(), 4) + little(0, 8) + little(0, 8);
+
+    std::uint64_t end = descriptorOffset + descriptor.size() + keys.size();
+    std::string data;
+    std::string index;
+    for (auto level = levels.rbegin(); level != levels.rend(); ++level)
+    {
+        index = little(end, 8) + little(level->bytes.size(), 8) + little(level->uncompressed, 8) + index;
+        data += level->bytes;
+        end += level->bytes.size();
+    }
+    return file + index + descriptor + keys + data;
+}
+
+std::string number(std::uint32_t value, bool isBigEndian)
+{
+    std::string bytes = little(value, 4);
+    if (isBigEndian) std::reverse(bytes.begin(), bytes.end());
+    return bytes;
+}
+
+} // namespace
+
+std::string little(std::uint64_t number, unsigned int count)
+{
+    std::string bytes;
+    for (unsigned int i = 0; i < count; ++i, number >>= 8)
+        bytes += static_cast<char>(number & 0xFF);
+    return bytes;
+}
+
+std::string patched(std::string file, std::size_t offset, std::uint64_t number, unsigned int count)
+{
+    return file.replace(offset, count, little(number, count));
+}
+
+std::string ktx2Rgba(unsigned int width, unsigned int height, unsigned int levels)
+{
+    std::vector<Level> data;
+    for (unsigned int level = 0; level < levels; ++level)
+    {
+        const std::size_t size = std::size_t{4} * std::max(width >> level, 1U) * std::max(height >> level, 1U);
+        data.push_back({counting(size), size});
+    }
+    return ktx2(width, height, 0, data);
+}
+
+std::string ktx2Zstd(unsigned int width, unsigned int height, unsigned int blocks)
+{
+    constexpr unsigned int kBlockSize = 131072;
+    constexpr unsigned int kRunOfOneByte = 1;
+    std::string frame = little(0xFD2FB528, 4) + little(0xA0, 1) + little(std::uint64_t{4} * width * height, 4);
+    for (unsigned int i = 0; i < blocks; ++i)
+    {
+        const unsigned int isLast = i + 1 == blocks ? 1 : 0;
+        frame += little(isLast | kRunOfOneByte << 1 | kBlockSize << 3, 3) + '\7';
+    }
+    constexpr unsigned int kZstd = 2;
+    return ktx2(width, height, kZstd, {{frame, std::uint64_t{4} * width * height}});
+}
+
+std::string ktx2Zlib(unsigned int width, unsigned int height)
+{
+    const std::string pixels = counting(std::size_t{4} * width * height);
+    std::uint32_t sum = 1;
+    std::uint32_t sumOfSums = 0;
+    for (const char byte : pixels)
+    {
+        sum = (sum + static_cast<unsigned char>(byte)) % 65521;
+        sumOfSums = (sumOfSums + sum) % 65521;
+    }
+    const std::uint32_t checksum = sumOfSums << 16 | sum;
+    std::string packed = "\x78\x01\x01" + little(pixels.size(), 2) + little(~pixels.size(), 2) + pixels;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        packed += static_cast<char>(checksum >> shift & 0xFF);
+    constexpr unsigned int kZlib = 3;
+    return ktx2(width, height, kZlib, {{packed, pixels.size()}});
+}
+
+std::string ktx1Rgba(unsigned int width, unsigned int height, unsigned int levels, bool isBigEndian)
+{
+    std::string file("\xABKTX 11\xBB\r\n\x1A\n", 12);
+    for (const std::uint32_t word :
+         {0x04030201U, 0x1401U, 1U, 0x1908U, 0x8058U, 0x1908U, width, height, 0U, 0U, 1U, levels, 0U})
+        file += number(word, isBigEndian);
+    for (unsigned int level = 0; level < levels; ++level)
+    {
+        const unsigned int size = 4 * std::max(width >> level, 1U) * std::max(height >> level, 1U);
+        file += number(size, isBigEndian) + counting(size);
+    }
+    return file;
+}
+
+std::string ktx1Rgb565(unsigned int width, unsigned int height, unsigned int levels, bool isLastRowFilled)
+{
+    std::string file("\xABKTX 11\xBB\r\n\x1A\n", 12);
+    for (const std::uint32_t word :
+         {0x04030201U, 0x8363U, 2U, 0x1907U, 0x8D62U, 0x1907U, width, height, 0U, 0U, 1U, levels, 0U})
+        file += little(word, 4);
+    for (unsigned int level = 0; level < levels; ++level)
+    {
+        const unsigned int row = 2 * std::max(width >> level, 1U);
+        unsigned int size = (row + 3) / 4 * 4 * std::max(height >> level, 1U);
+        if (level + 1 == levels && !isLastRowFilled) size -= (row + 3) / 4 * 4 - row;
+        file += little(size, 4) + counting(size);
+    }
+    return file;
+}
+
+} // namespace ktxfiles

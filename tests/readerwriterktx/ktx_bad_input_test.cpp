@@ -1,0 +1,238 @@
+#include "readerwriterktx/KtxHeader.h"
+#include "readerwriterktx/KtxTestFiles.h"
+#include "readerwriterktx/KtxTestImages.h"
+
+#include <gtest/gtest.h>
+
+#include <osg/Notify>
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#ifdef __linux__
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define MVGEO_IS_SANITIZED
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define MVGEO_IS_SANITIZED
+#endif
+#endif
+
+// Bytes that are no texture, or no longer one, through the whole reader from a stream.
+
+using namespace ktxfiles;
+
+namespace
+{
+
+constexpr unsigned int kRandomSeed = 20240817;
+
+class KtxBadInput : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+#ifndef MVGEO_HAVE_KTX
+        GTEST_SKIP() << "built without libktx";
+#endif
+        _level = osg::getNotifyLevel();
+        osg::setNotifyLevel(osg::ALWAYS); // thousands of refusals
+    }
+    void TearDown() override
+    {
+        osg::setNotifyLevel(_level);
+    }
+
+private:
+    osg::NotifySeverity _level = osg::NOTICE;
+};
+
+std::string etc1s(int side, bool hasAlpha)
+{
+    const auto options = optionsWith({{"UseBASISU", "1"}, {"CompressLevel", "1"}, {"QualityLevel", "128"}});
+    return written(*smoothImage(side, side, hasAlpha), options.get());
+}
+
+std::string uastc(int side)
+{
+    const auto options = optionsWith({{"UseBASISU", "1"}, {"UseUASTC", "1"}, {"CompressLevel", "1"}});
+    return written(*smoothImage(side, side, true), options.get());
+}
+
+std::string cubeMap()
+{
+    const auto options = optionsWith({{"UseBASISU", "0"}, {"SavingCubeMap", "true"}});
+    std::vector<osg::ref_ptr<osg::Image>> faces;
+    for (unsigned int face = 0; face < 6; ++face)
+        faces.push_back(rgbaImage(8, 8, 4, 10 * face));
+    return written(*sequenceOf(faces), options.get());
+}
+
+/** One of each kind, every one of them sound. */
+std::vector<std::pair<const char*, std::string>> soundFiles()
+{
+    return {{"plain KTX 2 with levels", ktx2Rgba(8, 8, 4)},
+            {"Zstandard", ktx2Zstd(256, 256, 2)},
+            {"zlib", ktx2Zlib(8, 8)},
+            {"KTX 1", ktx1Rgba(8, 8, 4)},
+            {"KTX 1, the other order", ktx1Rgba(8, 8, 4, true)},
+            {"ETC1S", etc1s(32, false)},
+            {"ETC1S with alpha", etc1s(32, true)},
+            {"UASTC", uastc(32)},
+            {"cube map", cubeMap()}};
+}
+
+/** Whether it is refused, or read as an image that has the bytes that it says. */
+bool isHandled(const std::string& bytes)
+{
+    const osg::ref_ptr<osg::Image> image = read(bytes);
+    return !image || bytesOf(*image).size() <= mvgeo::kLargestImage;
+}
+
+} // namespace
+
+TEST_F(KtxBadInput, SoundFilesAreRead)
+{
+    for (const auto& [name, file] : soundFiles())
+        EXPECT_TRUE(read(file).valid()) << name;
+}
+
+TEST_F(KtxBadInput, AFileCutAtAnyLengthUpTo4KilobytesIsRefused)
+{
+    for (const auto& [name, file] : soundFiles())
+        for (std::size_t length = 0; length < std::min<std::size_t>(file.size(), 4097); ++length)
+            ASSERT_FALSE(read(file.substr(0, length)).valid()) << name << " cut to " << length;
+}
+
+TEST_F(KtxBadInput, ALargeFileCutAnywhereIsRefused)
+{
+    std::mt19937 random(kRandomSeed);
+    for (const std::string& file : {ktx2Rgba(128, 128, 8), ktx1Rgba(128, 128, 8), uastc(128)})
+        for (int i = 0; i < 200; ++i)
+        {
+            const std::size_t length = std::uniform_int_distribution<std::size_t>(4096, file.size() - 1)(random);
+            ASSERT_FALSE(read(file.substr(0, length)).valid()) << "cut to " << length << ", seed " << kRandomSeed;
+        }
+}
+
+TEST_F(KtxBadInput, NoByteOfAHeaderCanDoHarm)
+{
+    for (const auto& [name, file] : soundFiles())
+        for (std::size_t offset = 0; offset < std::min<std::size_t>(file.size(), 600); ++offset)
+            for (const int flip : {0x01, 0x80, 0xFF})
+            {
+                std::string damaged = file;
+                damaged[offset] = static_cast<char>(damaged[offset] ^ flip);
+                ASSERT_TRUE(isHandled(damaged)) << name << ", byte " << offset << " ^ " << flip;
+            }
+}
+
+TEST_F(KtxBadInput, NoNumberOfAHeaderCanDoHarm)
+{
+    for (const auto& [name, file] : soundFiles())
+        for (std::size_t offset = 12; offset < std::min<std::size_t>(file.size(), 200); offset += 4)
+            for (const std::uint64_t number : {0ULL, 1ULL, 0x7FFFFFFFULL, 0x80000000ULL, 0xFFFFFFFFULL})
+                ASSERT_TRUE(isHandled(patched(file, offset, number, 4))) << name << ", " << number << " at " << offset;
+}
+
+// The palettes and code tables, which libktx does not look at before it decodes by them.
+TEST_F(KtxBadInput, NoBytesOfBasisDataCanDoHarm)
+{
+    std::mt19937 random(kRandomSeed);
+    for (const std::string& file : {etc1s(64, true), uastc(64)})
+        for (int i = 0; i < 1500; ++i)
+        {
+            std::string damaged = file;
+            for (unsigned int count = 1 + random() % 4; count > 0; --count)
+                damaged[80 + random() % (file.size() - 80)] = static_cast<char>(random());
+            ASSERT_TRUE(isHandled(damaged)) << "round " << i << ", seed " << kRandomSeed;
+        }
+}
+
+// The level says 262144 bytes and the frame inside it holds 64 MiB.
+TEST_F(KtxBadInput, DataThatInflatesToMoreThanDeclaredIsRefused)
+{
+    EXPECT_TRUE(read(ktx2Zstd(256, 256, 2)).valid());
+    EXPECT_FALSE(read(ktx2Zstd(256, 256, 512)).valid());
+    EXPECT_FALSE(read(ktx2Zstd(256, 256, 1)).valid());
+}
+
+#ifdef __linux__
+
+namespace
+{
+
+/** The most address space that this process has had, in bytes. */
+std::size_t peakOfProcess()
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string word; status >> word;)
+        if (word == "VmPeak:")
+        {
+            std::size_t kilobytes = 0;
+            status >> kilobytes;
+            return kilobytes * 1024;
+        }
+    return 0;
+}
+
+/** What reading the files one after the other adds to the address space of a process of its own, in MiB, rounded up;
+ *  255 for that or more. */
+int megabytesToRead(const std::vector<std::string>& files)
+{
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        (void)read(ktx2Rgba(4, 4, 3)); // what the first use of anything takes
+        const std::size_t before = peakOfProcess();
+        for (const std::string& file : files)
+            (void)read(file);
+        _exit(static_cast<int>(std::min<std::size_t>((peakOfProcess() - before + (1 << 20) - 1) >> 20, 255)));
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+} // namespace
+
+TEST_F(KtxBadInput, WhatAHeaderClaimsIsNotAllocated)
+{
+#ifdef MVGEO_IS_SANITIZED
+    GTEST_SKIP() << "a sanitizer's own memory would be measured";
+#endif
+    std::vector<std::string> files;
+    for (const auto& [name, file] : soundFiles())
+        for (std::size_t offset = 12; offset < 200; offset += 4)
+            for (const std::uint64_t number : {0x00010000ULL, 0x10000000ULL, 0x7FFFFFF0ULL, 0xFFFFFFFFULL})
+                files.push_back(patched(file, offset, number, 4));
+    // All files have less than 1 MB; what the Basis transcoder takes at its first use is within this too.
+    const int megabytes = megabytesToRead(files);
+    EXPECT_GE(megabytes, 0);
+    EXPECT_LE(megabytes, 10);
+}
+
+// 64 MiB of pixels in 2 KB: once as libktx has it, once as the image.
+TEST_F(KtxBadInput, ReadingTakesTwiceTheDeclaredImage)
+{
+#ifdef MVGEO_IS_SANITIZED
+    GTEST_SKIP() << "a sanitizer's own memory would be measured";
+#endif
+    const std::string file = ktx2Zstd(4096, 4096, 512);
+    ASSERT_LT(file.size(), 4096U);
+    const int megabytes = megabytesToRead({file});
+    EXPECT_GE(megabytes, 64);
+    EXPECT_LE(megabytes, 130);
+}
+
+#endif

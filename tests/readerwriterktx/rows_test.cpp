@@ -1,0 +1,149 @@
+#include "readerwriterktx/KtxRows.h"
+
+#include "readerwriterktx/KtxFormats.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <numeric>
+#include <random>
+#include <vector>
+
+namespace
+{
+
+constexpr std::uint32_t kRgba8 = 37;
+constexpr std::uint32_t kBc1 = 131;
+constexpr std::uint32_t kBc2 = 135;
+constexpr std::uint32_t kBc3 = 137;
+constexpr std::uint32_t kBc4 = 139;
+constexpr std::uint32_t kBc5 = 141;
+constexpr std::uint32_t kBc7 = 145;
+constexpr std::uint32_t kEtc2 = 147;
+constexpr std::uint32_t kAstc6x6 = 165;
+
+mvgeo::KtxRows rowsOf(std::uint32_t format, unsigned int width, unsigned int height)
+{
+    return {format, *mvgeo::blockOfVk(format), width, height};
+}
+
+unsigned int bitsAt(const unsigned char* bytes, unsigned int first, unsigned int count)
+{
+    unsigned int value = 0;
+    for (unsigned int i = 0; i < count; ++i)
+        value |= (bytes[(first + i) / 8] >> ((first + i) % 8) & 1U) << i;
+    return value;
+}
+
+/** What a decoder sees of a pixel: the numbers that its block keeps for all pixels and the choice for this one. Half a
+ * block each: 2-bit choices (colour), 4-bit values (plain alpha), 3-bit choices. */
+using Seen = std::array<unsigned int, 6>;
+
+Seen seenAt(std::uint32_t format, const unsigned char* block, unsigned int pixel)
+{
+    const auto colour = [pixel](const unsigned char* half) { return bitsAt(half, 32 + 2 * pixel, 2); };
+    const auto choice = [pixel](const unsigned char* half) { return bitsAt(half, 16 + 3 * pixel, 3); };
+    const auto ends = [](const unsigned char* half) { return bitsAt(half, 0, 16); };
+    switch (format)
+    {
+    case kBc1:
+        return {ends(block), bitsAt(block, 16, 16), colour(block)};
+    case kBc2:
+        return {bitsAt(block, 4 * pixel, 4), ends(block + 8), bitsAt(block, 80, 16), colour(block + 8)};
+    case kBc3:
+        return {ends(block), choice(block), ends(block + 8), bitsAt(block, 80, 16), colour(block + 8)};
+    case kBc4:
+        return {ends(block), choice(block)};
+    default:
+        return {ends(block), choice(block), ends(block + 8), choice(block + 8)};
+    }
+}
+
+Seen seenAt(const mvgeo::KtxRows& rows, const std::vector<unsigned char>& bytes, unsigned int column, unsigned int row)
+{
+    const std::size_t blockBytes = mvgeo::blockOfVk(rows.vkFormat)->bytes;
+    const unsigned char* block = bytes.data() + row / 4 * rows.bytes + column / 4 * blockBytes;
+    return seenAt(rows.vkFormat, block, row % 4 * 4 + column % 4);
+}
+
+std::vector<unsigned char> randomBytes(std::size_t size)
+{
+    std::mt19937 random(7);
+    std::vector<unsigned char> bytes(size);
+    for (unsigned char& byte : bytes)
+        byte = static_cast<unsigned char>(random());
+    return bytes;
+}
+
+TEST(KtxRows, CountBlocksAndPixelsUpwards)
+{
+    EXPECT_EQ(rowsOf(kRgba8, 5, 3).bytes, 20U);
+    EXPECT_EQ(rowsOf(kRgba8, 5, 3).count, 3U);
+    EXPECT_EQ(rowsOf(kBc1, 5, 3).bytes, 16U); // two blocks of 8 bytes
+    EXPECT_EQ(rowsOf(kBc1, 5, 3).count, 1U);
+    EXPECT_EQ(rowsOf(kAstc6x6, 13, 12).bytes, 48U);
+    EXPECT_EQ(rowsOf(kAstc6x6, 13, 12).count, 2U);
+    EXPECT_EQ(rowsOf(1000054001, 4, 4).size(), 32U); // PVRTC has at least two blocks each way
+}
+
+TEST(KtxRows, LoseTheirPaddingWhenCopied)
+{
+    const std::vector<unsigned char> source{1, 2, 3, 99, 4, 5, 6, 99};
+    std::vector<unsigned char> target(6);
+    mvgeo::copyRows(rowsOf(23, 1, 2), source.data(), 4, target.data());
+    EXPECT_EQ(target, (std::vector<unsigned char>{1, 2, 3, 4, 5, 6}));
+    mvgeo::copyRowsFlipped(rowsOf(23, 1, 2), source.data(), 4, target.data());
+    EXPECT_EQ(target, (std::vector<unsigned char>{4, 5, 6, 1, 2, 3}));
+}
+
+TEST(KtxRows, AreTurnedOverWhereNoPixelChanges)
+{
+    for (const std::uint32_t format : {kRgba8, kBc1, kBc2, kBc3, kBc4, kBc5})
+        for (const unsigned int height : {1U, 2U, 3U, 4U, 8U, 256U})
+            EXPECT_TRUE(mvgeo::canFlip(format, height)) << format << ' ' << height;
+    EXPECT_TRUE(mvgeo::canFlip(kRgba8, 5));
+    for (const std::uint32_t format : {kBc1, kBc3, kBc5})
+        for (const unsigned int height : {5U, 6U, 7U, 94U})
+            EXPECT_FALSE(mvgeo::canFlip(format, height)) << format << ' ' << height;
+    for (const std::uint32_t format : {kBc7, kEtc2, kAstc6x6})
+    {
+        EXPECT_FALSE(mvgeo::canFlip(format, 4)) << format;
+        EXPECT_TRUE(mvgeo::canFlip(format, 1)) << format;
+    }
+}
+
+TEST(KtxRows, OfBlocksShowTheSamePixelsUpsideDown)
+{
+    constexpr unsigned int kWidth = 8;
+    for (const std::uint32_t format : {kBc1, kBc2, kBc3, kBc4, kBc5})
+        for (const unsigned int height : {1U, 2U, 3U, 4U, 8U, 12U})
+        {
+            SCOPED_TRACE(testing::Message() << "format " << format << ", height " << height);
+            const mvgeo::KtxRows rows = rowsOf(format, kWidth, height);
+            const std::vector<unsigned char> source = randomBytes(rows.size());
+            std::vector<unsigned char> target(rows.size());
+            mvgeo::copyRowsFlipped(rows, source.data(), rows.bytes, target.data());
+            for (unsigned int row = 0; row < height; ++row)
+                for (unsigned int column = 0; column < kWidth; ++column)
+                    ASSERT_EQ(seenAt(rows, target, column, row), seenAt(rows, source, column, height - 1 - row))
+                        << column << ' ' << row;
+        }
+}
+
+TEST(KtxRows, TurnedTwiceAreAsBefore)
+{
+    for (const std::uint32_t format : {kRgba8, kBc1, kBc2, kBc3, kBc4, kBc5})
+        for (const unsigned int height : {2U, 3U, 4U, 16U})
+        {
+            const mvgeo::KtxRows rows = rowsOf(format, 12, height);
+            const std::vector<unsigned char> source = randomBytes(rows.size());
+            std::vector<unsigned char> once(rows.size());
+            std::vector<unsigned char> twice(rows.size());
+            mvgeo::copyRowsFlipped(rows, source.data(), rows.bytes, once.data());
+            mvgeo::copyRowsFlipped(rows, once.data(), rows.bytes, twice.data());
+            EXPECT_NE(once, source);
+            EXPECT_EQ(twice, source) << format << ' ' << height;
+        }
+}
+
+} // namespace

@@ -1,0 +1,3 @@
+#pragma once
+
+#include "readerwriterktx/ReaderWriterKTX.h"
