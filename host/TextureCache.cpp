@@ -30,8 +30,8 @@ public:
             source = std::move(_source);
             return false;
         }
-        setImage(static_cast<int>(width), static_cast<int>(height), 1, static_cast<GLint>(internalFormat), pixelFormat,
-                 dataType, data, osg::Image::NO_DELETE, 1);
+        setImage(static_cast<int>(width), static_cast<int>(height), 1, withoutSrgb(static_cast<GLint>(internalFormat)),
+                 pixelFormat, dataType, data, osg::Image::NO_DELETE, 1);
         return true;
     }
 
@@ -42,12 +42,12 @@ private:
     std::unique_ptr<KdGiGeoMeshImage> _source;
 };
 
-osg::ref_ptr<osg::Texture2D> makeTexture(osg::Image& image)
+osg::ref_ptr<osg::Texture2D> makeTexture(osg::Image& image, const std::shared_ptr<UndrawableCount>& undrawable)
 {
-    osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(&image);
-    // The driver cannot make mip levels of compressed pixels, and only the base level was handed over.
-    const bool mipmaps = !image.isCompressed();
-    texture->setFilter(osg::Texture::MIN_FILTER, mipmaps ? osg::Texture::LINEAR_MIPMAP_LINEAR : osg::Texture::LINEAR);
+    osg::ref_ptr<osg::Texture2D> texture =
+        image.isCompressed() ? makeBlockTexture(image, undrawable) : osg::ref_ptr(new osg::Texture2D(&image));
+    if (image.getPixelFormat() == GL_RED) texture->setSwizzle({GL_RED, GL_RED, GL_RED, GL_ONE}); // a grey photograph
+    texture->setFilter(osg::Texture::MIN_FILTER, osg::Texture::LINEAR_MIPMAP_LINEAR);
     texture->setFilter(osg::Texture::MAG_FILTER, osg::Texture::LINEAR);
     texture->setMaxAnisotropy(kMaxAnisotropy);
     texture->setWrap(osg::Texture::WRAP_S, osg::Texture::CLAMP_TO_EDGE);
@@ -66,13 +66,13 @@ void HostTexture::repeat()
     _texture->setWrap(osg::Texture::WRAP_T, osg::Texture::REPEAT);
 }
 
-bool HostTexture::takePixels()
+bool HostTexture::takePixels(const std::shared_ptr<UndrawableCount>& undrawable)
 {
     for (std::unique_ptr<KdGiGeoMeshImage>& source : _sources)
     {
         const osg::ref_ptr<BorrowedImage> image = new BorrowedImage(std::move(source));
         if (!image->borrow(source)) continue;
-        _texture = makeTexture(*image);
+        _texture = makeTexture(*image, undrawable);
         _byteCount = image->getTotalSizeInBytes();
         if (_repeats) repeat();
         break;
@@ -99,7 +99,7 @@ std::shared_ptr<HostTexture> TextureCache::adopt(std::unique_ptr<KdGiGeoMeshImag
 void TextureCache::loadPending()
 {
     for (const std::shared_ptr<HostTexture>& texture : _pending)
-        if (texture->takePixels()) ++_loadCount;
+        if (texture->takePixels(_undrawable)) ++_loadCount;
     _pending.clear();
     for (auto it = _textures.begin(); it != _textures.end();)
         it = it->second.expired() ? _textures.erase(it) : ++it;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "BlockTexture.h"
+
 #include <KdGiGeoMeshImage.h>
 
 #include <osg/Texture2D>
@@ -28,7 +30,7 @@ private:
     friend class TextureCache;
 
     /** Takes the pixels of the first object that has some; the others go. True if there is a texture afterwards. */
-    bool takePixels();
+    bool takePixels(const std::shared_ptr<UndrawableCount>& undrawable);
 
     std::vector<std::unique_ptr<KdGiGeoMeshImage>> _sources; // until their pixels can be had
     osg::ref_ptr<osg::Texture2D> _texture;
@@ -57,9 +59,13 @@ public:
     /** Pixel blocks taken over since the start: never more than one for a key in use. */
     [[nodiscard]] std::size_t loadCount() const { return _loadCount; }
 
+    /** Textures drawn so far whose format neither OpenGL nor the host can make pixels of. */
+    [[nodiscard]] std::size_t undrawableCount() const { return *_undrawable; }
+
 private:
     std::unordered_map<std::string, std::weak_ptr<HostTexture>> _textures;
     std::vector<std::shared_ptr<HostTexture>> _pending;
     std::size_t _loadCount = 0;
+    std::shared_ptr<UndrawableCount> _undrawable = std::make_shared<UndrawableCount>(0); // textures may outlive us
 };
 } // namespace mvgeo::host

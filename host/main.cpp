@@ -62,6 +62,7 @@ int main(int argumentCount, char** arguments)
     mvgeo::host::addDrapeCommand(app, status);
     mvgeo::host::addClipCommand(app, status);
     mvgeo::host::addPrebuildCommand(app, status);
+    mvgeo::host::addTextureCommand(app, status);
     mvgeo::host::addSettingsCommand(app, status);
     status = run(app, argumentCount, arguments, status);
     std::cout.flush();

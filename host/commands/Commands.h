@@ -15,5 +15,6 @@ void addPrebuildCommand(CLI::App& app, int& status);
 void addRenderCommand(CLI::App& app, int& status);
 void addSampleCommand(CLI::App& app, int& status);
 void addSettingsCommand(CLI::App& app, int& status);
+void addTextureCommand(CLI::App& app, int& status);
 void addViewCommand(CLI::App& app, int& status);
 } // namespace mvgeo::host

@@ -259,6 +259,7 @@ Json tileReport(const HostModel& model)
     report["triangles"] = tiles.visibleTriangleCount();
     report["textures"] = tiles.textures().textureCount();
     report["textureBytes"] = tiles.textures().byteCount();
+    report["undrawableTextures"] = tiles.textures().undrawableCount();
     report["bytesHeld"] = statistics.bytesHeld;
     report["unannouncedRemovals"] = tiles.unannouncedRemovals();
     report["violations"] = tiles.violations();

@@ -31,6 +31,8 @@ void printForPeople(const RenderOptions& options, const HostModel& model, double
     printTerrainTiles(model);
     if (const std::uint64_t failed = model.statistics().tilesFailed)
         std::cout << failed << " tiles could not be read; coarser ones stand in their place.\n";
+    if (const std::size_t undrawable = tiles.textures().undrawableCount())
+        std::cout << undrawable << " textures are in a format that OpenGL here does not take; they are drawn grey.\n";
     if (!tiles.visibleIds().empty() && tiles.visibleTriangleCount() == 0)
         std::cout << "None of these tiles holds triangles that a host can take; the log tells why.\n";
     if (!options.listTiles) return;

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
+#include <map>
 #include <memory>
 #include <string>
 #include <system_error>
@@ -21,6 +22,10 @@ namespace
 {
 constexpr const char* kCity = "city";
 constexpr const char* kTerrain = "terrain";
+const std::map<std::string, TextureStorage> kTextures = {{"jpeg", TextureStorage::jpeg},
+                                                         {"ktx2", TextureStorage::etc1s},
+                                                         {"ktx2-uastc", TextureStorage::uastc},
+                                                         {"ktx2-bc", TextureStorage::bc}};
 constexpr int kAnyNumber = 1000000; // the pyramid knows its own limits
 
 struct SampleOptions
@@ -29,7 +34,8 @@ struct SampleOptions
     std::string roots = "3x3";
     int levels = 5;
     std::uint32_t seed = 7;
-    std::string only; // kCity, kTerrain, or empty for both
+    std::string only;              // kCity, kTerrain, or empty for both
+    std::string textures = "jpeg"; // a key of kTextures
     bool json = false;
 };
 
@@ -42,6 +48,7 @@ SamplePyramidResult writeCity(const SampleOptions& options)
     std::tie(pyramid.rootTilesX, pyramid.rootTilesY) = *roots;
     pyramid.levels = options.levels;
     pyramid.seed = options.seed;
+    pyramid.textures = kTextures.at(options.textures);
     TerminalProgress progress("building the city:");
     pyramid.progress = [&progress](double part) { progress.showPart(part); };
     const SamplePyramidResult result = writeSamplePyramid(options.folder, pyramid);
@@ -110,6 +117,12 @@ void addSampleCommand(CLI::App& app, int& status)
         ->capture_default_str();
     command.add_option("--only", options->only, "write one of the two, for instance beside the other one")
         ->check(CLI::IsMember({kCity, kTerrain}));
+    command
+        .add_option("--textures", options->textures,
+                    "how the city's textures are stored: jpeg, or KTX2 with ETC1S (ktx2), UASTC or BC1 blocks")
+        ->check(CLI::IsMember(kTextures).description(""))
+        ->type_name("jpeg|ktx2|ktx2-uastc|ktx2-bc")
+        ->capture_default_str();
     command.add_flag("--json", options->json, "print the result as JSON");
     command.callback(
         [options, &status]

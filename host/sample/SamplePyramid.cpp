@@ -121,23 +121,27 @@ private:
             const std::string partPath = path + std::to_string(quadrant);
             if (!leaf && !writeFile(work, level + 1, partPath, partX, partY)) return false;
             if (work.stop) return false;
-            const std::string imageName = stem + "_" + std::to_string(quadrant) + ".jpg";
+            const std::string imageName = stem + "_" + std::to_string(quadrant) + extensionOf(_options.textures);
             const int depth = level == 0 ? 0 : leaf ? level - 1 : level;
             TilePart part = makePart(level, partArea(depth, partX, partY), imageName);
+            if (!part.mesh) return work.note({"cannot encode the texture " + imageName});
             if (!leaf) part.finerFile = fileStem(level + 1, partPath) + ".osgb";
             parts.push_back(part);
         }
-        return work.note(writeTileFile(*makeTileNode(parts), _folder + "/" + stem + ".osgb"));
+        return work.note(writeTileFile(*makeTileNode(parts), _folder + "/" + stem + ".osgb", _options.textures));
     }
 
+    /** Without mesh if its texture cannot be had. */
     [[nodiscard]] TilePart makePart(int level, const Rect& area, const std::string& imageName) const
     {
         const TileDetail detail = TileDetail::ofLevel(level, _options.levels, _options.tileSizeMetres);
         const TileContent content(_city.objects(), area, detail);
         const TileAtlas atlas(content);
+        const osg::ref_ptr<osg::Image> image = prepareForStorage(_texture.paint(content, atlas), _options.textures);
+        if (!image) return {};
         TilePart part;
         part.mesh = makeTileMesh(_city.plan(), content, atlas);
-        applyTexture(*part.mesh, *_texture.paint(content, atlas), imageName);
+        applyTexture(*part.mesh, *image, imageName);
         part.switchPixels = 2.0 * part.mesh->getBoundingBox().radius() / detail.metresPerTexel * kMagnification;
         return part;
     }
@@ -223,6 +227,7 @@ SamplePyramidResult writeSamplePyramid(const std::string& directory, const Sampl
 {
     SamplePyramidResult result;
     result.message = complaint(options);
+    if (result.message.empty()) result.message = storageFault(options.textures);
     if (!result.message.empty()) return result;
     const std::string dataFolder = directory + "/Data";
     result.message = prepareFolder(directory, dataFolder);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sample/TextureStorage.h"
+
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -14,6 +16,7 @@ struct SamplePyramidOptions
     int levels = 5;                // 5 to 8; files one below the other in each root tile, the root's own counted
     double tileSizeMetres = 200.0; // of a root tile, 100 to 1000
     std::uint32_t seed = 7;
+    TextureStorage textures = TextureStorage::jpeg;
     std::function<void(double fraction)> progress; // 0 to 1; on the caller's thread
     std::function<bool()> cancelled;               // asked some times a second; on the caller's thread
 };

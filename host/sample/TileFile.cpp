@@ -18,11 +18,6 @@ namespace mvgeo::host
 namespace
 {
 
-// The image goes in as the file that the JPEG plug-in makes of it. Version 91 without block sizes is what published
-// pyramids are written in, so every toolkit since can read it.
-constexpr const char* kWriteOptions =
-    "WriteImageHint=IncludeFile RobustBinaryFormat=false TargetFileVersion=91 JPEG_QUALITY 77";
-
 osg::ref_ptr<osg::Geode> makeGeode(const TilePart& part)
 {
     osg::ref_ptr<osg::Geode> geode = new osg::Geode;
@@ -71,15 +66,13 @@ osg::ref_ptr<osg::Node> makeTileNode(const std::vector<TilePart>& parts)
     return group;
 }
 
-WriteResult writeTileFile(const osg::Node& node, const std::string& path)
+WriteResult writeTileFile(const osg::Node& node, const std::string& path, TextureStorage textures)
 {
     osgDB::ReaderWriter* writer = osgDB::Registry::instance()->getReaderWriterForExtension("osgb");
-    if (!writer || !osgDB::Registry::instance()->getReaderWriterForExtension("jpg"))
-        return {"cannot write " + path + ": OpenSceneGraph's plug-ins for osgb and jpg are not installed"};
+    if (!writer) return {"cannot write " + path + ": OpenSceneGraph's plug-in for osgb is not installed"};
 
-    const osg::ref_ptr<osgDB::Options> options = new osgDB::Options(kWriteOptions);
     std::ostringstream stream(std::ios::binary);
-    const osgDB::ReaderWriter::WriteResult written = writer->writeNode(node, stream, options);
+    const osgDB::ReaderWriter::WriteResult written = writer->writeNode(node, stream, writeOptionsOf(textures));
     if (!written.success()) return {"cannot write " + path + ": " + written.message()};
     return writeWholeFile(stream.str(), path);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sample/TextureStorage.h"
+
 #include <osg/Geometry>
 #include <osg/Image>
 
@@ -34,8 +36,8 @@ struct WriteResult
     [[nodiscard]] bool ok() const { return error.empty(); }
 };
 
-/** Writes a scene as .osgb with its textures as JPEG files inside. Thread: any. */
-[[nodiscard]] WriteResult writeTileFile(const osg::Node& node, const std::string& path);
+/** Writes a scene as .osgb with its textures as files inside. Thread: any. */
+[[nodiscard]] WriteResult writeTileFile(const osg::Node& node, const std::string& path, TextureStorage textures);
 
 /** Writes under a temporary name and renames, so that nobody ever finds half a file. The path is UTF-8. */
 [[nodiscard]] WriteResult writeWholeFile(std::string_view content, const std::string& path);

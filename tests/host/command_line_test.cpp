@@ -5,8 +5,9 @@
 
 TEST(CommandLine, HasHelpForEveryCommand)
 {
-    for (const char* command : {"", "sample", "info", "render", "fly", "view", "pick", "drape", "clip", "prebuild",
-                                "settings", "settings get", "settings set", "settings list"})
+    for (const char* command :
+         {"", "sample", "info", "render", "fly", "view", "pick", "drape", "clip", "prebuild", "settings",
+          "settings get", "settings set", "settings list", "texture", "texture info", "texture convert"})
     {
         SCOPED_TRACE(command);
         const Outcome outcome = run(std::string(command) + " --help");
@@ -40,6 +41,7 @@ TEST(CommandLine, RefusesValuesThatAreNotWhatTheyShouldBe)
     expectOneSentence(render + "--timeout -1", "--timeout");
     expectOneSentence("fly x --frames 0", "--frames");
     expectOneSentence("sample x --roots 3", "--roots");
+    expectOneSentence("sample x --textures webp", "--textures");
 }
 
 TEST(CommandLine, RefusesModelsThatAreNotThere)

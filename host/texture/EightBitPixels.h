@@ -1,0 +1,31 @@
+#pragma once
+
+#include <osg/Image>
+
+namespace mvgeo::host
+{
+enum class AlphaChoice
+{
+    AsItIs,
+    Never, ///< is left out
+    Always ///< is made: opaque
+};
+
+/** Which channels the pixels may have. */
+struct ChannelChoice
+{
+    bool grey = true; ///< else grey becomes RGB
+    AlphaChoice alpha = AlphaChoice::AsItIs;
+};
+
+/** True if eightBitPixels() can make something of the image: no blocks but BC1 to BC3, no integers, no depths. */
+bool canBecomeEightBit(const osg::Image& image);
+
+/** True if the image is that already. */
+bool isEightBit(const osg::Image& image, ChannelChoice channels);
+
+/** The image with 8 bits a channel as GL_LUMINANCE, GL_LUMINANCE_ALPHA, GL_RGB or GL_RGBA, the lowest row first, with
+ *  its slices and its mipmap levels. One channel counts as grey; numbers beyond 0 to 1 are cut off there. A format in
+ *  sRGB stays in sRGB. Null if canBecomeEightBit() is false. */
+osg::ref_ptr<osg::Image> eightBitPixels(const osg::Image& image, ChannelChoice channels);
+} // namespace mvgeo::host
