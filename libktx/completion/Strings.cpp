@@ -43,7 +43,7 @@ extern "C"
         case KTX_UNSUPPORTED_TEXTURE_TYPE:
             return "The file specifies an unsupported type of texture.";
         case KTX_UNSUPPORTED_FEATURE:
-            return "The feature is not included in the library in use, or not implemented.";
+            return "The library in use does not have this feature.";
         case KTX_LIBRARY_NOT_LINKED:
             return "A library that is needed is not linked into the application.";
         case KTX_DECOMPRESS_LENGTH_ERROR:

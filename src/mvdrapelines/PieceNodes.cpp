@@ -249,7 +249,7 @@ private:
                                start.z + side.z * (along / length));
         if (!(place.distanceTo(foot) <= kOnSegment)) return;
 
-        // Without this, tiles whose ends differ by the rounding of floats would cross over by a tiny stub.
+        // Without this, tiles whose ends differ by the rounding of floats would cross over by a tiny end.
         const bool isAtEnd = _pieces.isPieceEnd(point) || _pieces.isPieceEnd(nearest);
         if ((isAtEnd && toNearest <= kOnSegment) || along <= 0.0 || along >= length)
             _places.unite(point, nearest);
