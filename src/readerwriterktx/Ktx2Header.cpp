@@ -139,6 +139,8 @@ std::string slicesFault(const Header& header, const KtxBytes& global, bool hasAl
             if (!isInside(slices.colourOffset, slices.colourLength, level) ||
                 (hasAlpha && !isInside(slices.alphaOffset, slices.alphaLength, level)))
                 return "image " + std::to_string(image) + " leaves level " + std::to_string(index);
+            // To libktx 0 means that there is none; it gives up then, and leaks.
+            if (hasAlpha && slices.alphaOffset == 0) return "image " + std::to_string(image) + " has no alpha";
         }
     }
     return {};

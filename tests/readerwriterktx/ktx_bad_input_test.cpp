@@ -114,6 +114,19 @@ TEST_F(KtxBadInput, AFileCutAtAnyLengthUpTo4KilobytesIsRefused)
             ASSERT_FALSE(read(file.substr(0, length)).valid()) << name << " cut to " << length;
 }
 
+// The place of the only image's alpha, 0 for none: in the global data, whose own place the header names.
+TEST_F(KtxBadInput, AnImageWithoutTheAlphaThatTheFormatPromisesIsRefused)
+{
+    const std::string sound = etc1s(32, true);
+    std::uint64_t globalData = 0;
+    for (unsigned int byte = 0; byte < 8; ++byte)
+        globalData |= std::uint64_t{static_cast<unsigned char>(sound[64 + byte])} << (8 * byte);
+    const std::string damaged = patched(sound, globalData + 20 + 12, 0, 4);
+    EXPECT_EQ(mvgeo::ktxHeaderFault(reinterpret_cast<const unsigned char*>(damaged.data()), damaged.size()),
+              "image 0 has no alpha");
+    EXPECT_FALSE(read(damaged).valid());
+}
+
 TEST_F(KtxBadInput, ALargeFileCutAnywhereIsRefused)
 {
     std::mt19937 random(kRandomSeed);
