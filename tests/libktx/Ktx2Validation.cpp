@@ -6,8 +6,9 @@
 #include <cstdint>
 #include <cstring>
 #include <numeric>
-#include <regex>
+#include <set>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace mvgeo
@@ -239,21 +240,31 @@ private:
     void checkValue(const std::string& key, const std::string& value) const
     {
         if (key.compare(0, 3, "KTX") != 0 && key.compare(0, 3, "ktx") != 0) return;
-        static const std::regex known(
-            "KTX(cubemapIncomplete|orientation|glFormat|dxgiFormat__|metalPixelFormat|swizzle|writer|writerScParams|"
-            "astcDecodeMode|animData)");
-        require(std::regex_match(key, known), "the key " + key + " is reserved and unknown");
+        static const std::set<std::string> known{
+            "KTXcubemapIncomplete", "KTXorientation", "KTXglFormat",       "KTXdxgiFormat__",   "KTXmetalPixelFormat",
+            "KTXswizzle",           "KTXwriter",      "KTXwriterScParams", "KTXastcDecodeMode", "KTXanimData"};
+        require(known.count(key) > 0, "the key " + key + " is reserved and unknown");
         const bool text =
             key == "KTXorientation" || key == "KTXswizzle" || key == "KTXwriter" || key == "KTXwriterScParams";
         if (!text) return;
         require(!value.empty() && value.find('\0') == value.size() - 1,
                 "the value of " + key + " does not end with NUL");
         const std::string letters = value.substr(0, value.size() - 1);
-        const char* const orientation = _depth > 0 ? "[rl][du][oi]" : _height > 0 ? "[rl][du]" : "[rl]";
-        require(key != "KTXorientation" || std::regex_match(letters, std::regex(orientation)),
-                "KTXorientation is wrong");
-        require(key != "KTXswizzle" || std::regex_match(letters, std::regex("[rgba01]{4}")), "KTXswizzle is wrong");
+        require(key != "KTXorientation" || isOrientation(letters), "KTXorientation is wrong");
+        require(key != "KTXswizzle" || (letters.size() == 4 && letters.find_first_not_of("rgba01") == letters.npos),
+                "KTXswizzle is wrong");
         require(!letters.empty(), "the value of " + key + " is empty");
+    }
+
+    /** One letter of two for each dimension. */
+    bool isOrientation(const std::string& letters) const
+    {
+        static const std::string choices[] = {"rl", "du", "oi"};
+        const std::size_t dimensions = _depth > 0 ? 3 : _height > 0 ? 2 : 1;
+        if (letters.size() != dimensions) return false;
+        for (std::size_t i = 0; i < dimensions; ++i)
+            if (choices[i].find(letters[i]) == std::string::npos) return false;
+        return true;
     }
 
     void requireZeros(std::uint64_t begin, std::uint64_t end, const std::string& what) const
