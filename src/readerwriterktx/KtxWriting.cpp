@@ -55,6 +55,22 @@ KtxImageFormat formatOf(const osg::Image& image)
     return {image.getInternalTextureFormat(), image.getPixelFormat(), image.getDataType()};
 }
 
+/** How red and green stand for what OpenGL's older formats call otherwise; null for all others. */
+const char* swizzleOf(GLenum pixelFormat)
+{
+    switch (pixelFormat)
+    {
+    case GL_LUMINANCE:
+        return "rrr1";
+    case GL_LUMINANCE_ALPHA:
+        return "rrrg";
+    case GL_ALPHA:
+        return "000r";
+    default:
+        return nullptr;
+    }
+}
+
 /** What libktx says of shapes that no texture has. It is not asked, because it loses memory when it refuses. */
 KTX_error_code shapeFault(const ktxTextureCreateInfo& info)
 {
@@ -235,6 +251,7 @@ private:
         const bool startsAbove = _isCubeMap || _reference.getOrigin() == osg::Image::TOP_LEFT;
         const std::string orientation = std::string("r") + (startsAbove ? 'd' : 'u') + 'i';
         put(KTX_ORIENTATION_KEY, orientation.substr(0, dimensions()));
+        if (const char* swizzle = swizzleOf(_reference.getPixelFormat())) put(KTX_SWIZZLE_KEY, swizzle);
         put(KTX_WRITER_KEY, "MvGeoThirdparty " MVGEO_VERSION);
     }
 
@@ -262,7 +279,10 @@ void compress(ktxTexture2& texture, const KtxSettings& settings)
     parameters.compressionLevel = positiveOr(settings.compressLevel, kCompressLevel);
     parameters.qualityLevel = positiveOr(settings.qualityLevel, kQualityLevel);
     const KTX_error_code code = encoder.run([&] { return ktxTexture2_CompressBasisEx(&texture, &parameters); });
-    if (code != KTX_SUCCESS) KtxLog(osg::WARN) << "Failed to compress ktxTexture2: " << ktxErrorText(code);
+    if (code == KTX_SUCCESS) // the encoder has spread one and two channels over four
+        ktxHashList_DeleteKVPair(&texture.kvDataHead, KTX_SWIZZLE_KEY);
+    else
+        KtxLog(osg::WARN) << "Failed to compress ktxTexture2: " << ktxErrorText(code);
 }
 
 std::string bytesOf(ktxTexture2& texture)
