@@ -15,10 +15,9 @@ using UndrawableCount = std::atomic<std::size_t>;
 
 /** A texture of pixels in compressed blocks, whose internal format tells what the blocks mean.
  *
- *  They go to the graphics card as they are if its OpenGL takes them, and the card makes the mip levels of BC1 to
- *  BC7; others have none. Else BC1, BC2
- *  and BC3 are decoded before, and anything else is drawn in the colour of a mesh without texture and counted. Which it
- *  is shows when the texture is first drawn; the image is dropped then.
+ *  They go to the graphics card as they are if its OpenGL takes them, and the card makes the mip levels of BC1 to BC7;
+ *  others have none. Else BC1, BC2 and BC3 are decoded before, and anything else is drawn in the colour of a mesh
+ *  without texture and counted. Which it is shows when the texture is first drawn; the image is dropped then.
  */
 [[nodiscard]] osg::ref_ptr<osg::Texture2D> makeBlockTexture(osg::Image& image,
                                                             const std::shared_ptr<UndrawableCount>& undrawable);

@@ -14,7 +14,7 @@ build_packages=(
     libegl-mesa0 libgl1-mesa-dri)
 # The thread sanitizer's build: GCC's OpenMP runtime would be reported as one long race.
 tsan_packages=(clang libomp-dev)
-# libFuzzer; its preset uses the same compiler, so the same OpenMP runtime.
+# libFuzzer comes with Clang, and Clang's OpenMP runtime apart.
 fuzz_packages=(clang libclang-rt-dev libomp-dev)
 # Compiles the Windows half of the platform code with its tests, and runs them.
 windows_packages=(g++-mingw-w64-x86-64-posix googletest wine wine64)

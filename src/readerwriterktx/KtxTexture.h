@@ -28,8 +28,9 @@ inline std::string ktxErrorText(KTX_error_code code)
     return text ? text : "unknown error";
 }
 
-/** libktx sets up the tables of its Basis coder in the first call that gets that far, without a lock: until one has
- *  succeeded, calls go one at a time. Thread: any. */
+/** libktx sets up the tables of its Basis coder in the first call that gets that far, without a lock, and the encoder
+ *  sets up the transcoder's too: until a call of a kind has succeeded, they go one at a time. One object for each kind.
+ *  Thread: any. */
 class KtxFirstCall
 {
 public:
@@ -45,7 +46,7 @@ public:
 
 private:
     std::atomic<bool> _isDone{false};
-    std::mutex _first;
+    inline static std::mutex _first;
 };
 
 } // namespace mvgeo

@@ -107,6 +107,12 @@ public:
         return true;
     }
 
+    /** For texels that are stored as they are. */
+    void describeChannels()
+    {
+        if (const char* swizzle = swizzleOf(_reference.getPixelFormat())) put(KTX_SWIZZLE_KEY, swizzle);
+    }
+
     [[nodiscard]] ktxTexture2& texture() const { return *_texture; }
 
 private:
@@ -251,7 +257,6 @@ private:
         const bool startsAbove = _isCubeMap || _reference.getOrigin() == osg::Image::TOP_LEFT;
         const std::string orientation = std::string("r") + (startsAbove ? 'd' : 'u') + 'i';
         put(KTX_ORIENTATION_KEY, orientation.substr(0, dimensions()));
-        if (const char* swizzle = swizzleOf(_reference.getPixelFormat())) put(KTX_SWIZZLE_KEY, swizzle);
         put(KTX_WRITER_KEY, "MvGeoThirdparty " MVGEO_VERSION);
     }
 
@@ -268,8 +273,8 @@ private:
     KtxTexture2Ptr _texture;
 };
 
-/** The texture stays as it is, logged, if that fails. */
-void compress(ktxTexture2& texture, const KtxSettings& settings)
+/** False, logged, if that fails; the texture stays as it is then. */
+bool compress(ktxTexture2& texture, const KtxSettings& settings)
 {
     static KtxFirstCall encoder;
     ktxBasisParams parameters = {};
@@ -279,10 +284,9 @@ void compress(ktxTexture2& texture, const KtxSettings& settings)
     parameters.compressionLevel = positiveOr(settings.compressLevel, kCompressLevel);
     parameters.qualityLevel = positiveOr(settings.qualityLevel, kQualityLevel);
     const KTX_error_code code = encoder.run([&] { return ktxTexture2_CompressBasisEx(&texture, &parameters); });
-    if (code == KTX_SUCCESS) // the encoder has spread one and two channels over four
-        ktxHashList_DeleteKVPair(&texture.kvDataHead, KTX_SWIZZLE_KEY);
-    else
-        KtxLog(osg::WARN) << "Failed to compress ktxTexture2: " << ktxErrorText(code);
+    if (code == KTX_SUCCESS) return true;
+    KtxLog(osg::WARN) << "Failed to compress ktxTexture2: " << ktxErrorText(code);
+    return false;
 }
 
 std::string bytesOf(ktxTexture2& texture)
@@ -312,7 +316,8 @@ std::string writeKtx(const std::vector<const osg::Image*>& images, bool isCubeMa
     }
     TextureBuilder builder(images, isCubeMap);
     if (!builder.build()) return {};
-    if (settings.useBasis) compress(builder.texture(), settings);
+    const bool isEncoded = settings.useBasis && compress(builder.texture(), settings);
+    if (!isEncoded) builder.describeChannels(); // the encoder spreads one and two channels over four
     return bytesOf(builder.texture());
 }
 

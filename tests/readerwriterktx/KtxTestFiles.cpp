@@ -39,27 +39,38 @@ std::string rgbaDescriptor(unsigned int blockBytes)
     return bytes;
 }
 
+/** One sample of 128 bits in blocks of 4 x 4 pixels. */
+std::string uastcDescriptor()
+{
+    constexpr unsigned int kModel = 166;
+    std::string bytes = little(44, 4) + little(0, 4) + little(2, 2) + little(40, 2); // version 2, size of the block
+    bytes += little(kModel, 1) + little(1, 1) + little(1, 1) + little(0, 1);         // BT.709, linear
+    bytes += little(0x0303, 4) + little(16, 8);                                      // 4 x 4 x 1 x 1, bytes of a block
+    return bytes + little(0, 2) + little(127, 1) + little(0, 1) + little(0, 4) + little(0, 4) + little(0xFFFFFFFF, 4);
+}
+
 struct Level
 {
     std::string bytes;
     std::uint64_t uncompressed;
 };
 
-std::string ktx2(unsigned int width, unsigned int height, unsigned int scheme, const std::vector<Level>& levels)
+std::string ktx2(unsigned int width, unsigned int height, std::uint32_t vkFormat, const std::string& descriptor,
+                 unsigned int scheme, const std::vector<Level>& levels)
 {
-    const std::string descriptor = rgbaDescriptor(scheme == 0 ? 4 : 0);
     std::string keys = little(18, 4) + std::string("KTXorientation\0rd\0", 18);
     fillTo4(keys);
     const std::uint64_t descriptorOffset = 80 + 24 * levels.size();
 
     std::string file("\xABKTX 20\xBB\r\n\x1A\n", 12);
-    file += little(kRgba8, 4) + little(1, 4) + little(width, 4) + little(height, 4) + little(0, 4) + little(0, 4) +
+    file += little(vkFormat, 4) + little(1, 4) + little(width, 4) + little(height, 4) + little(0, 4) + little(0, 4) +
             little(1, 4) + little(levels.size(), 4) + little(scheme, 4);
     file += little(descriptorOffset, 4) + little(descriptor.size(), 4) +
             little(descriptorOffset + descriptor.size(), 4) + little(keys.size(), 4) + little(0, 8) + little(0, 8);
 
     std::uint64_t end = descriptorOffset + descriptor.size() + keys.size();
-    std::string data;
+    std::string data(vkFormat == 0 ? (16 - end % 16) % 16 : 0, '\0'); // levels begin at multiples of their blocks
+    end += data.size();
     std::string index;
     for (auto level = levels.rbegin(); level != levels.rend(); ++level)
     {
@@ -68,6 +79,11 @@ std::string ktx2(unsigned int width, unsigned int height, unsigned int scheme, c
         end += level->bytes.size();
     }
     return file + index + descriptor + keys + data;
+}
+
+std::string rgba(unsigned int width, unsigned int height, unsigned int scheme, const std::vector<Level>& levels)
+{
+    return ktx2(width, height, kRgba8, rgbaDescriptor(scheme == 0 ? 4 : 0), scheme, levels);
 }
 
 std::string number(std::uint32_t value, bool isBigEndian)
@@ -100,7 +116,7 @@ std::string ktx2Rgba(unsigned int width, unsigned int height, unsigned int level
         const std::size_t size = std::size_t{4} * std::max(width >> level, 1U) * std::max(height >> level, 1U);
         data.push_back({counting(size), size});
     }
-    return ktx2(width, height, 0, data);
+    return rgba(width, height, 0, data);
 }
 
 std::string ktx2Zstd(unsigned int width, unsigned int height, unsigned int blocks)
@@ -114,7 +130,7 @@ std::string ktx2Zstd(unsigned int width, unsigned int height, unsigned int block
         frame += little(isLast | kRunOfOneByte << 1 | kBlockSize << 3, 3) + '\7';
     }
     constexpr unsigned int kZstd = 2;
-    return ktx2(width, height, kZstd, {{frame, std::uint64_t{4} * width * height}});
+    return rgba(width, height, kZstd, {{frame, std::uint64_t{4} * width * height}});
 }
 
 std::string ktx2Zlib(unsigned int width, unsigned int height)
@@ -132,7 +148,22 @@ std::string ktx2Zlib(unsigned int width, unsigned int height)
     for (int shift = 24; shift >= 0; shift -= 8)
         packed += static_cast<char>(checksum >> shift & 0xFF);
     constexpr unsigned int kZlib = 3;
-    return ktx2(width, height, kZlib, {{packed, pixels.size()}});
+    return rgba(width, height, kZlib, {{packed, pixels.size()}});
+}
+
+std::string ktx2Uastc(unsigned int width, unsigned int height, std::uint32_t rgb)
+{
+    constexpr std::uint64_t kOneColour = 0x17; // the five bits that a block of a single colour begins with
+    const std::uint64_t red = rgb >> 16 & 0xFF;
+    const std::uint64_t green = rgb >> 8 & 0xFF;
+    const std::uint64_t blue = rgb & 0xFF;
+    const std::uint64_t alpha = 0xFF;
+    const std::string block =
+        little(kOneColour | red << 5 | green << 13 | blue << 21 | alpha << 29, 8) + std::string(8, '\0');
+    std::string data;
+    for (unsigned int i = 0; i < (width / 4) * (height / 4); ++i)
+        data += block;
+    return ktx2(width, height, 0, uastcDescriptor(), 0, {{data, data.size()}});
 }
 
 std::string ktx1Rgba(unsigned int width, unsigned int height, unsigned int levels, bool isBigEndian)

@@ -24,6 +24,9 @@ std::string ktx2Zstd(unsigned int width, unsigned int height, unsigned int block
 /** KTX 2 with one level of R8G8B8A8 packed as zlib does, in one block without compression. */
 std::string ktx2Zlib(unsigned int width, unsigned int height);
 
+/** KTX 2 with one level of UASTC blocks in one colour (red highest), whole blocks only. */
+std::string ktx2Uastc(unsigned int width, unsigned int height, std::uint32_t rgb);
+
 /** KTX 1, RGBA8, without keys; each number high byte first if so wanted. Pixels as above. */
 std::string ktx1Rgba(unsigned int width, unsigned int height, unsigned int levels, bool isBigEndian = false);
 
