@@ -20,7 +20,6 @@ constexpr std::uint32_t kRowAlignment = 4;
 enum Word : std::size_t
 {
     kEndianness = 12,
-    kTypeSize = 20,
     kInternalFormat = 28,
     kWidth = 36,
     kHeight = 40,

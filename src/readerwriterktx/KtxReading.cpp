@@ -129,7 +129,10 @@ class TextureCopier
 {
 public:
     TextureCopier(ktxTexture& texture, const KtxImageFormat& format)
-        : _texture(texture), _format(format), _vkFormat(vkFormatOf(texture, format)), _block(blockOfVk(_vkFormat))
+        : _texture(texture),
+          _format(format),
+          _vkFormat(vkFormatOf(texture, format)),
+          _block(blockOfVk(_vkFormat).value())
     {
         const bool isTurned = !texture.isCubemap && !startsBelow(texture);
         _isFlipping = isTurned && canFlipAllLevels();
@@ -182,7 +185,6 @@ public:
     }
 
     [[nodiscard]] osg::Image::Origin origin() const { return _origin; }
-    [[nodiscard]] bool isKnown() const { return _block.has_value(); }
 
 private:
     static std::uint32_t vkFormatOf(const ktxTexture& texture, const KtxImageFormat& format)
@@ -196,7 +198,7 @@ private:
 
     [[nodiscard]] KtxRows rowsOf(unsigned int level) const
     {
-        return {_vkFormat, *_block, std::max(_texture.baseWidth >> level, 1U), height(level)};
+        return {_vkFormat, _block, std::max(_texture.baseWidth >> level, 1U), height(level)};
     }
 
     /** From row to row in the texture: KTX 1 fills rows of pixels up to 4 bytes. */
@@ -253,7 +255,7 @@ private:
     ktxTexture& _texture;
     KtxImageFormat _format;
     std::uint32_t _vkFormat;
-    std::optional<KtxBlock> _block;
+    KtxBlock _block;
     bool _isFlipping = false;
     osg::Image::Origin _origin = osg::Image::BOTTOM_LEFT;
 };
@@ -269,11 +271,16 @@ osg::ref_ptr<osg::Image> imagesOf(const ktxTexture& texture, const TextureCopier
     return sequence;
 }
 
+/** A sequence's images are told as well: they may go their own ways. */
 void keepMetadata(const ktxTexture& texture, osg::Image& image)
 {
     if (texture.isCubemap) image.setUserValue("KTXcubemap", true);
     const std::string swizzle = metadata(texture, KTX_SWIZZLE_KEY);
-    if (!swizzle.empty() && swizzle != "rgba") image.setUserValue("KTXswizzle", swizzle);
+    if (swizzle.empty() || swizzle == "rgba") return;
+    image.setUserValue("KTXswizzle", swizzle);
+    if (auto* sequence = dynamic_cast<osg::ImageSequence*>(&image))
+        for (unsigned int i = 0; i < sequence->getNumImageData(); ++i)
+            sequence->getImage(static_cast<int>(i))->setUserValue("KTXswizzle", swizzle);
 }
 
 } // namespace
@@ -291,7 +298,7 @@ osg::ref_ptr<osg::Image> readKtx(const unsigned char* bytes, std::size_t size, c
     logFormat(*texture, *format, isBasis);
 
     const TextureCopier copier(*texture, *format);
-    if (!copier.isKnown() || !copier.sizesAgree(fault)) return nullptr;
+    if (!copier.sizesAgree(fault)) return nullptr;
     const osg::ref_ptr<osg::Image> image = imagesOf(*texture, copier);
     keepMetadata(*texture, *image);
     return image;

@@ -44,6 +44,15 @@ public:
         return result;
     }
 
+    /** The call is made until it has succeeded once. */
+    template <typename Call>
+    void once(Call call)
+    {
+        if (_isDone) return;
+        const std::lock_guard<std::mutex> lock(_first);
+        if (!_isDone) _isDone = call() == KTX_SUCCESS;
+    }
+
 private:
     std::atomic<bool> _isDone{false};
     inline static std::mutex _first;

@@ -1,9 +1,12 @@
 #include "readerwriterktx/KtxWriting.h"
 
+#include "readerwriterktx/KtxBasisParameters.h"
 #include "readerwriterktx/KtxFormats.h"
 #include "readerwriterktx/KtxLog.h"
 #include "readerwriterktx/KtxRows.h"
 #include "readerwriterktx/KtxTexture.h"
+
+#include <osg/ValueObject>
 
 #include <algorithm>
 #include <cstdlib>
@@ -16,24 +19,6 @@ namespace
 {
 
 constexpr std::size_t kFacesOfCube = 6;
-
-// What the encoder gets where a setting is not above 0. It documents compression levels up to 6 only, and takes what is
-// above as 6.
-constexpr unsigned int kThreadCount = 1;
-constexpr unsigned int kCompressLevel = 128;
-constexpr unsigned int kQualityLevel = 1;
-
-// libktx starts as many threads as it is told to, and where the system has no more it ends the process.
-constexpr unsigned int kMostThreads = 256;
-
-// The block of parameters is told apart by its size. Ours is filled as far as this one goes and zero behind.
-constexpr unsigned int kParameterSize = 76;
-static_assert(sizeof(ktxBasisParams) >= kParameterSize);
-
-unsigned int positiveOr(int value, unsigned int otherwise)
-{
-    return value > 0 ? static_cast<unsigned int>(value) : otherwise;
-}
 
 unsigned int levelCountOf(const osg::Image& image)
 {
@@ -55,20 +40,49 @@ KtxImageFormat formatOf(const osg::Image& image)
     return {image.getInternalTextureFormat(), image.getPixelFormat(), image.getDataType()};
 }
 
-/** How red and green stand for what OpenGL's older formats call otherwise; null for all others. */
-const char* swizzleOf(GLenum pixelFormat)
+constexpr char kLuminance[] = "rrr1";
+constexpr char kLuminanceAlpha[] = "rrrg";
+
+bool isSwizzle(const std::string& text)
 {
-    switch (pixelFormat)
+    return text.size() == 4 && text.find_first_not_of("rgba01") == std::string::npos;
+}
+
+/** How the channels that Vulkan has are meant: as reading an image has found it, or else how red and green stand for
+ * what OpenGL's older formats call otherwise. Empty for all others. */
+std::string swizzleOf(const osg::Image& image)
+{
+    std::string read;
+    if (image.getUserValue("KTXswizzle", read) && isSwizzle(read)) return read;
+    const auto internalFormat = static_cast<GLenum>(image.getInternalTextureFormat());
+    if (internalFormat == GL_INTENSITY || internalFormat == GL_INTENSITY8) return "rrrr";
+    switch (image.getPixelFormat())
     {
     case GL_LUMINANCE:
-        return "rrr1";
+        return kLuminance;
     case GL_LUMINANCE_ALPHA:
-        return "rrrg";
+        return kLuminanceAlpha;
     case GL_ALPHA:
         return "000r";
     default:
-        return nullptr;
+        return {};
     }
+}
+
+/** The same after encoding, which puts one channel into all three colours, and the second of two into alpha. */
+std::string encodedSwizzle(std::string swizzle, unsigned int channels)
+{
+    if (channels == 1 && swizzle == kLuminance) return {};
+    if (channels != 2) return swizzle;
+    if (swizzle == kLuminanceAlpha) return {};
+    std::replace(swizzle.begin(), swizzle.end(), 'g', 'a');
+    return swizzle;
+}
+
+/** VK_FORMAT_D16_UNORM to VK_FORMAT_D32_SFLOAT_S8_UINT, with stencil between them. */
+bool isDepth(std::uint32_t vkFormat)
+{
+    return vkFormat >= 124 && vkFormat <= 130;
 }
 
 /** What libktx says of shapes that no texture has. It is not asked, because it loses memory when it refuses. */
@@ -77,10 +91,20 @@ KTX_error_code shapeFault(const ktxTextureCreateInfo& info)
     if (info.numFaces != 1 && info.numFaces != kFacesOfCube) return KTX_INVALID_VALUE;
     if (info.numFaces != 1 && (info.numDimensions != 2 || info.baseWidth != info.baseHeight))
         return KTX_INVALID_OPERATION;
-    if (info.numDimensions == 3 && info.isArray) return KTX_INVALID_OPERATION;
+    if (info.numDimensions == 3 && (info.isArray || isDepth(info.vkFormat))) return KTX_INVALID_OPERATION;
     const int mostLevels = osg::Image::computeNumberOfMipmapLevels(
         static_cast<int>(info.baseWidth), static_cast<int>(info.baseHeight), static_cast<int>(info.baseDepth));
     return info.numLevels > static_cast<unsigned int>(mostLevels) ? KTX_INVALID_OPERATION : KTX_SUCCESS;
+}
+
+KtxTexture2Ptr create(ktxTextureCreateInfo info, KTX_error_code& code)
+{
+    ktxTexture2* texture = nullptr;
+    code = shapeFault(info);
+    if (code == KTX_SUCCESS) code = ktxTexture2_Create(&info, KTX_TEXTURE_CREATE_ALLOC_STORAGE, &texture);
+    if (code != KTX_SUCCESS) return nullptr;
+    std::memset(texture->pData, 0, texture->dataSize); // what no image fills must not show old memory
+    return KtxTexture2Ptr(texture);
 }
 
 /** A texture under construction, and where its pixels come from. */
@@ -95,7 +119,7 @@ public:
     /** False, logged, if there is nothing to write. */
     bool build()
     {
-        if (!findFormat() || !create()) return false;
+        if (!findFormat() || !createTexture()) return false;
         for (std::size_t i = 0; i < _images.size(); ++i)
         {
             if (!isLikeReference(_images[i]))
@@ -107,10 +131,11 @@ public:
         return true;
     }
 
-    /** For texels that are stored as they are. */
-    void describeChannels()
+    void describeChannels(bool isEncoded)
     {
-        if (const char* swizzle = swizzleOf(_reference.getPixelFormat())) put(KTX_SWIZZLE_KEY, swizzle);
+        std::string swizzle = swizzleOf(_reference);
+        if (isEncoded) swizzle = encodedSwizzle(swizzle, osg::Image::computeNumComponents(_reference.getPixelFormat()));
+        if (!swizzle.empty() && swizzle != "rgba") put(KTX_SWIZZLE_KEY, swizzle);
     }
 
     [[nodiscard]] ktxTexture2& texture() const { return *_texture; }
@@ -136,10 +161,11 @@ private:
     [[nodiscard]] unsigned int dimensions() const
     {
         if (_reference.r() >= 2) return 3;
-        return _reference.t() >= 2 ? 2 : 1;
+        const bool areBlocks = _block.height > 1; // the format has no blocks of one dimension
+        return _reference.t() >= 2 || areBlocks ? 2 : 1;
     }
 
-    bool create()
+    bool createTexture()
     {
         const auto count = static_cast<unsigned int>(_images.size());
         ktxTextureCreateInfo info = {};
@@ -154,17 +180,11 @@ private:
         info.isArray = count > 1;
         info.generateMipmaps = false;
 
-        ktxTexture2* texture = nullptr;
-        KTX_error_code code = shapeFault(info);
-        if (code == KTX_SUCCESS) code = ktxTexture2_Create(&info, KTX_TEXTURE_CREATE_ALLOC_STORAGE, &texture);
-        if (code != KTX_SUCCESS)
-        {
-            KtxLog(osg::WARN) << "Unable to create KTX for saving: " << ktxErrorText(code);
-            return false;
-        }
-        _texture.reset(texture);
-        std::memset(texture->pData, 0, texture->dataSize); // what no image fills must not show old memory
-        return true;
+        KTX_error_code code = KTX_SUCCESS;
+        _texture = create(info, code);
+        if (_texture) return true;
+        KtxLog(osg::WARN) << "Unable to create KTX for saving: " << ktxErrorText(code);
+        return false;
     }
 
     [[nodiscard]] bool isLikeReference(const osg::Image* image) const
@@ -273,17 +293,29 @@ private:
     KtxTexture2Ptr _texture;
 };
 
+/** Encodes a few pixels, for what the encoder does the first time. */
+KTX_error_code encodeBlock()
+{
+    ktxTextureCreateInfo info = {};
+    info.vkFormat = 37; // R8G8B8A8
+    info.baseWidth = info.baseHeight = 4;
+    info.baseDepth = 1;
+    info.numDimensions = 2;
+    info.numLevels = info.numLayers = info.numFaces = 1;
+    KTX_error_code code = KTX_SUCCESS;
+    const KtxTexture2Ptr texture = create(info, code);
+    if (!texture) return code;
+    ktxBasisParams parameters = basisParametersOf({});
+    return ktxTexture2_CompressBasisEx(texture.get(), &parameters);
+}
+
 /** False, logged, if that fails; the texture stays as it is then. */
 bool compress(ktxTexture2& texture, const KtxSettings& settings)
 {
     static KtxFirstCall encoder;
-    ktxBasisParams parameters = {};
-    parameters.structSize = kParameterSize;
-    parameters.uastc = settings.useUastc;
-    parameters.threadCount = std::min(positiveOr(settings.threadCount, kThreadCount), kMostThreads);
-    parameters.compressionLevel = positiveOr(settings.compressLevel, kCompressLevel);
-    parameters.qualityLevel = positiveOr(settings.qualityLevel, kQualityLevel);
-    const KTX_error_code code = encoder.run([&] { return ktxTexture2_CompressBasisEx(&texture, &parameters); });
+    encoder.once(encodeBlock); // readers need not wait for a large texture
+    ktxBasisParams parameters = basisParametersOf(settings);
+    const KTX_error_code code = ktxTexture2_CompressBasisEx(&texture, &parameters);
     if (code == KTX_SUCCESS) return true;
     KtxLog(osg::WARN) << "Failed to compress ktxTexture2: " << ktxErrorText(code);
     return false;
@@ -316,8 +348,7 @@ std::string writeKtx(const std::vector<const osg::Image*>& images, bool isCubeMa
     }
     TextureBuilder builder(images, isCubeMap);
     if (!builder.build()) return {};
-    const bool isEncoded = settings.useBasis && compress(builder.texture(), settings);
-    if (!isEncoded) builder.describeChannels(); // the encoder spreads one and two channels over four
+    builder.describeChannels(settings.useBasis && compress(builder.texture(), settings));
     return bytesOf(builder.texture());
 }
 

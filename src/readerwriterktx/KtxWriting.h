@@ -9,7 +9,7 @@
 namespace mvgeo
 {
 
-/** How to encode; numbers that are not above 0 stand for the encoder's own choice (see KtxWriting.cpp). */
+/** How to encode; numbers that are not above 0 stand for others (see KtxBasisParameters.cpp). */
 struct KtxSettings
 {
     bool useBasis = true;
@@ -27,7 +27,7 @@ struct KtxSettings
  *
  *  The first image says what format, size and number of levels all of them have; one that differs is left out, and its
  *  layer is black. The rows are stored as they are, with the key that says which one is the first; those of a cube map
- *  count as starting at the top.
+ *  count as starting at the top. The user value "KTXswizzle" of the first image becomes the key of that name.
  *
  *  Thread: any, several at once. May throw (no memory). */
 [[nodiscard]] std::string writeKtx(const std::vector<const osg::Image*>& images, bool isCubeMap,

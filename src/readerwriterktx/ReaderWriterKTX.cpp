@@ -14,7 +14,9 @@
 #include <algorithm>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 #include <memory>
+#include <mutex>
 
 namespace
 {
@@ -117,6 +119,24 @@ std::string bytesOf(const osg::Image& image, const osgDB::Options* options)
     return mvgeo::writeKtx(images, isCubeMap, mvgeo::ktxSettings(options));
 }
 
+void addAliases()
+{
+    osgDB::Registry* registry = osgDB::Registry::instance();
+    if (!registry) return;
+    registry->addFileExtensionAlias(kExtensionOfKtx2, kExtension);
+#if defined(MVGEO_HAVE_KTX)
+    registry->addFileExtensionAlias(kExtension, "ktx_by_mvgeothirdparty"); // the name of no plug-in
+#endif
+}
+
+/** The toolkit's own functions lose the root folder, and split at '\\' where that is a letter like any other. */
+bool writeFile(const std::string& fileName, const std::string& bytes)
+{
+    const std::filesystem::path path(fileName);
+    const std::string folder = path.parent_path().string();
+    return mvgeo::replaceFile(folder.empty() ? "." : folder, path.filename().string(), bytes.data(), bytes.size());
+}
+
 } // namespace
 
 ReaderWriterKTX::ReaderWriterKTX()
@@ -129,12 +149,8 @@ ReaderWriterKTX::ReaderWriterKTX()
     supportsOption("CompressLevel", "Encoding speed vs. quality tradeoff [0-5]: default=1");
     supportsOption("QualityLevel", "Compression quality [1,255]: default=128");
 
-    osgDB::Registry* registry = osgDB::Registry::instance();
-    if (!registry) return;
-    registry->addFileExtensionAlias(kExtensionOfKtx2, kExtension);
-#if defined(MVGEO_HAVE_KTX)
-    registry->addFileExtensionAlias(kExtension, "ktx_by_mvgeothirdparty"); // the name of no plug-in
-#endif
+    static std::once_flag isDone; // the registry's table of names has no lock
+    std::call_once(isDone, addAliases);
 }
 
 ReaderWriterKTX::~ReaderWriterKTX() = default;
@@ -189,11 +205,7 @@ osgDB::ReaderWriter::WriteResult ReaderWriterKTX::writeImage(const osg::Image& i
                                 {
                                     const std::string bytes = bytesOf(image, options);
                                     if (bytes.empty()) return WriteResult::ERROR_IN_WRITING_FILE;
-                                    const std::string folder = osgDB::getFilePath(fileName);
-                                    if (mvgeo::replaceFile(folder.empty() ? "." : folder,
-                                                           osgDB::getSimpleFileName(fileName), bytes.data(),
-                                                           bytes.size()))
-                                        return WriteResult::FILE_SAVED;
+                                    if (writeFile(fileName, bytes)) return WriteResult::FILE_SAVED;
                                     mvgeo::KtxLog(osg::WARN) << "Unable to write to: " << fileName;
                                     return WriteResult::ERROR_IN_WRITING_FILE;
                                 });

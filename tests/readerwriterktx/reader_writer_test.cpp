@@ -205,6 +205,17 @@ TEST_F(ReaderWriterKtxFiles, WritesNothingWhereItCannot)
     EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
+#if !defined(_WIN32)
+// There it separates nothing.
+TEST_F(ReaderWriterKtxFiles, TakesABackslashForALetter)
+{
+    const std::string name = folder / "a\\b.ktx2";
+    EXPECT_EQ(readerWriter->writeImage(*rgbaImage(4, 4), name, plain).status(), WriteResult::FILE_SAVED);
+    EXPECT_TRUE(fs::is_regular_file(name));
+    EXPECT_TRUE(readerWriter->readImage(name, nullptr).validImage());
+}
+#endif
+
 TEST_F(ReaderWriterKtxFiles, LeavesAnExistingFileAloneWhenItHasNothingToWrite)
 {
     writeFile(folder / "old.ktx", "old");

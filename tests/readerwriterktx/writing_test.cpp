@@ -125,39 +125,6 @@ TEST_F(KtxWriting, KeepsTheRowsAndSaysWhichIsTheFirst)
         << metadataOf(fromAbove, "KTXwriter");
 }
 
-// Vulkan has no luminance: a reader of red and green alone would show them.
-TEST_F(KtxWriting, SaysHowRedAndGreenStandForLuminanceAndAlpha)
-{
-    const auto swizzle = [&](GLenum format, const osgDB::Options* options)
-    { return metadataOf(written(*countingImage(8, 8, 1, format, format, GL_UNSIGNED_BYTE), options), "KTXswizzle"); };
-    EXPECT_EQ(swizzle(GL_LUMINANCE, plain.get()), "rrr1");
-    EXPECT_EQ(swizzle(GL_LUMINANCE_ALPHA, plain.get()), "rrrg");
-    EXPECT_EQ(swizzle(GL_ALPHA, plain.get()), "000r");
-    EXPECT_EQ(swizzle(GL_RED, plain.get()), "");
-    EXPECT_EQ(swizzle(GL_RGB, plain.get()), "");
-}
-
-TEST_F(KtxWriting, BasisHasLuminanceAndAlphaInTheirPlaces)
-{
-    for (const char* uastc : {"0", "1"})
-    {
-        const osg::ref_ptr<osgDB::Options> basis = optionsWith({{"UseBASISU", "1"}, {"UseUASTC", uastc}});
-        const osg::ref_ptr<osg::Image> image =
-            countingImage(4, 4, 1, GL_LUMINANCE_ALPHA, GL_LUMINANCE_ALPHA, GL_UNSIGNED_BYTE);
-        for (int pixel = 0; pixel < 16; ++pixel)
-        {
-            image->data()[2 * pixel] = 200;
-            image->data()[2 * pixel + 1] = 60;
-        }
-        const std::string file = written(*image, basis.get());
-        EXPECT_EQ(metadataOf(file, "KTXswizzle"), "");
-        const osg::ref_ptr<osg::Image> back = read(file, optionsWith({{"UseRGBA", "1"}}));
-        ASSERT_TRUE(back);
-        for (int channel = 0; channel < 4; ++channel)
-            EXPECT_NEAR(back->data()[channel], channel < 3 ? 200 : 60, 4) << "UASTC " << uastc << ", " << channel;
-    }
-}
-
 TEST_F(KtxWriting, StoresAllLevelsThatThereAreAndNoMore)
 {
     const osg::ref_ptr<osg::Image> image = rgbaImage(8, 4, 4); // 8x4, 4x2, 2x1, 1x1

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "readerwriterktx/KtxWriting.h"
+
+#include <ktx.h>
+
+namespace mvgeo
+{
+
+/** What libktx's encoder is told. */
+[[nodiscard]] ktxBasisParams basisParametersOf(const KtxSettings& settings);
+
+} // namespace mvgeo
