@@ -3,15 +3,18 @@
 #include "texture/PixelReader.h"
 
 #include <osg/Texture>
+#include <osg/ValueObject>
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 #include <vector>
 
 namespace mvgeo::host
 {
 namespace
 {
+constexpr std::string_view kSwizzleLetters = "rgba01"; // the channels, nothing, all
 constexpr GLenum kFirstSrgbDxt = 0x8C4C;
 constexpr GLenum kSrgb8 = 0x8C41;
 constexpr GLenum kSrgb8Alpha8 = 0x8C43;
@@ -38,6 +41,7 @@ public:
     SliceReader(const osg::Image& image, unsigned level, int slice)
         : _width(std::max(image.s() >> level, 1)),
           _height(std::max(image.t() >> level, 1)),
+          _swizzle(swizzleOf(image)),
           _slice(new osg::Image),
           _reader(PixelReader::forFormat(image.getPixelFormat(), image.getDataType()))
     {
@@ -54,6 +58,18 @@ public:
     [[nodiscard]] int height() const { return _height; }
     [[nodiscard]] std::array<float, 4> at(int column, int rowFromBelow) const
     {
+        const std::array<float, 4> stored = storedAt(column, rowFromBelow);
+        if (_swizzle.empty()) return stored;
+        const std::array<float, 6> sources{stored[0], stored[1], stored[2], stored[3], 0.0F, 1.0F};
+        std::array<float, 4> colour{};
+        for (std::size_t channel = 0; channel < colour.size(); ++channel)
+            colour[channel] = sources[kSwizzleLetters.find(_swizzle[channel])];
+        return colour;
+    }
+
+private:
+    [[nodiscard]] std::array<float, 4> storedAt(int column, int rowFromBelow) const
+    {
         const int row = _isTopFirst ? _height - 1 - rowFromBelow : rowFromBelow;
         if (_reader)
             return _reader->read(_slice->data(0, static_cast<unsigned>(row)) +
@@ -62,9 +78,9 @@ public:
         return {colour.r(), colour.g(), colour.b(), colour.a()};
     }
 
-private:
     int _width;
     int _height;
+    std::string _swizzle;
     osg::ref_ptr<osg::Image> _slice;
     std::optional<PixelReader> _reader; ///< empty for blocks
     bool _isTopFirst = false;
@@ -81,8 +97,13 @@ struct Target
 Target targetOf(const osg::Image& image, ChannelChoice choice)
 {
     const auto reader = PixelReader::forFormat(image.getPixelFormat(), image.getDataType());
-    const bool hasColour = !reader || reader->hasColour();
-    const bool hasAlpha = reader ? reader->hasAlpha() : dxtOf(image) != GL_COMPRESSED_RGB_S3TC_DXT1_EXT;
+    bool hasColour = !reader || reader->hasColour();
+    bool hasAlpha = reader ? reader->hasAlpha() : dxtOf(image) != GL_COMPRESSED_RGB_S3TC_DXT1_EXT;
+    if (const std::string swizzle = swizzleOf(image); !swizzle.empty())
+    {
+        hasColour = swizzle.substr(0, 3) != std::string(3, swizzle[0]);
+        hasAlpha = swizzle[3] != '1';
+    }
     const bool keepsAlpha = choice.alpha == AlphaChoice::Always || (hasAlpha && choice.alpha == AlphaChoice::AsItIs);
     Target target{0, choice.grey && !hasColour, keepsAlpha};
     if (target.grey)
@@ -112,6 +133,14 @@ void append(std::vector<unsigned char>& pixels, const SliceReader& slice, const 
 }
 } // namespace
 
+std::string swizzleOf(const osg::Image& image)
+{
+    std::string swizzle;
+    image.getUserValue("KTXswizzle", swizzle);
+    const bool isOne = swizzle.size() == 4 && swizzle.find_first_not_of(kSwizzleLetters) == std::string::npos;
+    return isOne ? swizzle : std::string();
+}
+
 bool canBecomeEightBit(const osg::Image& image)
 {
     return dxtOf(image) != 0 ||
@@ -120,6 +149,7 @@ bool canBecomeEightBit(const osg::Image& image)
 
 bool isEightBit(const osg::Image& image, ChannelChoice channels)
 {
+    if (!swizzleOf(image).empty()) return false;
     if (image.getDataType() != GL_UNSIGNED_BYTE || image.getOrigin() == osg::Image::TOP_LEFT) return false;
     const GLenum format = image.getPixelFormat();
     const bool isGrey = format == GL_LUMINANCE || format == GL_LUMINANCE_ALPHA;

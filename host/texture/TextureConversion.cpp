@@ -39,6 +39,7 @@ osg::ref_ptr<osg::Image> sliceOf(const osg::Image& volume, int number)
                     volume.getDataType(), copy, osg::Image::USE_NEW_DELETE, // the image deletes them
                     static_cast<int>(volume.getPacking()));
     slice->setOrigin(volume.getOrigin());
+    slice->setUserDataContainer(const_cast<osg::UserDataContainer*>(volume.getUserDataContainer()));
     return slice;
 }
 
@@ -101,7 +102,10 @@ bool shareFormat(const std::vector<osg::ref_ptr<osg::Image>>& images)
 {
     return std::all_of(images.begin(), images.end(),
                        [&images](const osg::ref_ptr<osg::Image>& image)
-                       { return image->getInternalTextureFormat() == images.front()->getInternalTextureFormat(); });
+                       {
+                           return image->getInternalTextureFormat() == images.front()->getInternalTextureFormat() &&
+                                  swizzleOf(*image) == swizzleOf(*images.front());
+                       });
 }
 } // namespace
 

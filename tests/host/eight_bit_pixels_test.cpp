@@ -1,6 +1,7 @@
 #include "texture/EightBitPixels.h"
 
 #include <osg/Texture>
+#include <osg/ValueObject>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -51,6 +52,25 @@ TEST(EightBitPixels, HeedsTheChoiceOfChannels)
     EXPECT_THAT(converted(grey, {true, AlphaChoice::Never}), ElementsAre(9));
     const auto rgb = pixel(GL_RGB, GL_UNSIGNED_BYTE, std::vector<unsigned char>{1, 2, 3});
     EXPECT_THAT(converted(rgb, {true, AlphaChoice::Always}), ElementsAre(1, 2, 3, 255));
+}
+
+TEST(EightBitPixels, TakesTheChannelsFromWhereTheFileSaysTheyAre)
+{
+    const auto swizzled = [](GLenum format, const char* swizzle)
+    {
+        std::vector<unsigned char> bytes{9, 7, 5, 3};
+        bytes.resize(osg::Image::computeNumComponents(format));
+        const auto image = pixel(format, GL_UNSIGNED_BYTE, bytes);
+        image->setUserValue("KTXswizzle", std::string(swizzle));
+        EXPECT_FALSE(isEightBit(*image, {}));
+        return converted(image);
+    };
+    EXPECT_THAT(swizzled(GL_RG, "rrrg"), ElementsAre(9, 7)); // grey with alpha
+    EXPECT_THAT(swizzled(GL_RG, "rrr1"), ElementsAre(9));
+    EXPECT_THAT(swizzled(GL_RED, "000r"), ElementsAre(0, 9));
+    EXPECT_THAT(swizzled(GL_RED, "r001"), ElementsAre(9, 0, 0));
+    EXPECT_THAT(swizzled(GL_RGBA, "bgra"), ElementsAre(5, 7, 9, 3));
+    EXPECT_THAT(swizzled(GL_RGBA, "bgr1"), ElementsAre(5, 7, 9));
 }
 
 TEST(EightBitPixels, ScalesWiderNumbersAndCutsThemOff)
