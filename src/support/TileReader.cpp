@@ -89,6 +89,31 @@ ReadResult readBinary(osgDB::ReaderWriter& reader, std::string& bytes, const std
     return guard.hasOverrun() && !mayOverrun ? ReadResult(std::string(kEndsTooEarly)) : result;
 }
 
+bool isHandled(const ReadResult& result)
+{
+    return result.status() != ReadResult::FILE_NOT_HANDLED && result.status() != ReadResult::NOT_IMPLEMENTED;
+}
+
+/** Asks the installed readers as the registry does, but the toolkit's own only for as many bytes as there are. */
+ReadResult readWithAnyReader(std::string& bytes, const std::string& path, const osgDB::Options* options)
+{
+    osgDB::Registry* registry = osgDB::Registry::instance();
+    osgDB::ReaderWriter* first = registry->getReaderWriterForExtension("osgb");
+    if (!first) return registry->readNodeImplementation(path, options);
+    ReadResult result = readBinary(*first, bytes, path, options);
+    if (isHandled(result)) return result;
+
+    // A host's reader may only know file names, or leave the file to others. The toolkit's reader is the one that knows
+    // the text format too; the registry would let it read on behind the end.
+    osgDB::ReaderWriter* toolkits = registry->getReaderWriterForExtension("osgt");
+    if (toolkits && toolkits != first)
+    {
+        result = first->readNode(path, options);
+        if (!isHandled(result)) result = readBinary(*toolkits, bytes, path, options);
+    }
+    return isHandled(result) ? result : registry->readNodeImplementation(path, options);
+}
+
 std::string& spareBytes()
 {
     thread_local std::string spare;
@@ -125,22 +150,20 @@ ReadResult readTileBytes(std::string& bytes, const std::string& path, const osgD
 
 ReadResult readTileFile(const std::string& fileName, const osgDB::Options* options)
 {
-    osgDB::Registry* registry = osgDB::Registry::instance();
     const bool mayBeCached = options && (options->getObjectCacheHint() & osgDB::Options::CACHE_NODES) != 0;
     if (!mayBeCached && osgDB::getLowerCaseFileExtension(fileName) == "osgb")
     {
         const std::string path = osgDB::findDataFile(fileName, options);
-        osgDB::ReaderWriter* reader = registry->getReaderWriterForExtension("osgb");
         const osgDB::FileType type = osgDB::fileType(path);
         if (type == osgDB::DIRECTORY) return ReadResult(ReadResult::FILE_NOT_HANDLED);
-        if (reader && type == osgDB::REGULAR_FILE)
+        if (type == osgDB::REGULAR_FILE)
         {
             FileBytes file;
             if (!file.read(path)) return ReadResult(std::string("the file cannot be opened"));
-            return readBinary(*reader, file.bytes, path, options);
+            return readWithAnyReader(file.bytes, path, options);
         }
     }
-    return registry->readNodeImplementation(fileName, options);
+    return osgDB::Registry::instance()->readNodeImplementation(fileName, options);
 }
 
 } // namespace mvgeo

@@ -32,7 +32,8 @@ public:
 /** Reads a tile file as the registry does, but gives up at once if an ".osgb" ends too early.
  *
  *  The toolkit's reader goes on behind the end of a cut-off file: it takes what it read last for a number of entries,
- *  up to four thousand million, and writes lines to the log for each.
+ *  up to four thousand million, and writes lines to the log for each. An ".osgb" that it does not take for its own is
+ *  left to the other installed readers; about one that it finds damaged no other is asked.
  *  May throw what a reader throws. Thread: any.
  */
 [[nodiscard]] osgDB::ReaderWriter::ReadResult readTileFile(const std::string& fileName, const osgDB::Options* options);

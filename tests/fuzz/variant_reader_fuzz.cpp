@@ -80,12 +80,23 @@ void requireWhole(const OrloVariant& value)
     require(sizeFieldOf(copy) == size, "a copy has the same size");
 }
 
+template <typename Number>
+void requireNumber(const OrloVariant& value, OrloVariant::Tag tag)
+{
+    require(value.tag() == tag, "a number of its type");
+    require(value.payload() && sizeFieldOf(value) >= 4 + sizeof(Number), "a block for the number");
+    std::string bytes = fakeSettings().secondBytes;
+    bytes.resize(sizeof(Number)); // what is stored may be shorter; the rest is zero
+    require(std::memcmp(value.payload() + 4, bytes.data(), bytes.size()) == 0, "the number is what was stored");
+}
+
 void requireWhatWasStored(const OrloVariant& value)
 {
     const FakeSettingsStore& store = fakeSettings();
     const std::string& bytes = store.secondBytes;
-    if (value.tag() == OrloVariant::kString && store.first->type == type::kString && store.secondType == type::kString)
+    if (store.first->type == type::kString && store.secondType == type::kString)
     {
+        require(value.tag() == OrloVariant::kString && value.payload(), "text is text");
         const std::uint32_t size = sizeFieldOf(value);
         require(size >= 6 && size % 2 == 0, "text is 4 bytes, two a character, and a zero");
         require(value.payload()[size - 1] == 0 && value.payload()[size - 2] == 0, "text ends in a zero");
@@ -100,8 +111,8 @@ void requireWhatWasStored(const OrloVariant& value)
         require(bytes.empty() || sizeFieldOf(value) == bytes.size() + 4, "a block of four bytes more");
         require(bytes.empty() || std::memcmp(value.payload() + 4, bytes.data(), bytes.size()) == 0, "the bytes");
     }
-    if (store.first->type == type::kDword) require(value.tag() == OrloVariant::kInt32, "a number of 32 bits");
-    if (store.first->type == type::kQword) require(value.tag() == OrloVariant::kInt64, "a number of 64 bits");
+    if (store.first->type == type::kDword) requireNumber<std::int32_t>(value, OrloVariant::kInt32);
+    if (store.first->type == type::kQword) requireNumber<std::int64_t>(value, OrloVariant::kInt64);
 }
 
 // A blob is stored four bytes longer; the variant stays as it is.

@@ -5,8 +5,10 @@
 
 #include <osg/Group>
 #include <osg/observer_ptr>
+#include <osgDB/FileNameUtils>
 #include <osgDB/Registry>
 
+#include <algorithm>
 #include <functional>
 #include <stdexcept>
 #include <utility>
@@ -28,6 +30,15 @@ public:
         registry().setOptions(_options);
         registry().setReadFileCallback(_callback);
         registry().clearObjectCache();
+        if (_reader) registry().removeReaderWriter(_reader);
+    }
+    /** Until the end, before all others or behind them. */
+    void addReader(osgDB::ReaderWriter* reader, bool isFirst)
+    {
+        _reader = reader;
+        registry().addReaderWriter(reader);
+        osgDB::Registry::ReaderWriterList& readers = registry().getReaderWriterList();
+        if (isFirst) std::rotate(readers.begin(), readers.end() - 1, readers.end());
     }
     RegistryScope(const RegistryScope&) = delete;
     RegistryScope& operator=(const RegistryScope&) = delete;
@@ -37,6 +48,7 @@ public:
 private:
     osg::ref_ptr<osgDB::Options> _options;
     osg::ref_ptr<osgDB::ReadFileCallback> _callback;
+    osg::ref_ptr<osgDB::ReaderWriter> _reader;
 };
 
 /** Answers by itself and remembers what it was asked. */
@@ -55,6 +67,29 @@ public:
 
 protected:
     ~RecordingCallback() override = default;
+
+private:
+    Answer _answer;
+};
+
+/** A host's own reader of tiles, which only knows file names. */
+class ReaderOfNames : public osgDB::ReaderWriter
+{
+public:
+    using Answer = std::function<ReadResult()>;
+    explicit ReaderOfNames(Answer answer) : _answer(std::move(answer)) { supportsExtension("osgb", "tiles"); }
+
+    using osgDB::ReaderWriter::readNode;
+    ReadResult readNode(const std::string& fileName, const osgDB::Options*) const override
+    {
+        if (!acceptsExtension(osgDB::getLowerCaseFileExtension(fileName))) return ReadResult::FILE_NOT_HANDLED;
+        asked.push_back(fileName);
+        return _answer();
+    }
+    mutable std::vector<std::string> asked;
+
+protected:
+    ~ReaderOfNames() override = default;
 
 private:
     Answer _answer;
@@ -141,6 +176,40 @@ TEST_F(TileQuery, AsksTheCallbackOfTheRegistrysOptions)
     osgDB::Registry::instance()->setOptions(options);
     EXPECT_FALSE(isTile(tile()));
     EXPECT_EQ(callback->asked.size(), 1U);
+}
+
+TEST_F(TileQuery, AsksAReaderThatOnlyKnowsFileNamesWhereverItStands)
+{
+    const std::string text = file("text.osgb", "this is no tile");
+    for (const bool isFirst : {true, false})
+    {
+        RegistryScope installed;
+        installed.addReader(new ReaderOfNames([] { return new osg::Group; }), isFirst);
+        EXPECT_TRUE(isTile(text)) << "first " << isFirst; // what a reader makes a node of is a tile
+    }
+    EXPECT_FALSE(isTile(text));
+}
+
+TEST_F(TileQuery, AsksAReaderThatStandsFirstAlsoForWhatTheToolkitCannotRead)
+{
+    const osg::ref_ptr<ReaderOfNames> reader = new ReaderOfNames([] { return new osg::Group; });
+    const std::string whole = readFile(tile());
+    const std::string half = file("half.osgb", whole.substr(0, whole.size() / 2));
+    scope.addReader(reader, true);
+    EXPECT_TRUE(isTile(half));
+    EXPECT_THAT(reader->asked, ElementsAre(half));
+}
+
+TEST_F(TileQuery, IsFalseForACutOffTileThatAnotherReaderLeavesToTheToolkit)
+{
+    TilePyramidOptions options;
+    options.textures = TilePyramidOptions::Textures::None;
+    const std::string path = tile(options);
+    const std::string whole = readFile(path);
+    scope.addReader(new ReaderOfNames(notHandled), true);
+    for (std::size_t size = 0; size < whole.size(); ++size)
+        ASSERT_FALSE(isTile(file("cut.osgb", whole.substr(0, size)))) << size << " of " << whole.size() << " bytes";
+    EXPECT_TRUE(isTile(path));
 }
 
 TEST_F(TileQuery, AsksNobodyAboutAFileThatIsNotThere)
