@@ -1,6 +1,7 @@
 #include "OrloVariant.h"
 
 #include "MvErrorStatus.h"
+#include "OrloCrashRecorder.h"
 #include "OrloPayloadAllocator.h"
 
 #include <algorithm>
@@ -16,6 +17,13 @@ namespace
 
 constexpr std::uint32_t kSizeFieldBytes = sizeof(std::uint32_t);
 
+[[noreturn]] void raise(MvErrorStatus::Status status)
+{
+    const MvErrorStatus error(status);
+    if (OrloCrashRecorder* recorder = orloGetCrashRecorder()) recorder->record(error);
+    throw error;
+}
+
 // The block is packed, so nothing in it is read or written through a typed pointer.
 std::uint32_t sizeField(const unsigned char* payload)
 {
@@ -26,10 +34,9 @@ std::uint32_t sizeField(const unsigned char* payload)
 
 unsigned char* newPayload(std::size_t valueBytes)
 {
-    if (valueBytes > std::numeric_limits<std::uint32_t>::max() - kSizeFieldBytes)
-        throw MvErrorStatus(MvErrorStatus::kInvalidInput);
+    if (valueBytes > std::numeric_limits<std::uint32_t>::max() - kSizeFieldBytes) raise(MvErrorStatus::kInvalidInput);
     unsigned char* payload = OrloVariant::allocatePayload(static_cast<std::uint32_t>(valueBytes) + kSizeFieldBytes);
-    if (!payload) throw MvErrorStatus(MvErrorStatus::kOutOfMemory);
+    if (!payload) raise(MvErrorStatus::kOutOfMemory);
     return payload;
 }
 
@@ -117,7 +124,7 @@ void OrloVariant::setDouble(double value)
 
 void OrloVariant::setBlob(const void* bytes, std::uint32_t byteCount)
 {
-    if (!bytes && byteCount > 0) throw MvErrorStatus(MvErrorStatus::kInvalidInput);
+    if (!bytes && byteCount > 0) raise(MvErrorStatus::kInvalidInput);
     adopt(kBlob, newPayload(bytes, byteCount));
 }
 

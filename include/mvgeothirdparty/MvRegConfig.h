@@ -31,7 +31,8 @@ MVGEO_API bool setRegDWordVal(const KdString& subKey, const KdString& valueName,
 /** False for a value of another type than REG_DWORD. */
 MVGEO_API bool getRegDWordVal(const KdString& subKey, const KdString& valueName, int& value);
 MVGEO_API bool setRegStringVal(const KdString& subKey, const KdString& valueName, const KdString& value);
-/** False for a value of another type than REG_SZ, and for more than 255 characters: ReadValFromReg() reads those. */
+/** False for a value of another type than REG_SZ, and for more than 512 bytes (255 characters and their zero):
+ *  ReadValFromReg() reads those. */
 MVGEO_API bool getRegStringVal(const KdString& subKey, const KdString& valueName, KdString& value);
 
 /** Stores a variant by its tag: 1 as REG_DWORD, 2 as REG_QWORD, 3 and 4 as REG_BINARY, 5 as REG_SZ. A variant without a

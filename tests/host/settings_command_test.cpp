@@ -11,6 +11,8 @@ TEST(SettingsCommand, IsTestedOnPosixOnly)
 }
 #else
 
+#include <sqlite3.h>
+
 namespace
 {
 
@@ -71,6 +73,24 @@ TEST_F(SettingsCommand, PrintsJson)
                                              {"values",
                                               {{{"name", "a"}, {"type", "dword"}, {"value", 7}},
                                                {{"name", "b"}, {"type", "string"}, {"value", "text"}}}}}));
+}
+
+// REG_MULTI_SZ, as another program may store it in the registry; the file gets it past the library.
+TEST_F(SettingsCommand, TellsThatATypeIsNotRead)
+{
+    constexpr const char* kMakeItMultiString = "UPDATE settings SET type = 7";
+    set("key a text");
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(folder.path("settings").c_str(), &database), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(database, kMakeItMultiString, nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(database);
+
+    const Json asJson{{"name", "a"}, {"type", "other"}, {"value", nullptr}};
+    EXPECT_EQ(get("key a"), "other  (of a type that is not read)\n");
+    EXPECT_EQ(Json::parse(get("key a --json")), asJson);
+    EXPECT_EQ(run("settings list key").out, "Software\\MvGeoThirdparty\\mvgeo\\1.0\\en-US\\key\n"
+                                            "  a  other  (of a type that is not read)\n");
+    EXPECT_EQ(Json::parse(run("settings list key --json").out)["values"], Json::array({asJson}));
 }
 
 TEST_F(SettingsCommand, ListsTheRootByDefault)

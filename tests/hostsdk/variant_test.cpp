@@ -2,6 +2,7 @@
 
 #include "HostText.h"
 #include "MvErrorStatus.h"
+#include "OrloCrashRecorder.h"
 #include "OrloPayloadAllocator.h"
 
 #include <gtest/gtest.h>
@@ -35,6 +36,17 @@ unsigned char* block(const std::string& value)
     std::memcpy(payload + 4, value.data(), value.size());
     return payload;
 }
+
+/** Writes down what it is shown, while it lives. */
+class TestRecorder : public OrloCrashRecorder
+{
+public:
+    TestRecorder() { orloSetCrashRecorder(this); }
+    ~TestRecorder() override { orloSetCrashRecorder(nullptr); }
+    void record(const MvErrorStatus& error) override { seen.push_back(error.status()); }
+
+    std::vector<int> seen;
+};
 
 TEST(OrloVariant, IsEmptyByDefault)
 {
@@ -271,11 +283,13 @@ TEST(OrloVariant, ABlockHasRoomForItsSizeFieldAtLeast)
 // The size field counts itself, so the largest blob is four bytes short of 2^32.
 TEST(OrloVariant, RefusesABlobThatNoSizeFieldCanTell)
 {
+    const TestRecorder recorder;
     OrloVariant variant;
     variant.setInt32(5);
     const unsigned char byte = 0;
     EXPECT_THROW(variant.setBlob(&byte, 0xFFFFFFFCu), MvErrorStatus);
     EXPECT_THROW(variant.setBlob(nullptr, 1), MvErrorStatus);
+    EXPECT_EQ(recorder.seen, (std::vector<int>{3, 3}));
     EXPECT_EQ(variant.int32(), 5);
 }
 
@@ -345,6 +359,7 @@ TEST(OrloVariant, FreesEveryBlockOnce)
 
 TEST(OrloVariant, OutOfMemoryThrowsAndLeavesItAsItWas)
 {
+    const TestRecorder recorder;
     TestAllocator blocks;
     OrloVariant variant;
     variant.setInt32(5);
@@ -353,6 +368,7 @@ TEST(OrloVariant, OutOfMemoryThrowsAndLeavesItAsItWas)
     EXPECT_THROW(variant.setInt64(6), MvErrorStatus);
     EXPECT_THROW(variant.setString("text"), MvErrorStatus);
     EXPECT_THROW(OrloVariant copy(variant), MvErrorStatus);
+    EXPECT_EQ(recorder.seen, (std::vector<int>{6, 6, 6}));
     EXPECT_EQ(variant.int32(), 5);
     blocks.isExhausted = false;
     variant.clear();

@@ -155,6 +155,18 @@ TEST(ListRegKey, TellsKeysAndValues)
     EXPECT_TRUE(values.empty());
 }
 
+TEST(ListRegKey, NeedsNoRunningHost)
+{
+    const OwnSettings settings;
+    ASSERT_EQ(kddbHostApplicationServices(), nullptr);
+    ASSERT_TRUE(storeRaw(settings.key(), "a", {mvgeo::platform::setting_type::kBinary, "x"}));
+    std::vector<KdString> keys = {"old"};
+    std::vector<KdString> values;
+    EXPECT_TRUE(listRegKey(settings.key(), keys, values));
+    EXPECT_TRUE(keys.empty());
+    EXPECT_EQ(values, std::vector<KdString>{"a"});
+}
+
 TEST(ListRegKey, IsFalseWithoutAKeyAndLeavesTheListsAlone)
 {
     const OwnSettings settings;

@@ -120,18 +120,21 @@ TEST_F(SettingsFilePlace, WithoutOneEverythingIsFalse)
     EXPECT_EQ(number, 7);
 }
 
-// SQLite has names of its own with another meaning.
+// SQLite gives some of them another meaning where no folder stands in front.
 TEST_F(SettingsFilePlace, MayHaveAnyName)
 {
     for (const char* name : {":memory:", "file:x?mode=memory", "with space \xE5\x80\xBE"})
     {
-        const fs::path file = settings.folder() / name;
-        setenv("MVGEO_SETTINGS_FILE", file.c_str(), 1);
-        int number = 0;
-        ASSERT_TRUE(setRegDWordVal("key", "name", 5)) << name;
-        EXPECT_TRUE(getRegDWordVal("key", "name", number));
-        EXPECT_EQ(number, 5);
-        EXPECT_TRUE(fs::exists(file)) << name;
+        EXPECT_TRUE(inProcess(
+            [this, name]
+            {
+                setenv("MVGEO_SETTINGS_FILE", name, 1);
+                int number = 0;
+                return chdir(settings.folder().c_str()) == 0 && setRegDWordVal("key", "name", 5) &&
+                       getRegDWordVal("key", "name", number) && number == 5;
+            }))
+            << name;
+        EXPECT_TRUE(fs::exists(settings.folder() / name)) << name;
     }
 }
 
@@ -218,8 +221,7 @@ TEST_F(SettingsFileTrouble, AFileCutOffAnywhereIsNeverBegunAnew)
     EXPECT_EQ(number(), 5);
 }
 
-// Each byte of the header and, further on, one in 61 turned over. Whatever SQLite makes of it: no crash, and what is
-// read back as this value is a number that was written.
+// Each byte of the header and, further on, one in 61 turned over. Whatever SQLite makes of it: no crash.
 TEST_F(SettingsFileTrouble, DamagedBytesAreNoCrash)
 {
     ASSERT_TRUE(setRegDWordVal(settings.key(), "number", 5));
@@ -271,27 +273,24 @@ TEST_F(SettingsFileTrouble, WhatMayNotBeWrittenCanStillBeRead)
     EXPECT_TRUE(inProcess([this] { return number() == 5; }, true));
     EXPECT_TRUE(inProcess([this] { return !setRegDWordVal(settings.key(), "number", 6); }, true));
     EXPECT_TRUE(inProcess([this] { return !setRegDWordVal(settings.keyBelow("new"), "number", 6); }, true));
+    // Nothing would be written, but the key cannot be opened for writing either.
+    OrloVariant unknown;
+    unknown.adopt(static_cast<OrloVariant::Tag>(99), nullptr);
+    EXPECT_TRUE(inProcess([&] { return !WriteValToReg(settings.key(), "number", unknown); }, true));
     chmod(settings.folder().c_str(), 0755);
     chmod(settings.file().c_str(), 0644);
     EXPECT_EQ(number(), 5);
     EXPECT_TRUE(setRegDWordVal(settings.key(), "number", 6));
 }
 
-TEST_F(SettingsFileTrouble, WhatMayNotBeReadIsFalse)
-{
-    ASSERT_TRUE(setRegDWordVal(settings.key(), "number", 5));
-    chmod(settings.file().c_str(), 0);
-    EXPECT_TRUE(inProcess([this] { return number() == -1 && !setRegDWordVal(settings.key(), "number", 6); }, true));
-    chmod(settings.file().c_str(), 0644);
-    EXPECT_EQ(number(), 5);
-}
-
 TEST_F(SettingsFileTrouble, WhatMayNotBeReadIsFalseAndLeftAsItIs)
 {
     ASSERT_TRUE(setRegDWordVal(settings.key(), "number", 5));
+    const std::string before = contentOf(settings.file());
     chmod(settings.file().c_str(), 0000);
     EXPECT_TRUE(inProcess([this] { return number() == -1 && !setRegDWordVal(settings.key(), "number", 6); }, true));
     chmod(settings.file().c_str(), 0644);
+    EXPECT_TRUE(contentOf(settings.file()) == before);
     EXPECT_EQ(number(), 5);
 }
 
@@ -345,6 +344,19 @@ TEST_F(SettingsFileTrouble, MovedAwayItBeginsAnew)
     EXPECT_EQ(number(), -1);
     EXPECT_TRUE(setRegDWordVal(settings.key(), "number", 6));
     EXPECT_EQ(number(), 6);
+}
+
+// The new file numbers its keys anew: a value under the old number would turn up in whichever key gets it.
+TEST_F(SettingsFileTrouble, AKeyOfAFileThatIsGoneTakesNothing)
+{
+    using namespace mvgeo::platform;
+    SettingsKey key = SettingsKey::openForWriting(settings.key().kwszPtr());
+    ASSERT_TRUE(key.write(u"before", setting_type::kBinary, "x", 1));
+    fs::remove(settings.file());
+    EXPECT_FALSE(key.write(u"after", setting_type::kBinary, "x", 1));
+    EXPECT_FALSE(keyExists(settings.key()));
+    ASSERT_TRUE(setRegDWordVal(settings.key(), "number", 6));
+    EXPECT_EQ(storedAt(settings.key(), "after"), std::nullopt);
 }
 
 TEST(SettingsFileThreads, FourWriteAtOnce)

@@ -80,6 +80,25 @@ TEST_F(StoreFaults, ASecondQueryThatFailsIsFalseForEveryType)
     EXPECT_EQ(text, KdString("before"));
 }
 
+// The second query would find a value: the first alone decides whether there is one.
+TEST_F(StoreFaults, WhatTheFirstQueryDoesNotFindIsNotThere)
+{
+    int number = 7;
+    KdString text("before");
+    OrloVariant value;
+    store.setValue(type::kDword, "abcd");
+    store.first.reset();
+    EXPECT_FALSE(getRegDWordVal("key", "name", number));
+    EXPECT_FALSE(ReadValFromReg("key", "name", value));
+    store.setValue(type::kString, std::string("A\0\0\0", 4));
+    store.first.reset();
+    EXPECT_FALSE(getRegStringVal("key", "name", text));
+    EXPECT_FALSE(ReadValFromReg("key", "name", value));
+    EXPECT_EQ(number, 7);
+    EXPECT_EQ(text, KdString("before"));
+    EXPECT_EQ(value.tag(), OrloVariant::kEmpty);
+}
+
 TEST_F(StoreFaults, EveryKeyIsClosedOnceHoweverItEnds)
 {
     OrloVariant value;
@@ -148,6 +167,26 @@ TEST_F(StoreFaults, TextThatBecameAnotherTypeMeanwhileIsTrueAndNotRead)
     EXPECT_EQ(value.int32(), 5);
 }
 
+TEST_F(StoreFaults, OtherValuesThatBecameAnotherTypeMeanwhileAreReadAsTheOldOne)
+{
+    OrloVariant value;
+    store.setValue(type::kBinary, "abcd");
+    store.secondType = type::kString;
+    EXPECT_TRUE(ReadValFromReg("key", "name", value));
+    ASSERT_EQ(value.tag(), OrloVariant::kBlob);
+    EXPECT_EQ(std::memcmp(value.payload() + 4, "abcd", 4), 0);
+    store.setValue(type::kDword, std::string("\2\1\0\0", 4));
+    store.secondType = type::kBinary;
+    EXPECT_TRUE(ReadValFromReg("key", "name", value));
+    EXPECT_EQ(value.tag(), OrloVariant::kInt32);
+    EXPECT_EQ(value.int32(), 0x102);
+    store.setValue(type::kQword, std::string("\3\1\0\0\0\0\0\0", 8));
+    store.secondType = type::kString;
+    EXPECT_TRUE(ReadValFromReg("key", "name", value));
+    EXPECT_EQ(value.tag(), OrloVariant::kInt64);
+    EXPECT_EQ(value.int64(), 0x103);
+}
+
 TEST_F(StoreFaults, ABlobThatShrankMeanwhileHasItsNewSize)
 {
     store.first = SettingHeader{type::kBinary, 100};
@@ -195,6 +234,20 @@ TEST_F(StoreFaults, ABlobThatNoSizeFieldCanTellIsRaisedToo)
     EXPECT_EQ(recorder.seen, std::vector<int>{3});
 }
 
+// 0x7FFFFFFE bytes of buffer, and a block of 0xFFFFFFFF: what is missing for these is memory.
+TEST_F(StoreFaults, OneLessIsNoFaultOfTheSize)
+{
+    for (const SettingHeader& largest :
+         {SettingHeader{type::kString, 0x3FFFFFFEu}, SettingHeader{type::kBinary, 0xFFFFFFFBu}})
+    {
+        store.first = largest;
+        OrloVariant value;
+        isMemoryExhausted = true;
+        EXPECT_EQ(statusRaised(value), 6) << largest.type;
+        isMemoryExhausted = false;
+    }
+}
+
 TEST_F(StoreFaults, NoMemoryForTheBufferIsRaisedAfterTheRecorderSawIt)
 {
     for (const std::uint32_t stored : {type::kString, type::kBinary})
@@ -211,15 +264,47 @@ TEST_F(StoreFaults, NoMemoryForTheBufferIsRaisedAfterTheRecorderSawIt)
     }
 }
 
-TEST_F(StoreFaults, TheKeyStaysOpenWhereAnErrorIsRaised)
+TEST_F(StoreFaults, TheKeyStaysOpenWhereThereIsNoBlock)
 {
-    store.setValue(type::kDword, "abcd");
     CountingAllocator blocks;
     blocks.isExhausted = true;
-    OrloVariant value;
-    EXPECT_EQ(statusRaised(value), 6);
-    EXPECT_EQ(store.opened, 1);
-    EXPECT_EQ(store.closed, 0);
+    for (const std::uint32_t stored : {type::kString, type::kBinary, type::kDword, type::kQword})
+    {
+        store = FakeSettingsStore();
+        store.setValue(stored, "abcd");
+        OrloVariant value;
+        EXPECT_EQ(statusRaised(value), 6) << stored;
+        EXPECT_EQ(store.opened, 1) << stored;
+        EXPECT_EQ(store.closed, 0) << stored;
+    }
+}
+
+TEST_F(StoreFaults, TheKeyStaysOpenWhereThereIsNoBuffer)
+{
+    for (const std::uint32_t stored : {type::kString, type::kBinary})
+    {
+        store = FakeSettingsStore();
+        store.setValue(stored, "abcd");
+        OrloVariant value;
+        isMemoryExhausted = true;
+        EXPECT_EQ(statusRaised(value), 6) << stored;
+        isMemoryExhausted = false;
+        EXPECT_EQ(store.opened, 1) << stored;
+        EXPECT_EQ(store.closed, 0) << stored;
+    }
+}
+
+TEST_F(StoreFaults, TheKeyStaysOpenWhereASizeIsNegative)
+{
+    for (const std::uint32_t stored : {type::kString, type::kBinary})
+    {
+        store = FakeSettingsStore();
+        store.first = SettingHeader{stored, 0xFFFFFFFFu};
+        OrloVariant value;
+        EXPECT_EQ(statusRaised(value), 3) << stored;
+        EXPECT_EQ(store.opened, 1) << stored;
+        EXPECT_EQ(store.closed, 0) << stored;
+    }
 }
 
 } // namespace

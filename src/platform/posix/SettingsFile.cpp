@@ -182,7 +182,8 @@ SettingsFile SettingsFile::openForWriting()
     const std::string path = settingsPath();
     makeFolder(fs::path(path).parent_path());
     SettingsFile file = connect(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-    if (!file.isOpen()) return file;
+    // SQLite is content with reading where the file may not be written.
+    if (!file.isOpen() || sqlite3_db_readonly(file._database.get(), "main") != 0) return {};
     const Content content = contentOf(file);
     const bool isUsable = content == Content::kOurs || (content == Content::kNothing && makeTables(file));
     return isUsable ? std::move(file) : SettingsFile();

@@ -45,18 +45,20 @@ private:
  *
  *  It lies at $MVGEO_SETTINGS_FILE, else in "mvgeothirdparty/settings.sqlite" below $XDG_CONFIG_HOME or $HOME/.config.
  *  SQLite's rollback journal makes each transaction whole or undone, also when a process is killed; processes wait for
- *  each other, ten seconds at most. A file that is no such database, or a damaged one, is left as it is: nothing can be
- *  read from it or written to it until somebody moves it away.
+ *  each other, ten seconds at most. A file that is no such database, or that SQLite finds damaged, is left as it is:
+ *  nothing can be read from it or written to it until somebody moves it away.
  *
- *  One object is one connection, opened for one operation: nothing is kept between the operations, so that a fork, a
- *  new environment variable or a file that is moved away meet no old state.
+ *  One object is one connection, opened for one operation: nothing is kept between the operations but the number of an
+ *  open key, so that a fork, a new environment variable or a file that is moved away meet no old state. Where another
+ *  file took this one's place under an open key, and holds no key of that number, nothing is read or written; the same
+ *  number may also stand for another key there.
  */
 class SettingsFile
 {
 public:
     /** Not open if there is no such file yet, or it holds nothing. */
     [[nodiscard]] static SettingsFile openForReading();
-    /** Makes the folder, the file and its tables if they are missing. */
+    /** Makes the folder, the file and its tables if they are missing. Not open if the file may not be written. */
     [[nodiscard]] static SettingsFile openForWriting();
 
     [[nodiscard]] bool isOpen() const { return _database != nullptr; }

@@ -137,14 +137,16 @@ bool SettingsKey::write(const WideChar* name, std::uint32_t type, const void* da
     const WideString folded = foldCase(written);
     const SettingsFile file = SettingsFile::openForWriting();
     SettingsStatement statement =
-        file.prepare("INSERT INTO settings(key, folded, name, type, data) VALUES(?1, ?2, ?3, ?4, ?5)"
-                     " ON CONFLICT(key, folded) DO UPDATE SET type = excluded.type, data = excluded.data");
+        file.prepare("INSERT INTO settings(key, folded, name, type, data) SELECT ?1, ?2, ?3, ?4, ?5"
+                     " WHERE EXISTS(SELECT 1 FROM keys WHERE id = ?1)"
+                     " ON CONFLICT(key, folded) DO UPDATE SET type = excluded.type, data = excluded.data RETURNING 1");
     statement.bind(1, static_cast<std::int64_t>(_handle));
     bindName(statement, 2, folded);
     bindName(statement, 3, written);
     statement.bind(4, static_cast<std::int64_t>(type));
     statement.bind(5, data, byteCount);
-    return statement.run();
+    // No row: the key is not in this file, which took the other's place since. It is stored when the end is reached.
+    return statement.nextRow() && statement.run();
 }
 
 std::optional<std::vector<WideString>> SettingsKey::keyNames() const
