@@ -12,6 +12,8 @@ constexpr std::uint32_t kFloatMinusOne = 0xBF800000;
 constexpr unsigned kLinear = 0x10;
 constexpr unsigned kSigned = 0x40;
 constexpr unsigned kFloat = 0x80;
+constexpr unsigned kStencil = 13;
+constexpr unsigned kDepth = 14;
 constexpr unsigned kAlpha = 15;
 
 enum class Numbers
@@ -160,6 +162,32 @@ std::optional<Ktx2FormatFacts> uncompressed(std::uint32_t vkFormat)
     return std::nullopt;
 }
 
+/** One channel that is no colour. */
+Ktx2FormatFacts alone(unsigned channel, unsigned bytes, Numbers numbers)
+{
+    Ktx2FormatFacts facts;
+    facts.typeSize = bytes;
+    facts.blockBytes = bytes;
+    facts.isDepthOrStencil = true;
+    facts.samples = {sample(0, bytes * 8, channel, numbers)};
+    return facts;
+}
+
+std::optional<Ktx2FormatFacts> depthOrStencil(std::uint32_t vkFormat)
+{
+    switch (vkFormat)
+    {
+    case 124:
+        return alone(kDepth, 2, Numbers::Unorm);
+    case 126:
+        return alone(kDepth, 4, Numbers::Sfloat);
+    case 127:
+        return alone(kStencil, 1, Numbers::Uint);
+    default:
+        return std::nullopt;
+    }
+}
+
 Ktx2FormatFacts blocks(unsigned model, unsigned bytes, bool srgb, bool hasSrgbTwin, std::vector<Ktx2Sample> samples)
 {
     Ktx2FormatFacts facts;
@@ -257,13 +285,26 @@ std::optional<Ktx2FormatFacts> astc(std::uint32_t vkFormat)
     facts.blockHeight = sizes[(vkFormat - first) / 2][1];
     return facts;
 }
+
+/** The first version: two bits a pixel in wide blocks or four, each first linear and then, four numbers on, sRGB. */
+std::optional<Ktx2FormatFacts> pvrtc(std::uint32_t vkFormat)
+{
+    constexpr std::uint32_t first = 1000054000;
+    if (vkFormat < first || vkFormat >= first + 8 || (vkFormat - first) % 4 > 1) return std::nullopt;
+    Ktx2FormatFacts facts = pair(164, 8, vkFormat >= first + 4, {whole(0, 64, 0)});
+    facts.blockWidth = vkFormat % 2 == 0 ? 8 : 4;
+    facts.leastBlocks = 2;
+    return facts;
+}
 } // namespace
 
 std::optional<Ktx2FormatFacts> ktx2FormatFacts(std::uint32_t vkFormat)
 {
     if (auto facts = uncompressed(vkFormat)) return facts;
+    if (auto facts = depthOrStencil(vkFormat)) return facts;
     if (auto facts = blockCompressed(vkFormat)) return facts;
-    return astc(vkFormat);
+    if (auto facts = astc(vkFormat)) return facts;
+    return pvrtc(vkFormat);
 }
 
 bool isProhibitedInKtx2(std::uint32_t vkFormat)

@@ -30,7 +30,9 @@ struct Ktx2FormatFacts
     unsigned blockWidth = 1;
     unsigned blockHeight = 1;
     unsigned blockBytes = 0;
+    unsigned leastBlocks = 1; ///< of a level, in each direction
     bool srgb = false;
+    bool isDepthOrStencil = false;
     bool hasSrgbTwin = false; ///< another format is this one in sRGB
     std::vector<Ktx2Sample> samples;
 };

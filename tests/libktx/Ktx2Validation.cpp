@@ -108,6 +108,7 @@ private:
         require(_faceCount == 1 || _faceCount == 6, "the number of faces is neither 1 nor 6");
         require(_faceCount == 1 || (_width == _height && _depth == 0), "the faces of a cube are not square");
         require(_depth == 0 || _layerCount == 0, "a 3-D array cannot be used");
+        require(_depth == 0 || !_facts || !_facts->isDepthOrStencil, "depth or stencil has no 3-D texture");
         const std::uint32_t largest = std::max({_width, _height, _depth});
         require(levels() <= 32 && (std::uint64_t(1) << (levels() - 1)) <= largest, "there are too many levels");
     }
@@ -162,6 +163,7 @@ private:
         _blockWidth = _facts->blockWidth;
         _blockHeight = _facts->blockHeight;
         _blockBytes = _facts->blockBytes;
+        _leastBlocks = _facts->leastBlocks;
     }
 
     void checkUniversal(std::uint64_t block, std::uint32_t samples, std::uint32_t transfer)
@@ -329,7 +331,7 @@ private:
     {
         const std::uint64_t columns = (at(_width, index) + _blockWidth - 1) / _blockWidth;
         const std::uint64_t rows = (at(_height, index) + _blockHeight - 1) / _blockHeight;
-        return columns * rows * _blockBytes * imagesAt(index);
+        return std::max(columns, _leastBlocks) * std::max(rows, _leastBlocks) * _blockBytes * imagesAt(index);
     }
 
     void checkLevels(std::uint64_t end) const
@@ -380,11 +382,12 @@ private:
     std::uint64_t _blockWidth = 1;
     std::uint64_t _blockHeight = 1;
     std::uint64_t _blockBytes = 0; // 0: unknown
+    std::uint64_t _leastBlocks = 1;
     std::uint64_t _dfdEnd = 0;
 };
 } // namespace
 
-std::string ktx2Fault(const unsigned char* bytes, std::size_t size)
+std::string ktx2Violation(const unsigned char* bytes, std::size_t size)
 {
     try
     {

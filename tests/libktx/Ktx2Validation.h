@@ -9,5 +9,5 @@ namespace mvgeo
  *  description of the format alone and strict: every byte belongs to something, and what lies between is zero.
  *
  *  A format without an entry in Ktx2FormatFacts has its data format descriptor checked in general only. */
-std::string ktx2Fault(const unsigned char* bytes, std::size_t size);
+std::string ktx2Violation(const unsigned char* bytes, std::size_t size);
 } // namespace mvgeo

@@ -166,6 +166,6 @@ Ktx2Ptr readKtx2(const KtxBytes& bytes)
 
 std::string faultOf(const KtxBytes& bytes)
 {
-    return ktx2Fault(bytes.data(), bytes.size());
+    return ktx2Violation(bytes.data(), bytes.size());
 }
 } // namespace mvgeo

@@ -27,8 +27,13 @@ enum VulkanFormat : std::uint32_t
     kRgba8 = 37,
     kRgba8Srgb = 43,
     kRgba16Float = 97,
+    kDepth16 = 124,
+    kDepth32Float = 126,
+    kStencil8 = 127,
     kBc1 = 131,
-    kBc7 = 145
+    kBc7 = 145,
+    kPvrtc2 = 1000054000,
+    kPvrtc4Srgb = 1000054005
 };
 
 /** What a texture is like; 0 layers: not an array. */
@@ -66,6 +71,6 @@ std::vector<KtxBytes> imagesOf(ktxTexture* texture);
 KtxBytes written(ktxTexture* texture);
 Ktx2Ptr readKtx2(const KtxBytes& bytes);
 
-/** What ktx2Fault() says about the bytes. */
+/** What ktx2Violation() says about the bytes. */
 std::string faultOf(const KtxBytes& bytes);
 } // namespace mvgeo

@@ -25,8 +25,9 @@ std::vector<std::uint32_t> knownFormats()
     {
         if (ktx2FormatFacts(format) && !isProhibitedInKtx2(format)) formats.push_back(format);
     }
-    formats.push_back(1000340000); // A4R4G4B4
-    formats.push_back(1000340001);
+    for (const std::uint32_t base : {1000054000U, 1000340000U}) // PVRTC; the other orders of 4444
+        for (std::uint32_t format = base; format < base + 8; ++format)
+            if (ktx2FormatFacts(format)) formats.push_back(format);
     return formats;
 }
 
@@ -61,6 +62,7 @@ TEST_P(WriteKtx2Shapes, EveryFormatMakesAValidFileThatReadsBackTheSame)
     for (const std::uint32_t format : knownFormats())
     {
         SCOPED_TRACE(testing::Message() << "VkFormat " << format << ", " << GetParam());
+        if (GetParam().depth > 1 && ktx2FormatFacts(format)->isDepthOrStencil) continue; // there are none
         const Ktx2Ptr texture = makeFilledKtx2(format, GetParam());
         ASSERT_TRUE(texture);
         const KtxBytes bytes = written(ktxTexture(texture.get()));

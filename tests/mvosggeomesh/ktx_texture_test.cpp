@@ -182,6 +182,37 @@ TEST_F(KtxTextures, OfEtc2BlocksReachTheHostUnchanged)
     expectUnchanged(makeBytes(8, 8, GL_COMPRESSED_RGB8_ETC2, counting(32)));
 }
 
+// These blocks cannot be turned upside down, so the texture coordinates are, and the cache has what fits them.
+TEST_F(KtxTextures, OfEtc2BlocksFromAboveHaveTheirCoordinatesTurnedOnce)
+{
+    const osg::ref_ptr<osg::Image> image = makeBytes(8, 8, GL_COMPRESSED_RGB8_ETC2, counting(32));
+    image->setOrigin(osg::Image::TOP_LEFT);
+    const std::string path = write(image, kRaw);
+    const std::string inside = fileOf(*image, kRaw);
+    ASSERT_NE(inside.find(std::string("KTXorientation\0rd", 17)), std::string::npos);
+    ASSERT_NE(readFile(path).find(inside), std::string::npos);
+
+    driver.add(path);
+    const std::vector<float> turned{0, 1, 1, 1, 1, 0, 0, 0}; // the square's are 0 0, 1 0, 1 1, 0 1
+    for (const char* when : {"before the cache", "after it"})
+    {
+        SCOPED_TRACE(when);
+        expectSame(shown(), *image);
+        EXPECT_EQ(receiver().meshes().front()->texCoords, turned);
+        const osg::ref_ptr<osg::Image> fromCache = osgDB::readRefImageFile(cached());
+        ASSERT_TRUE(fromCache);
+        EXPECT_EQ(fromCache->getOrigin(), osg::Image::BOTTOM_LEFT);
+        receiver().forget();
+        driver.update();
+    }
+
+    // The tile read once more, into a cache that has the texture already.
+    driver.model().reload();
+    expectSame(shown(), *image);
+    EXPECT_EQ(receiver().meshes().front()->texCoords, turned);
+    expectCleanContract();
+}
+
 TEST_F(KtxTextures, OfEtc1sBecomeBc1AndStayUpright)
 {
     driver.add(write(redBelowBlue(16, 16), kEtc1s));

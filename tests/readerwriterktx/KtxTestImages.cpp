@@ -1,5 +1,7 @@
 #include "readerwriterktx/KtxTestImages.h"
 
+#include "Ktx2Validation.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -104,7 +106,10 @@ double psnr(const osg::Image& a, const osg::Image& b, unsigned int channels)
 std::uint32_t u32At(const std::string& bytes, std::size_t offset)
 {
     std::uint32_t value = 0;
-    std::memcpy(&value, bytes.data() + offset, sizeof(value));
+    if (offset + sizeof(value) <= bytes.size())
+        std::memcpy(&value, bytes.data() + offset, sizeof(value));
+    else
+        ADD_FAILURE() << "there is no byte " << offset;
     return value;
 }
 
@@ -121,6 +126,19 @@ std::string metadataOf(const std::string& ktx2, const std::string& key)
         at += (4 + size + 3) / 4 * 4;
     }
     return {};
+}
+
+int countOfLine(const LogRecorder& log, osg::NotifySeverity severity, const std::string& text)
+{
+    const std::vector<LogRecorder::Line> lines = log.lines();
+    return static_cast<int>(std::count_if(lines.begin(), lines.end(),
+                                          [&](const LogRecorder::Line& line)
+                                          { return line.severity == severity && line.text == text; }));
+}
+
+std::string violationOf(const std::string& ktx2)
+{
+    return mvgeo::ktx2Violation(reinterpret_cast<const unsigned char*>(ktx2.data()), ktx2.size());
 }
 
 std::string ktx2::levelOf(const std::string& bytes, unsigned int level)

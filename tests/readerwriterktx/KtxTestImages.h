@@ -1,6 +1,7 @@
 #pragma once
 
 #include "readerwriterktx/ReaderWriterKTX.h"
+#include "support/LogRecorder.h"
 
 #include <osg/Image>
 #include <osg/ImageSequence>
@@ -59,6 +60,12 @@ double psnr(const osg::Image& a, const osg::Image& b, unsigned int channels = 3)
 std::uint32_t u32At(const std::string& bytes, std::size_t offset);
 /** The value of a KTX 2 key, without the zero at its end; empty if there is none. */
 std::string metadataOf(const std::string& ktx2, const std::string& key);
+
+/** Number of lines of this severity that are the text and nothing else. */
+int countOfLine(const LogRecorder& log, osg::NotifySeverity severity, const std::string& text);
+
+/** What is wrong with the bytes as a KTX 2.0 file, to the letter; empty if nothing is. */
+std::string violationOf(const std::string& ktx2);
 
 /** Where a KTX 2 header has its numbers. */
 namespace ktx2

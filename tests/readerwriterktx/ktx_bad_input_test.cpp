@@ -99,6 +99,16 @@ bool isHandled(const std::string& bytes)
     return !image || bytesOf(*image).size() <= mvgeo::kLargestImage;
 }
 
+/** Whether cut bytes are refused in the one line that says with which code of libktx. */
+bool isRefused(const std::string& cut)
+{
+    const LogRecorder log;
+    if (read(cut)) return false;
+    const char* code = cut.size() < 12 ? "7 (" : "1 ("; // KTX_FILE_UNEXPECTED_EOF, KTX_FILE_DATA_ERROR
+    const std::string line = std::string("[LoaderKTX] Unable to read from stream: ") + code;
+    return log.count(osg::WARN, line) == 1 && log.lines().size() == 1;
+}
+
 } // namespace
 
 TEST_F(KtxBadInput, SoundFilesAreRead)
@@ -111,7 +121,7 @@ TEST_F(KtxBadInput, AFileCutAtAnyLengthUpTo4KilobytesIsRefused)
 {
     for (const auto& [name, file] : soundFiles())
         for (std::size_t length = 0; length < std::min<std::size_t>(file.size(), 4097); ++length)
-            ASSERT_FALSE(read(file.substr(0, length)).valid()) << name << " cut to " << length;
+            ASSERT_TRUE(isRefused(file.substr(0, length))) << name << " cut to " << length;
 }
 
 // The place of the only image's alpha, 0 for none: in the global data, whose own place the header names.
@@ -134,7 +144,7 @@ TEST_F(KtxBadInput, ALargeFileCutAnywhereIsRefused)
         for (int i = 0; i < 200; ++i)
         {
             const std::size_t length = std::uniform_int_distribution<std::size_t>(4096, file.size() - 1)(random);
-            ASSERT_FALSE(read(file.substr(0, length)).valid()) << "cut to " << length << ", seed " << kRandomSeed;
+            ASSERT_TRUE(isRefused(file.substr(0, length))) << "cut to " << length << ", seed " << kRandomSeed;
         }
 }
 
