@@ -127,7 +127,7 @@ bool addLengths(std::uint32_t symbol, BasisBits& bits, WordLengths& lengths)
 bool readsCompleteCode(BasisBits& stored)
 {
     BasisBits bits = stored; // of this function alone: kept in registers
-    const std::uint32_t symbolCount = bits.take(14);
+    const std::uint32_t symbolCount = bits.take(kSymbolCountBits);
     LengthCode code;
     if (symbolCount == 0 || !code.read(bits)) return false;
     WordLengths lengths;

@@ -31,7 +31,10 @@ bool areSelectorsReadable(const KtxBytes& data, std::uint32_t count)
     const bool isHybrid = bits.take(1) != 0;
     if (isGlobal || isHybrid) return false; // the transcoder knows neither
     const bool isRaw = bits.take(1) != 0;
-    return isRaw || count == 1 || readsTables(bits, 1);
+    if (isRaw) return true;
+    // A single one needs no code; but one that is there must be readable, or the transcoder leaves the palette unset.
+    const bool isCodeLeftOut = bits.peek(kSymbolCountBits) == 0;
+    return (count == 1 && isCodeLeftOut) || readsTables(bits, 1);
 }
 
 bool areTablesReadable(const KtxBytes& data)

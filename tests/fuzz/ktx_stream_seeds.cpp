@@ -73,6 +73,9 @@ void addBasis(std::vector<std::string>& seeds)
             seeds.push_back(written(*makeSequence(2, format), options));
         }
     seeds.push_back(written(*makeSequence(6, GL_RGB), {{"UseBASISU", "1"}, {"SavingCubeMap", "true"}}));
+    const osg::ref_ptr<osg::Image> even = makeImage(8, 8, 1, GL_RGB, GL_UNSIGNED_BYTE); // palettes of one entry
+    std::memset(even->data(), 100, even->getTotalSizeInBytes());
+    seeds.push_back(written(*even, {{"UseBASISU", "1"}}));
 }
 
 } // namespace

@@ -109,6 +109,17 @@ bool isRefused(const std::string& cut)
     return log.count(osg::WARN, line) == 1 && log.lines().size() == 1;
 }
 
+/** Where the global data of a Basis LZ file begins. */
+std::size_t globalDataOf(const std::string& ktx2)
+{
+    return u32At(ktx2, 64); // the upper half is 0
+}
+
+std::string faultOf(const std::string& file)
+{
+    return mvgeo::ktxHeaderFault(reinterpret_cast<const unsigned char*>(file.data()), file.size());
+}
+
 } // namespace
 
 TEST_F(KtxBadInput, SoundFilesAreRead)
@@ -124,16 +135,31 @@ TEST_F(KtxBadInput, AFileCutAtAnyLengthUpTo4KilobytesIsRefused)
             ASSERT_TRUE(isRefused(file.substr(0, length))) << name << " cut to " << length;
 }
 
-// The place of the only image's alpha, 0 for none: in the global data, whose own place the header names.
+// The place of the only image's alpha, 0 for none.
 TEST_F(KtxBadInput, AnImageWithoutTheAlphaThatTheFormatPromisesIsRefused)
 {
     const std::string sound = etc1s(32, true);
-    std::uint64_t globalData = 0;
-    for (unsigned int byte = 0; byte < 8; ++byte)
-        globalData |= std::uint64_t{static_cast<unsigned char>(sound[64 + byte])} << (8 * byte);
-    const std::string damaged = patched(sound, globalData + 20 + 12, 0, 4);
-    EXPECT_EQ(mvgeo::ktxHeaderFault(reinterpret_cast<const unsigned char*>(damaged.data()), damaged.size()),
-              "image 0 has no alpha");
+    const std::string damaged = patched(sound, globalDataOf(sound) + 20 + 12, 0, 4);
+    EXPECT_EQ(faultOf(damaged), "image 0 has no alpha");
+    EXPECT_FALSE(read(damaged).valid());
+}
+
+// One colour everywhere is a palette of one pattern, which needs no code of differences. libktx reads one that is there
+// all the same, and goes on with a palette that is not set if it cannot.
+TEST_F(KtxBadInput, ASinglePatternWithACodeThatCannotBeReadIsRefused)
+{
+    const osg::ref_ptr<osg::Image> plain = smoothImage(8, 8);
+    std::fill_n(plain->data(), plain->getTotalSizeInBytes(), static_cast<unsigned char>(100));
+    const std::string sound = written(*plain, optionsWith({{"UseBASISU", "1"}}).get());
+    ASSERT_TRUE(read(sound).valid());
+    const std::size_t global = globalDataOf(sound);
+    ASSERT_EQ(u32At(sound, global) >> 16, 1U);
+    const std::size_t patterns = global + 20 + 20 + u32At(sound, global + 4);
+    // Three marks, the last of which says that there is no code, and then the number of the code's symbols.
+    EXPECT_EQ(u32At(sound, patterns) & 0x7U, 4U);
+    EXPECT_TRUE(read(patched(sound, patterns, 0, 3)).valid());
+    const std::string damaged = patched(sound, patterns, 0x1FFF8U, 3);
+    EXPECT_EQ(faultOf(damaged), "the palette of selectors cannot be read");
     EXPECT_FALSE(read(damaged).valid());
 }
 
