@@ -1,8 +1,8 @@
 #include "OrloVariant.h"
 
 #include "HostText.h"
+#include "ListeningRecorder.h"
 #include "MvErrorStatus.h"
-#include "OrloCrashRecorder.h"
 #include "OrloPayloadAllocator.h"
 
 #include <gtest/gtest.h>
@@ -36,17 +36,6 @@ unsigned char* block(const std::string& value)
     std::memcpy(payload + 4, value.data(), value.size());
     return payload;
 }
-
-/** Writes down what it is shown, while it lives. */
-class TestRecorder : public OrloCrashRecorder
-{
-public:
-    TestRecorder() { orloSetCrashRecorder(this); }
-    ~TestRecorder() override { orloSetCrashRecorder(nullptr); }
-    void record(const MvErrorStatus& error) override { seen.push_back(error.status()); }
-
-    std::vector<int> seen;
-};
 
 TEST(OrloVariant, IsEmptyByDefault)
 {
@@ -283,7 +272,7 @@ TEST(OrloVariant, ABlockHasRoomForItsSizeFieldAtLeast)
 // The size field counts itself, so the largest blob is four bytes short of 2^32.
 TEST(OrloVariant, RefusesABlobThatNoSizeFieldCanTell)
 {
-    const TestRecorder recorder;
+    const ListeningRecorder recorder;
     OrloVariant variant;
     variant.setInt32(5);
     const unsigned char byte = 0;
@@ -359,7 +348,7 @@ TEST(OrloVariant, FreesEveryBlockOnce)
 
 TEST(OrloVariant, OutOfMemoryThrowsAndLeavesItAsItWas)
 {
-    const TestRecorder recorder;
+    const ListeningRecorder recorder;
     TestAllocator blocks;
     OrloVariant variant;
     variant.setInt32(5);

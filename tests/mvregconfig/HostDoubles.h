@@ -1,10 +1,9 @@
 #pragma once
 
 #include "hostsdk/HostText.h"
+#include "hostsdk/ListeningRecorder.h"
 
 #include <KdDbHostApplicationServices.h>
-#include <MvErrorStatus.h>
-#include <OrloCrashRecorder.h>
 #include <OrloPayloadAllocator.h>
 
 #include <vector>
@@ -22,17 +21,6 @@ public:
 
 private:
     const KdChar* _root;
-};
-
-/** Writes down what it is shown, while it lives. */
-class ListeningRecorder : public OrloCrashRecorder
-{
-public:
-    ListeningRecorder() { orloSetCrashRecorder(this); }
-    ~ListeningRecorder() override { orloSetCrashRecorder(nullptr); }
-    void record(const MvErrorStatus& error) override { seen.push_back(error.status()); }
-
-    std::vector<int> seen;
 };
 
 /** Counts the payload blocks that were made and freed; gives none while `isExhausted`. */
