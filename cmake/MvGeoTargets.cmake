@@ -4,6 +4,14 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
+# Thirty programs are linked, so where there is a quicker linker, it does that.
+find_program(MVGEO_LINKER NAMES mold ld.lld DOC "mold or lld, if they are installed")
+mark_as_advanced(MVGEO_LINKER)
+if(MVGEO_LINKER MATCHES "(mold|lld)$" AND NOT MSVC AND NOT WIN32)
+    add_link_options(-fuse-ld=${CMAKE_MATCH_1})
+endif()
+
 set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 
 function(mvgeo_house_rules target)
@@ -28,6 +36,18 @@ function(mvgeo_house_rules target)
     endif()
 endfunction()
 
+# The headers that most files of a folder and its neighbours include, read by the compiler once: <name> holds what
+# CommonHeaders.h of the current folder includes, and targets built by the same rules take it over with
+# target_precompile_headers(... REUSE_FROM <name>). Every file includes what it uses all the same; scripts/tidy reads them
+# one by one. -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON builds without.
+function(mvgeo_add_common_headers name)
+    cmake_parse_arguments(ARG "" "" "LINK" ${ARGN})
+    add_library(${name} OBJECT CommonHeaders.cpp)
+    mvgeo_house_rules(${name})
+    target_link_libraries(${name} PRIVATE ${ARG_LINK})
+    target_precompile_headers(${name} PRIVATE CommonHeaders.h)
+endfunction()
+
 # A folder of src/ as an object library mvgeo::<name>. The folder's path is what the module's log lines begin with.
 function(mvgeo_add_module name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
@@ -38,5 +58,8 @@ function(mvgeo_add_module name)
     target_include_directories(mvgeo_${name} PUBLIC
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
     target_link_libraries(mvgeo_${name} PUBLIC ${ARG_LINK})
+    if(TARGET mvgeo_module_headers)
+        target_precompile_headers(mvgeo_${name} REUSE_FROM mvgeo_module_headers)
+    endif()
     set_property(GLOBAL APPEND PROPERTY MVGEO_MODULES mvgeo_${name})
 endfunction()

@@ -12,10 +12,8 @@ build_packages=(
     libcli11-dev nlohmann-json3-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     libegl-mesa0 libgl1-mesa-dri)
-# The thread sanitizer's build: GCC's OpenMP runtime would be reported as one long race.
-tsan_packages=(clang libomp-dev)
-# libFuzzer comes with Clang, and Clang's OpenMP runtime apart.
-fuzz_packages=(clang libclang-rt-dev libomp-dev)
+# The sanitizers' builds: Clang brings libFuzzer, and GCC's OpenMP runtime would be reported as one long race.
+clang_packages=(clang libclang-rt-dev libomp-dev lld)
 # Compiles the Windows half of the platform code with its tests, and runs them.
 windows_packages=(g++-mingw-w64-x86-64-posix googletest wine wine64)
 
@@ -71,6 +69,12 @@ install_packages()
 }
 
 . scripts/lib/ktx.sh
+
+# Where ccache is installed, what was compiled once is not compiled again, precompiled headers included.
+if command -v ccache >/dev/null; then
+    export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+    export CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS:-pch_defines,time_macros,include_file_mtime,include_file_ctime}
+fi
 
 # build PRESET [ARGUMENT...]: configures if need be (the build itself notices changed CMake files, but not changed
 # presets), then builds; the arguments go to the build. libktx that came later than the first build is noticed too.
