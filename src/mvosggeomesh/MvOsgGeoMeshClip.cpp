@@ -78,7 +78,7 @@ bool MvOsgGeoMesh::clip(int mode, unsigned int rootNodeId, const KdGeMatrix3d* p
         const mvgeo::Side wanted = mode == kModeInside ? mvgeo::Side::inside : mvgeo::Side::outside;
         mvgeo::TriangleClip clip(*region, wanted, *heights, *triangles);
         const osg::ref_ptr<mvgeo::ClipIntersector> intersector =
-            new mvgeo::ClipIntersector(clip, _root->getMatrix() * mvgeo::toToolkit(*placement), _hasSkirts);
+            new mvgeo::ClipIntersector(clip, _root->getMatrix() * mvgeo::toOsg(*placement), _hasSkirts);
         // The toolkit's visitor goes down to the finest tiles in memory, the library's own reads finer ones.
         osgUtil::IntersectionVisitor inMemory(intersector);
         IntersectionVisitor finest(intersector, new DatabaseCacheReadCallback(kCachedFiles));

@@ -6,8 +6,8 @@
 #include "readerwriterthreedimg/TerrainPyramid.h"
 #include "support/HostConversions.h"
 #include "support/LogLine.h"
+#include "support/OsgPaths.h"
 #include "support/PathHash.h"
-#include "support/ToolkitText.h"
 #include "support/UserValues.h"
 
 #include <osgDB/FileNameUtils>

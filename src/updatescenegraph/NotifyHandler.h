@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/QuietToolkit.h"
+#include "support/QuietOsg.h"
 
 #include <fstream>
 #include <mutex>

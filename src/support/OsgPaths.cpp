@@ -1,4 +1,4 @@
-#include "support/ToolkitText.h"
+#include "support/OsgPaths.h"
 
 #include "platform/CodePage.h"
 
@@ -7,7 +7,7 @@
 namespace mvgeo
 {
 
-std::string toolkitPath(const KdString& path)
+std::string osgPath(const KdString& path)
 {
 #if defined(OSG_USE_UTF8_FILENAME)
     return path.utf8Ptr();

@@ -33,8 +33,7 @@ private:
 using SurfaceLines = std::vector<std::vector<osg::Vec3d>>;
 
 /** The surface on the upright plane between two points, in the root's frame. */
-using ToolkitSection = SurfaceLines (*)(osg::Node& root, const osg::Vec3d& start, const osg::Vec3d& end,
-                                        TileKeeper& tiles);
+using OsgSection = SurfaceLines (*)(osg::Node& root, const osg::Vec3d& start, const osg::Vec3d& end, TileKeeper& tiles);
 
 /** The toolkit's elevation slice: one line along the highest surface. */
 [[nodiscard]] SurfaceLines elevationSlice(osg::Node& root, const osg::Vec3d& start, const osg::Vec3d& end,

@@ -1,4 +1,4 @@
-#include "support/ToolkitText.h"
+#include "support/OsgPaths.h"
 
 #include <gtest/gtest.h>
 
@@ -9,19 +9,19 @@ using namespace mvgeo;
 
 const char* const kChineseUtf8 = "D:/\xE5\x80\xBE\xE6\x96\x9C/Tile_+000_+001.osgb"; // U+503E U+659C: "oblique"
 
-TEST(ToolkitText, ChinesePathComesBackFromTheToolkit)
+TEST(OsgPaths, ChinesePathComesBackFromTheToolkit)
 {
     const KdString path = KdString::fromUtf8(kChineseUtf8);
-    EXPECT_EQ(hostPath(toolkitPath(path)), path);
+    EXPECT_EQ(hostPath(osgPath(path)), path);
 }
 
 #if !defined(_WIN32)
-TEST(ToolkitText, PathIsUtf8WhereTheCodePageIs)
+TEST(OsgPaths, PathIsUtf8WhereTheCodePageIs)
 {
-    EXPECT_EQ(toolkitPath(KdString::fromUtf8(kChineseUtf8)), kChineseUtf8);
+    EXPECT_EQ(osgPath(KdString::fromUtf8(kChineseUtf8)), kChineseUtf8);
 }
 
-TEST(ToolkitText, HostPathHoldsSixteenBitUnits)
+TEST(OsgPaths, HostPathHoldsSixteenBitUnits)
 {
     const KdString path = hostPath("\xE5\x80\xBE\xE6\x96\x9C");
     ASSERT_EQ(path.length(), 2U);
@@ -29,16 +29,16 @@ TEST(ToolkitText, HostPathHoldsSixteenBitUnits)
     EXPECT_EQ(path.kwszPtr()[1], 0x659C);
 }
 
-TEST(ToolkitText, FileNameThatIsNoUtf8Survives)
+TEST(OsgPaths, FileNameThatIsNoUtf8Survives)
 {
     const std::string gbk = "/data/\xC7\xE3\xD0\xB1.osgb";
-    EXPECT_EQ(toolkitPath(hostPath(gbk)), gbk);
+    EXPECT_EQ(osgPath(hostPath(gbk)), gbk);
 }
 #endif
 
-TEST(ToolkitText, EmptyStaysEmpty)
+TEST(OsgPaths, EmptyStaysEmpty)
 {
-    EXPECT_EQ(toolkitPath(KdString()), "");
+    EXPECT_EQ(osgPath(KdString()), "");
     EXPECT_TRUE(hostPath("").isEmpty());
 }
 
