@@ -5,7 +5,6 @@
 #include "support/QuietOsg.h"
 #include "support/TileReader.h"
 
-#include <gdal_priv.h>
 #include <osgDB/FileNameUtils>
 #include <osgDB/FileUtils>
 #include <osgDB/Registry>
@@ -71,12 +70,6 @@ bool readsAsNode(const std::string& path)
                        : mvgeo::readTileFile(path, options).validNode();
 }
 
-GDALDatasetUniquePtr openRaster(const KdString& path)
-{
-    mvgeo::registerRasterDrivers();
-    return GDALDatasetUniquePtr(GDALDataset::FromHandle(GDALOpen(path.utf8Ptr(), GA_ReadOnly)));
-}
-
 } // namespace
 
 bool GetRootTiles_Imp(const KdString& dataFolder, std::vector<KdString>& rootTiles)
@@ -127,7 +120,7 @@ bool IsDemFileValid_Imp(const KdString& path)
         [&]
         {
             if (!osgDB::fileExists(mvgeo::osgPath(path))) return false;
-            const GDALDatasetUniquePtr dataset = openRaster(path);
+            const GDALDatasetUniquePtr dataset = mvgeo::openRaster(path);
             return dataset && dataset->GetRasterCount() == 1;
         });
 }
@@ -137,7 +130,7 @@ bool GetGeoImageInfo(const KdString& path, double* geoTransform, int& width, int
     return quietly(
         [&]
         {
-            const GDALDatasetUniquePtr dataset = geoTransform ? openRaster(path) : nullptr;
+            const GDALDatasetUniquePtr dataset = geoTransform ? mvgeo::openRaster(path) : nullptr;
             if (!dataset) return false;
             dataset->GetGeoTransform(geoTransform); // writes the array also where the place is unknown
             width = dataset->GetRasterXSize();

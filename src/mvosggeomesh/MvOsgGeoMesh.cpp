@@ -1,10 +1,8 @@
 #include "mvosggeomesh/MvOsgGeoMesh.h"
 
-#include "platform/Environment.h"
 #include "support/HostConversions.h"
 #include "support/LogLine.h"
 #include "support/OsgPaths.h"
-#include "support/PathHash.h"
 #include "support/UserValues.h"
 #include "updatescenegraph/ContentNodeVisitor.h"
 #include "updatescenegraph/NotifyHandler.h"
@@ -198,9 +196,9 @@ osg::ref_ptr<osgDB::Options> MvOsgGeoMesh::optionsFor(const KdString& path)
     return options;
 }
 
-bool MvOsgGeoMesh::makeCacheDirectory(const std::string& path, std::string& dir)
+bool MvOsgGeoMesh::makeCacheDirectory(const std::string& pathAnsi, std::string& dir)
 {
-    dir = mvgeo::platform::temporaryDirectory() + "/mesh/" + mvgeo::pathHashText(path);
+    dir = mvgeo::cacheDirectory("mesh", pathAnsi);
     return osgDB::makeDirectory(dir);
 }
 

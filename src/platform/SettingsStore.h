@@ -1,13 +1,20 @@
 #pragma once
 
-#include "platform/CodePage.h"
-
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace mvgeo::platform
 {
+
+/** Names are 16-bit text on every system. */
+#if defined(_WIN32)
+using WideChar = wchar_t;
+#else
+using WideChar = char16_t;
+#endif
+using WideString = std::basic_string<WideChar>;
 
 /** The kinds of values, by the numbers that the Windows registry gives them. Any other number can be stored too. */
 namespace setting_type

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/CodePage.h"
+#include "platform/SettingsStore.h"
 
 #include <cstddef>
 #include <vector>
