@@ -170,7 +170,7 @@ std::size_t pointCount(const std::vector<Line>& lines)
 }
 
 /** How far the heights of both are apart in the middle of each of our stretches; infinite if there is one that the
- *  other does not have, or if together they are not as long as the line. */
+ * other does not have, or if together they are not as long as the line. */
 double heightDifference(const SectionTerrain& terrain, const std::vector<Line>& ours, const SurfaceLines& theirs)
 {
     constexpr double kNotThere = std::numeric_limits<double>::infinity();

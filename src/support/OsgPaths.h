@@ -9,9 +9,9 @@ namespace mvgeo
 {
 
 /** A host's path as OSG takes it and gives it back: in the code page, or in UTF-8 if OSG was built for UTF-8 file
- *  names. Every path in a std::string has this form, unless its name ends in "Ansi": that one is in the code page.
+ * names. Every path in a std::string has this form, unless its name ends in "Ansi": that one is in the code page.
  *
- *  KdString alone converts text. It also has what others take: utf8Ptr() for GDAL, kwszPtr() for the registry. */
+ * KdString alone converts text. It also has what others take: utf8Ptr() for GDAL, kwszPtr() for the registry. */
 [[nodiscard]] std::string osgPath(const KdString& path);
 
 [[nodiscard]] KdString hostPath(const std::string& path);
@@ -20,7 +20,7 @@ namespace mvgeo
 [[nodiscard]] std::filesystem::path filePath(const std::string& path);
 
 /** The folder in which files made from a source are cached: the temporary folder, `kind` and a number made from the
- *  source, with slashes between them. It need not be there. */
+ * source, with slashes between them. It need not be there. */
 [[nodiscard]] std::string cacheDirectory(const std::string& kind, const std::string& sourceAnsi);
 
 } // namespace mvgeo

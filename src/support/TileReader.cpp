@@ -26,8 +26,8 @@ constexpr const char* kEndsTooEarly = "the file ends too early";
 constexpr std::streamsize kLongestNumber = 8; // bytes
 
 /** A whole file in memory, which stops whoever reads behind its end. The first such read gets zeros, because a reader
- *  that has just taken memory for pixels must come as far as handing it over; the next one throws. A number that is cut
- *  off becomes zero as a whole, so that nothing is allocated for it. */
+ * that has just taken memory for pixels must come as far as handing it over; the next one throws. A number that is cut
+ * off becomes zero as a whole, so that nothing is allocated for it. */
 class GuardedBytes : public std::streambuf
 {
 public:
@@ -65,7 +65,7 @@ private:
 };
 
 /** True if the header names a compressor. It consists of five numbers of four bytes, then the name's length and the
- *  name, "0" for none. */
+ * name, "0" for none. */
 bool isCompressed(const std::string& file)
 {
     if (file.size() < 25) return false;
