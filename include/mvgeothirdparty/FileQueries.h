@@ -8,7 +8,8 @@
 
 /** What a host may ask about files before it opens a model. Each call opens what it needs and has closed it when it
  * returns. None throws, and none writes to the log or to the standard streams: failure is a false result, or an empty
- * text. An output may be the same object as an input.
+ * text. An output may be the same object as an input. The names, where "_Imp" and capitals come and go, are those under
+ * which hosts import the functions.
  * Thread: any, several at once.
  */
 
@@ -34,8 +35,8 @@ MVGEO_API void getFileName_Imp(const KdString& path, KdString& fileName);
  */
 MVGEO_API void getRelativePath_Imp(const KdString& baseFile, const KdString& targetPath, KdString& relativePath);
 
-/** True if the file can be read, as a whole, as a scene. It is read as models read: with the toolkit's global read
- * options and through a read-file callback that is installed there. Nothing of the scene is kept, in no cache either.
+/** True if the file can be read, as a whole, as a scene. It is read as models read: with OSG's global read options and
+ * through a read-file callback that is installed there. Nothing of the scene is kept, in no cache either.
  */
 MVGEO_API bool IsOsgbFileValid_Imp(const KdString& path);
 

@@ -11,6 +11,9 @@ class GeoMeshTileContainer;
  * tile in visibleTiles may therefore be announced only a moment later, but always before update() returns. Identities
  * are unique within the process and stay the same when a tile leaves and comes back.
  * Thread: the one that called update().
+ *
+ * Hosts implement it and the library calls it, so it is binary interface: nothing is added, taken out, moved or
+ * changed, see MvGeoMesh.
  */
 class GeoMeshUpdateReceiver
 {

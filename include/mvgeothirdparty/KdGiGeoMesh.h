@@ -3,11 +3,16 @@
 #include <KdGeMatrix3d.h>
 #include <KdGiGeoMeshImage.h>
 
-/** One triangle mesh on the host's side. The host implements it; the library fills it once, right after
- * GeoMeshTileContainer::createMesh() returned it, and never touches it again.
+/** One triangle mesh on the host's side. The library fills it once, right after GeoMeshTileContainer::createMesh()
+ * returned it, and never touches it again.
  *
  * The arrays belong to the library and are valid during the call only: the host copies what it keeps.
  * Thread: the one that called MvGeoMesh::update().
+ *
+ * Hosts implement it and the library calls it, so it is binary interface: nothing is added, taken out, moved or
+ * changed, see MvGeoMesh.
+ *
+ * It carries the prefix of the host SDK's graphics classes, to which hosts add theirs.
  */
 class KdGiGeoMesh
 {

@@ -15,11 +15,36 @@ class GeoMeshUpdateReceiver;
  * Order of use: addModel() for each model file, setTransform() if the model is placed, then update() once a displayed
  * frame. Every operation runs on one host thread per model. Failure is told by the result; nothing throws.
  *
- * The order of the virtual functions is binary interface: new ones go to the end.
+ * Frames: matrices act on column vectors, p' = M * p, with the translation in the last column, entry[row][3]. The
+ * model's frame is that of its files; transform() takes it to the host's frame, and update()'s `model`, or the
+ * `placement` of a question, goes on top of that. z points up. Lengths are in the unit of the files, metres as a rule:
+ * none is converted, so a host that draws in millimetres scales by setTransform().
+ *
+ * Binary interface: host and library are compiled apart and call each other through the tables of virtual functions of
+ * this class and of GeoMeshUpdateReceiver, GeoMeshTileContainer and KdGiGeoMesh. No function of theirs changes its
+ * place, name, arguments or result, whatever a newer style would make of pointers, of an `unsigned char` and of numbers
+ * that stand for a choice. New ones go to the end of this class, which the library implements, and under names of their
+ * own, since some compilers move overloads together; the other three get none, because hosts implement them and a host
+ * that is already compiled would lack it. Standard strings and vectors are handed across, so compiler and standard
+ * library must be of one family with the library's.
  */
 class MvGeoMesh
 {
 public:
+    /** update(): what `extract` may be. */
+    static constexpr unsigned char kExtractGeometry = 0;
+    static constexpr unsigned char kExtractTextures = 1; ///< and what kExtractGeometry gives
+
+    /** clip(): what `mode` may be. */
+    static constexpr int kClipInside = 0;  ///< what lies inside the boundary, seen from above
+    static constexpr int kClipOutside = 1; ///< the rest
+
+    /** clip(): the `rootNodeId` that stands for every model file. */
+    static constexpr unsigned int kAllModelFiles = 0xFFFFFFFFU;
+
+    /** clip(): the bits of `options`. */
+    static constexpr int kFinestTiles = 1; ///< the finest tiles, which are read if need be; else those in memory
+
     virtual ~MvGeoMesh() = default;
 
     /** Reads every model file again. Files that cannot be read any more drop out, and later indices move down. */
@@ -34,7 +59,8 @@ public:
     /** Finds the surface under `point`, seen in the view of the last update().
      * @param placement  what update() was given as `model`; must have an inverse
      * @param point      host frame; the ray runs from the eye through it, or along the view direction if orthographic
-     * @param hit        host frame; left alone when nothing is hit Only tiles in memory are hit. */
+     * @param hit        host frame; left alone when nothing is hit
+     * @return whether it was hit; only tiles in memory are */
     virtual bool pickPoint(const KdGeMatrix3d* placement, const KdGePoint3d* point, KdGePoint3d* hit) = 0;
 
     /** Finds the triangle under `point`, by the same ray as pickPoint(). On success `triangle` is replaced by its three
@@ -51,7 +77,7 @@ public:
      * @param view         world to eye
      * @param projection   eye to clip space, as OpenGL defines it
      * @param width,height viewport in pixels
-     * @param extract      not 0: textures and texture coordinates are handed over too
+     * @param extract      not kExtractGeometry: textures and texture coordinates are handed over too
      * @param reserved     not used
      * @return false, and nothing happened, if an argument is missing, a matrix has no inverse, or the viewport is empty
      */
@@ -72,15 +98,14 @@ public:
 
     /** Cuts the model's surface with a boundary as with a vertical punch and appends what is inside or outside it,
      * three points a triangle, the surface's own winding kept.
-     * @param mode         0: inside the boundary, seen from above; 1: outside
-     * @param rootNodeId   the model file to look at, by its place in the order of loading; 0xFFFFFFFF: all
+     * @param mode         kClipInside or kClipOutside
+     * @param rootNodeId   the model file to look at, by its place in the order of loading, or kAllModelFiles
      * @param placement    as for pickPoint()
      * @param boundary     host frame, heights are ignored; closed or not, either winding, convex or not. One that
      * crosses itself is made valid: what it encloses an odd number of times is inside.
      * @param heightRange  two heights in the host frame, in either order: only what lies between them; null: all
      * heights
-     * @param options      bit 0 set: the finest tiles, which are read if need be, as section() does; else the tiles in
-     * memory
+     * @param options      0 or kFinestTiles, as section() does
      * @param triangles    host frame; appended to
      * @return false, with `triangles` as it was, if an argument is missing, mode is another, no model file has that id,
      * `placement` has no inverse, or the boundary has fewer than three distinct points or no area; the log says which.
