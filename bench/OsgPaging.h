@@ -8,7 +8,7 @@
 namespace mvgeo::bench
 {
 
-/** The yardstick for paging: the same files below the toolkit's own pager and cull traversal, as its viewer drives
+/** The yardstick for paging: the same files below OSG's own pager and cull traversal, as its viewer drives
  * them, without drawing. */
 class OsgPaging
 {

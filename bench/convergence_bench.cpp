@@ -34,7 +34,7 @@ void convergePath()
         paging.converge(pathCamera(frame / 299.0));
 }
 
-// How long until a view is complete from nothing, beside the toolkit's own pager? Both read one file at a time; ours
+// How long until a view is complete from nothing, beside OSG's own pager? Both read one file at a time; ours
 // also hands every tile to a copying host. The target is a ratio of 1.0 once the textures are in the cache (argument
 // 0).
 void BM_ColdView_OverOsgPager(benchmark::State& state)

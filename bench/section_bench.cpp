@@ -215,7 +215,7 @@ void compareResults(benchmark::State& state, SectionTerrain& terrain, OsgSection
 }
 
 // What does a straight section of 14 km cost, with everything below the root read from the disk cache and dropped
-// again? Beside the toolkit's ways, which read the same files through the same reader. In CPU time; the target is a
+// again? Beside OSG's ways, which read the same files through the same reader. In CPU time; the target is a
 // ratio of 1 over the elevation slice.
 void BM_ColdSection(benchmark::State& state, OsgSection peer)
 {
@@ -251,7 +251,7 @@ std::pair<double, std::uint64_t> timedPasses(SectionTerrain& terrain, int count)
 }
 
 // And where the tiles are in memory? A call holds them until it ends, so this is what each pass costs by which a call
-// of many passes goes over one of few; both cut the same tiles, in a band of 8 m. The toolkit's ways cut once more with
+// of many passes goes over one of few; both cut the same tiles, in a band of 8 m. OSG's ways cut once more with
 // the tiles that they have kept. In CPU time; the target is a ratio of 1 over the elevation slice.
 void BM_WarmSection(benchmark::State& state, OsgSection peer)
 {

@@ -9,7 +9,7 @@
 namespace mvgeo
 {
 
-/** Host matrices act on column vectors, the toolkit's on row vectors: each conversion transposes. */
+/** Host matrices act on column vectors, OSG's on row vectors: each conversion transposes. */
 [[nodiscard]] osg::Matrixd toOsg(const KdGeMatrix3d& matrix);
 [[nodiscard]] KdGeMatrix3d toHost(const osg::Matrixd& matrix);
 

@@ -5,9 +5,9 @@
 namespace mvgeo
 {
 
-/** Keeps what the toolkit says on this thread out of every log while it lives. They may be nested.
+/** Keeps what OSG says on this thread out of every log while it lives. They may be nested.
  *
- * The toolkit knows one handler for all threads. The first object finds out whether the installed one is ours; before
+ * OSG knows one handler for all threads. The first object finds out whether the installed one is ours; before
  * one that is not it puts one of ours, for good, which hands on what other threads say.
  * Thread: the one that made it.
  */

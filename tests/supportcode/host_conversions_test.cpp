@@ -16,7 +16,7 @@ KdGeMatrix3d numberedHostMatrix()
     return matrix;
 }
 
-TEST(HostConversions, TransposeOnTheWayToTheToolkit)
+TEST(HostConversions, TransposeOnTheWayToOsg)
 {
     const osg::Matrixd matrix = toOsg(numberedHostMatrix());
     for (int row = 0; row < 4; ++row)
