@@ -26,10 +26,10 @@ struct PixelBuffer
 };
 
 /** The least that reading a Basis texture into an upright image costs with libktx alone: the texture is made from bytes
- *  in memory, its one level transcoded, and copied once into a buffer of its own, since the texture's goes with it. The
- *  rows of such files run from top to bottom, so the copy turns them over: whole rows of pixels, or rows of BC1 and BC3
- *  blocks and the rows within each. Throws if libktx fails.
- *  @param toBlocks  BC1 or BC3, else RGBA */
+ * in memory, its one level transcoded, and copied once into a buffer of its own, since the texture's goes with it. The
+ * rows of such files run from top to bottom, so the copy turns them over: whole rows of pixels, or rows of BC1 and BC3
+ * blocks and the rows within each. Throws if libktx fails.
+ * @param toBlocks  BC1 or BC3, else RGBA */
 [[nodiscard]] PixelBuffer readBare(const std::string& file, bool toBlocks);
 
 /** The same for writing: a texture is made, gets the pixels with one copy and the key that tells the order of their

@@ -16,7 +16,7 @@ namespace mvgeo::bench
 {
 
 /** The yardstick for making tiles: what a terrain's tiles cannot do without, and nothing else. In the order of
- *  walkTerrain(), the same raster reads into one buffer, and the toolkit's own writing of files that equal the tiles'.
+ * walkTerrain(), the same raster reads into one buffer, and OSG's own writing of files that equal the tiles'.
  */
 class BareTerrainWork
 {

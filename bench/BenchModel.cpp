@@ -63,7 +63,8 @@ void BenchModel::update(const Camera& camera)
 {
     const KdGeMatrix3d view = toHost(viewMatrix(camera));
     const KdGeMatrix3d projection = toHost(projectionMatrix());
-    model.update(++_frame, &KdGeMatrix3d::kIdentity, &view, &projection, kWidth, kHeight, 1, nullptr, &receiver);
+    model.update(++_frame, &KdGeMatrix3d::kIdentity, &view, &projection, kWidth, kHeight, MvGeoMesh::kExtractTextures,
+                 nullptr, &receiver);
 }
 
 void BenchModel::converge(const Camera& camera)

@@ -27,7 +27,7 @@ enum class RatioClock
 };
 
 /** Times our way and its yardstick in turn, so that both see the same machine, and reports the two medians and their
- *  ratio. One benchmark iteration is one such pair. */
+ * ratio. One benchmark iteration is one such pair. */
 class RatioTimer
 {
 public:

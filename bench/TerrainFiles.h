@@ -15,7 +15,7 @@ constexpr int kDemSide = 2048; // pixels of 10 m
 constexpr int kDomSide = 4096; // pixels of 5 m
 
 /** The reference host's invented valley, uncompressed and in blocks of 256 pixels: elevations as floats, colours as
- *  interleaved bytes. Written below the build folder on first use; throws if that fails. */
+ * interleaved bytes. Written below the build folder on first use; throws if that fails. */
 [[nodiscard]] const TerrainFiles& terrainFiles(bool withOverviews);
 
 /** A folder that is empty at first and goes with the object; two of one name are one folder. It lies in memory where

@@ -31,11 +31,11 @@ using DepthSeconds = std::array<double, kDeepest + 1>;
 [[nodiscard]] osg::ref_ptr<osgDB::Options> rootOptions(const TerrainFiles& files, const std::string& cacheDirectory);
 
 /** Reads a terrain's tiles down to a depth, root first and then depth first, and drops each group of four as soon as
- *  all below it has been read: memory holds one path of the pyramid. Throws if a tile cannot be read. */
+ * all below it has been read: memory holds one path of the pyramid. Throws if a tile cannot be read. */
 DepthSeconds walkTerrain(const osg::ref_ptr<osgDB::Options>& options, int deepest);
 
 /** The nodes that are read on the way from the root down to a depth, always through the same quadrant, 0 to 3; the
- *  index is the depth. Nothing is cached. */
+ * index is the depth. Nothing is cached. */
 [[nodiscard]] std::vector<osg::ref_ptr<osg::Node>> terrainBranch(const TerrainFiles& files, unsigned int quadrant,
                                                                  int deepest);
 

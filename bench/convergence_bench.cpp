@@ -1,7 +1,7 @@
 #include "BenchModel.h"
+#include "OsgPaging.h"
 #include "RatioTimer.h"
 #include "SamplePyramidFolder.h"
-#include "ToolkitPaging.h"
 
 #include <benchmark/benchmark.h>
 
@@ -34,10 +34,10 @@ void convergePath()
         paging.converge(pathCamera(frame / 299.0));
 }
 
-// How long until a view is complete from nothing, beside the toolkit's own pager? Both read one file at a time; ours
+// How long until a view is complete from nothing, beside OSG's own pager? Both read one file at a time; ours
 // also hands every tile to a copying host. The target is a ratio of 1.0 once the textures are in the cache (argument
 // 0).
-void BM_ColdView_OverToolkitPager(benchmark::State& state)
+void BM_ColdView_OverOsgPager(benchmark::State& state)
 {
     useTextureCache(true);
     convergeView<BenchModel>(); // fills both caches
@@ -45,11 +45,11 @@ void BM_ColdView_OverToolkitPager(benchmark::State& state)
     for (auto _ : state)
     {
         if (state.range(0) == 1) useTextureCache(true);
-        timer.pair(state, convergeView<BenchModel>, convergeView<ToolkitPaging>);
+        timer.pair(state, convergeView<BenchModel>, convergeView<OsgPaging>);
     }
     timer.report(state);
 }
-BENCHMARK(BM_ColdView_OverToolkitPager)
+BENCHMARK(BM_ColdView_OverOsgPager)
     ->ArgName("emptyTextureCache")
     ->Arg(0)
     ->Arg(1)
@@ -58,15 +58,15 @@ BENCHMARK(BM_ColdView_OverToolkitPager)
     ->Unit(benchmark::kMillisecond);
 
 // The same along a path of 300 frames, each of them complete before the next.
-void BM_ColdPath_OverToolkitPager(benchmark::State& state)
+void BM_ColdPath_OverOsgPager(benchmark::State& state)
 {
     useTextureCache(false);
     convergePath<BenchModel>();
     RatioTimer timer;
     for (auto _ : state)
-        timer.pair(state, convergePath<BenchModel>, convergePath<ToolkitPaging>);
+        timer.pair(state, convergePath<BenchModel>, convergePath<OsgPaging>);
     timer.report(state);
 }
-BENCHMARK(BM_ColdPath_OverToolkitPager)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ColdPath_OverOsgPager)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -1,6 +1,6 @@
+#include "OsgSection.h"
 #include "RatioTimer.h"
 #include "TerrainWalk.h"
-#include "ToolkitSection.h"
 
 #include "mvgeothirdparty/GeoMeshStatistics.h"
 #include "mvosggeoterrain/MvOsgGeoTerrain.h"
@@ -52,7 +52,7 @@ public:
 
         if (_model.addModel(KdString(source.c_str())) < 0) throw std::runtime_error("cannot open " + files.dem);
         const KdDbExtents box = _model.extents();
-        _middle = (mvgeo::toToolkit(box.minPoint()) + mvgeo::toToolkit(box.maxPoint())) * 0.5;
+        _middle = (mvgeo::toOsg(box.minPoint()) + mvgeo::toOsg(box.maxPoint())) * 0.5;
         // Without the model's callback: what the model does with each tile is its own affair.
         _root = osgDB::readRefNodeFile(directory + "/terrain.osgb.3dimg", options);
         if (!_root) throw std::runtime_error("cannot read the terrain's root");
@@ -90,7 +90,7 @@ public:
 
     [[nodiscard]] TileKeeper* newTileKeeper() const { return new TileKeeper(*_root); }
 
-    [[nodiscard]] SurfaceLines toolkitSection(ToolkitSection peer, TileKeeper& tiles) const
+    [[nodiscard]] SurfaceLines osgSection(OsgSection peer, TileKeeper& tiles) const
     {
         return peer(*_root, place(0.0), place(1.0), tiles);
     }
@@ -170,7 +170,7 @@ std::size_t pointCount(const std::vector<Line>& lines)
 }
 
 /** How far the heights of both are apart in the middle of each of our stretches; infinite if there is one that the
- *  other does not have, or if together they are not as long as the line. */
+ * other does not have, or if together they are not as long as the line. */
 double heightDifference(const SectionTerrain& terrain, const std::vector<Line>& ours, const SurfaceLines& theirs)
 {
     constexpr double kNotThere = std::numeric_limits<double>::infinity();
@@ -180,8 +180,8 @@ double heightDifference(const SectionTerrain& terrain, const std::vector<Line>& 
     for (const Line& line : ours)
         for (std::size_t i = 1; i < line.size(); ++i)
         {
-            const osg::Vec3d a = mvgeo::toToolkit(line[i - 1]);
-            const osg::Vec3d b = mvgeo::toToolkit(line[i]);
+            const osg::Vec3d a = mvgeo::toOsg(line[i - 1]);
+            const osg::Vec3d b = mvgeo::toOsg(line[i]);
             const double stretch = std::abs(terrain.distanceOf(b) - terrain.distanceOf(a));
             length += stretch;
             if (stretch < 1e-3) continue; // narrower than the others' rounding
@@ -193,13 +193,13 @@ double heightDifference(const SectionTerrain& terrain, const std::vector<Line>& 
 }
 
 /** Both must have found the same surface, and on the same tiles, none of them built for the occasion. */
-void compareResults(benchmark::State& state, SectionTerrain& terrain, ToolkitSection peer)
+void compareResults(benchmark::State& state, SectionTerrain& terrain, OsgSection peer)
 {
     const GeoMeshStatistics before = terrain.statistics();
     const std::vector<Line> ours = terrain.section(terrain.passes(1));
     const GeoMeshStatistics after = terrain.statistics();
     const osg::ref_ptr<TileKeeper> tiles = terrain.newTileKeeper();
-    const SurfaceLines theirs = terrain.toolkitSection(peer, *tiles);
+    const SurfaceLines theirs = terrain.osgSection(peer, *tiles);
 
     const auto files = static_cast<int>(after.tilesLoaded - before.tilesLoaded);
     const double difference = heightDifference(terrain, ours, theirs);
@@ -215,9 +215,9 @@ void compareResults(benchmark::State& state, SectionTerrain& terrain, ToolkitSec
 }
 
 // What does a straight section of 14 km cost, with everything below the root read from the disk cache and dropped
-// again? Beside the toolkit's ways, which read the same files through the same reader. In CPU time; the target is a
+// again? Beside OSG's ways, which read the same files through the same reader. In CPU time; the target is a
 // ratio of 1 over the elevation slice.
-void BM_ColdSection(benchmark::State& state, ToolkitSection peer)
+void BM_ColdSection(benchmark::State& state, OsgSection peer)
 {
     SectionTerrain terrain;
     compareResults(state, terrain, peer);
@@ -229,7 +229,7 @@ void BM_ColdSection(benchmark::State& state, ToolkitSection peer)
             [&]
             {
                 const osg::ref_ptr<TileKeeper> tiles = terrain.newTileKeeper();
-                benchmark::DoNotOptimize(terrain.toolkitSection(peer, *tiles));
+                benchmark::DoNotOptimize(terrain.osgSection(peer, *tiles));
             });
     timer.report(state);
 }
@@ -251,14 +251,14 @@ std::pair<double, std::uint64_t> timedPasses(SectionTerrain& terrain, int count)
 }
 
 // And where the tiles are in memory? A call holds them until it ends, so this is what each pass costs by which a call
-// of many passes goes over one of few; both cut the same tiles, in a band of 8 m. The toolkit's ways cut once more with
+// of many passes goes over one of few; both cut the same tiles, in a band of 8 m. OSG's ways cut once more with
 // the tiles that they have kept. In CPU time; the target is a ratio of 1 over the elevation slice.
-void BM_WarmSection(benchmark::State& state, ToolkitSection peer)
+void BM_WarmSection(benchmark::State& state, OsgSection peer)
 {
     SectionTerrain terrain;
     compareResults(state, terrain, peer);
     const osg::ref_ptr<TileKeeper> tiles = terrain.newTileKeeper();
-    benchmark::DoNotOptimize(terrain.toolkitSection(peer, *tiles));
+    benchmark::DoNotOptimize(terrain.osgSection(peer, *tiles));
     RatioTimer timer;
     for (auto _ : state)
     {
@@ -266,8 +266,7 @@ void BM_WarmSection(benchmark::State& state, ToolkitSection peer)
         const auto [manySeconds, manyFiles] = timedPasses(terrain, kManyPasses);
         if (fewFiles != manyFiles) state.SkipWithError("more passes took more files");
         const double ours = (manySeconds - fewSeconds) / (kManyPasses - kFewPasses);
-        timer.add(ours,
-                  RatioTimer::secondsOfCpu([&] { benchmark::DoNotOptimize(terrain.toolkitSection(peer, *tiles)); }));
+        timer.add(ours, RatioTimer::secondsOfCpu([&] { benchmark::DoNotOptimize(terrain.osgSection(peer, *tiles)); }));
         state.SetIterationTime(ours);
     }
     timer.report(state);
@@ -300,7 +299,7 @@ void BM_SectionOfSegments_OverOne(benchmark::State& state)
     SurfaceLines whole;
     for (const Line& line : drapedOne)
         std::transform(line.begin(), line.end(), std::back_inserter(whole.emplace_back()),
-                       [](const KdGePoint3d& point) { return mvgeo::toToolkit(point); });
+                       [](const KdGePoint3d& point) { return mvgeo::toOsg(point); });
     if (!(heightDifference(terrain, drapedMany, whole) <= 1e-3)) state.SkipWithError("the heights differ");
 }
 BENCHMARK(BM_SectionOfSegments_OverOne)->Arg(1000)->UseManualTime()->Iterations(9)->Unit(benchmark::kMillisecond);

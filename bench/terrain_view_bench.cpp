@@ -42,7 +42,7 @@ public:
         if (_model->addModel(KdString((files.dom + '?' + files.dem).c_str())) < 0)
             throw std::runtime_error("cannot open " + files.dem);
         const KdDbExtents box = _model->extents();
-        const osg::BoundingBoxd extents(mvgeo::toToolkit(box.minPoint()), mvgeo::toToolkit(box.maxPoint()));
+        const osg::BoundingBoxd extents(mvgeo::toOsg(box.minPoint()), mvgeo::toOsg(box.maxPoint()));
         lookOverBox(_camera, extents);
         _view = mvgeo::toHost(_camera.viewMatrix());
         _projection = mvgeo::toHost(_camera.projectionMatrix(extents));

@@ -23,7 +23,7 @@ namespace
 
 using namespace mvgeo::bench;
 
-/** Ours by its class: under the extension's name the toolkit may find a plug-in of its own first. */
+/** Ours by its class: under the extension's name OSG may find a plug-in of its own first. */
 osgDB::ReaderWriter& readerWriter()
 {
     static const osg::ref_ptr<ReaderWriterKTX> ours = new ReaderWriterKTX;

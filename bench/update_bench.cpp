@@ -12,7 +12,7 @@ namespace
 
 using namespace mvgeo::bench;
 
-/** The yardstick: the toolkit's traversal of the same nodes with nothing but the frustum test. */
+/** The yardstick: OSG's traversal of the same nodes with nothing but the frustum test. */
 class BareTraversal : public osg::NodeVisitor
 {
 public:

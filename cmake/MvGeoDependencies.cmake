@@ -9,7 +9,7 @@ if(NOT WIN32)
     find_package(SQLite3 3.37 REQUIRED)
 endif()
 
-# CMake's own finder knows the toolkit as variables only.
+# CMake's own finder knows OSG as variables only.
 set(osg_components osgDB osgUtil)
 if(MVGEO_BUILD_HOST)
     list(APPEND osg_components osgGA osgViewer)

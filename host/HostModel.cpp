@@ -89,7 +89,8 @@ void HostModel::updateOnce(const ViewFrame& frame)
     const KdGeMatrix3d view = toHostMatrix(frame.view);
     const KdGeMatrix3d projection = toHostMatrix(frame.projection);
     const bool takes = _taking != Taking::Nothing;
-    const unsigned char textures = _taking == Taking::Textured ? 1 : 0;
+    const unsigned char textures =
+        _taking == Taking::Textured ? MvGeoMesh::kExtractTextures : MvGeoMesh::kExtractGeometry;
     NoTiles none;
     GeoMeshUpdateReceiver* receiver = &none;
     if (takes) receiver = &_tiles;
@@ -179,13 +180,12 @@ std::vector<std::vector<osg::Vec3d>> HostModel::drape(const std::vector<osg::Vec
 
 std::vector<osg::Vec3d> HostModel::clip(const std::vector<osg::Vec3d>& boundary, const Clipping& how)
 {
-    constexpr unsigned int kAllFiles = 0xFFFFFFFF;
-    constexpr int kFinest = 1;
     const std::vector<KdGePoint3d> ring = toHostPoints(boundary);
     const double heights[2] = {how.heights ? how.heights->first : 0.0, how.heights ? how.heights->second : 0.0};
     std::vector<KdGePoint3d> triangles;
-    if (!_model->clip(how.outside ? 1 : 0, how.rootFile.value_or(kAllFiles), &KdGeMatrix3d::kIdentity, &ring,
-                      how.heights ? heights : nullptr, how.finest ? kFinest : 0, &triangles))
+    if (!_model->clip(how.outside ? MvGeoMesh::kClipOutside : MvGeoMesh::kClipInside,
+                      how.rootFile.value_or(MvGeoMesh::kAllModelFiles), &KdGeMatrix3d::kIdentity, &ring,
+                      how.heights ? heights : nullptr, how.finest ? MvGeoMesh::kFinestTiles : 0, &triangles))
         throw HostError("The library refused to clip the model: the boundary may enclose no area. Its log, which "
                         "--log-dir asks for, tells why.");
     return toScenePoints(triangles);

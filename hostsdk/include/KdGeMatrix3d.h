@@ -6,7 +6,7 @@
 
 /** A 4 x 4 transform for column vectors: a point p goes to M * p, the translation stands in the last column.
  *
- *  entry[row][column]. Default is the identity.
+ * entry[row][column]. Default is the identity.
  */
 class HOSTSDK_API KdGeMatrix3d
 {

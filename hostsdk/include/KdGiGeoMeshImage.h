@@ -14,9 +14,9 @@ public:
     virtual const std::string& key() const = 0;
 
     /** The pixels, rows from the bottom up, and how OpenGL names their layout. The block stays the object's and is
-     *  valid until releaseImage(). False, with the arguments left alone, when no image is held. The pixels of a tile
-     *  that was announced during an update may be missing until that update returns; `data` is null as long as they
-     * are, and stays so if they cannot be read. */
+     * valid until releaseImage(). False, with the arguments left alone, when no image is held. The pixels of a tile
+     * that was announced during an update may be missing until that update returns; `data` is null as long as they are,
+     * and stays so if they cannot be read. */
     virtual bool imageData(unsigned int& width, unsigned int& height, unsigned int& dataType, unsigned int& pixelFormat,
                            unsigned int& internalFormat, unsigned char*& data) = 0;
 

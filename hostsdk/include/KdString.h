@@ -16,12 +16,12 @@ static_assert(sizeof(KdChar) == 2, "host text is made of 16-bit units");
 
 /** The host's string: UTF-16 text that can also be read as ANSI text or as UTF-8.
  *
- *  ANSI means the process's code page on Windows and UTF-8 elsewhere. Bytes that are not valid in the code page
- *  survive a round trip on platforms whose file names are plain bytes: each becomes one unpaired surrogate
- *  U+DC80..U+DCFF and turns back into the same byte. A character that the code page lacks becomes '?' in ansiPtr().
+ * ANSI means the process's code page on Windows and UTF-8 elsewhere. Bytes that are not valid in the code page survive
+ * a round trip on platforms whose file names are plain bytes: each becomes one unpaired surrogate U+DC80..U+DCFF and
+ * turns back into the same byte. A character that the code page lacks becomes '?' in ansiPtr().
  *
- *  Thread: like std::string; const operations may run at once on one object. The pointers stay valid until the
- *  object is changed or destroyed.
+ * Thread: like std::string; const operations may run at once on one object. The pointers stay valid until the object is
+ * changed or destroyed.
  */
 class HOSTSDK_API KdString
 {

@@ -8,13 +8,13 @@
 
 #pragma pack(push, 1)
 /** A tagged value. The layout is part of the interface: a 32-bit tag, then at once the pointer to a payload block that
- *  begins with its own size in bytes (32 bits, the size field included), followed by the value.
+ * begins with its own size in bytes (32 bits, the size field included), followed by the value.
  *
- *  Ownership: the variant owns its payload; copies copy it. Every payload comes from allocatePayload(). A null payload
- *  stands for zero, or for empty text.
+ * Ownership: the variant owns its payload; copies copy it. Every payload comes from allocatePayload(). A null payload
+ * stands for zero, or for empty text.
  *
- *  Behind every block lie kSpareBytes more, zero at first and copied along: there are callers that take the size field
- *  of a blob for the byte count of its value, both when they fill a block and when they read one.
+ * Behind every block lie kSpareBytes more, zero at first and copied along: there are callers that take the size field
+ * of a blob for the byte count of its value, both when they fill a block and when they read one.
  */
 class HOSTSDK_API OrloVariant
 {
@@ -58,7 +58,7 @@ public:
     void adopt(Tag tag, unsigned char* payload);
 
     /** A block of `byteCount` bytes (at least 4), its size field filled in, and the spare bytes; null when memory runs
-     *  out. */
+     * out. */
     [[nodiscard]] static unsigned char* allocatePayload(std::uint32_t byteCount);
     static void freePayload(unsigned char* payload);
 

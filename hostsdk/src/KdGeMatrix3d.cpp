@@ -41,7 +41,7 @@ double largestInRow(const KdGeMatrix3d& matrix, int row)
 }
 
 /** A matrix whose rows and columns were multiplied by powers of two until their largest entries are about 1. Without
- *  this step a map's translation of some million metres, or a model in micrometres, would pass for singular. */
+ * this step a map's translation of some million metres, or a model in micrometres, would pass for singular. */
 struct Balanced
 {
     KdGeMatrix3d matrix;

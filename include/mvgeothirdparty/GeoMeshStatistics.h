@@ -7,7 +7,7 @@
 class MvGeoMesh;
 
 /** The paging state of one model. Set `version` to kGeoMeshStatisticsVersion before the call; later versions only add
- *  members at the end. A tile is one file of the pyramid; root files count as tiles too.
+ * members at the end. A tile is one file of the pyramid; root files count as tiles too.
  */
 struct GeoMeshStatistics
 {
@@ -31,7 +31,7 @@ struct GeoMeshStatistics
 constexpr std::uint32_t kGeoMeshStatisticsVersion = 2;
 
 /** Fills `statistics`. False, with nothing written, for null arguments, a version that this library does not know, or a
- *  model of another library. After an update(), mergesWaiting above 0 means that another one is due, and idle that the
- *  view has converged: another update() with it would show the same tiles.
- *  Thread: the model's host thread. */
+ * model of another library. After an update(), mergesWaiting above 0 means that another one is due, and idle that the
+ * view has converged: another update() with it would show the same tiles.
+ * Thread: the model's host thread. */
 MVGEO_API bool getGeoMeshStatistics(const MvGeoMesh* model, GeoMeshStatistics* statistics);

@@ -2,7 +2,11 @@
 
 class KdGiGeoMesh;
 
-/** The host's place for the meshes of one tile; the host owns it and the meshes that it makes. */
+/** The host's place for the meshes of one tile; the host owns it and the meshes that it makes.
+ *
+ * Hosts implement it and the library calls it, so it is binary interface: nothing is added, taken out, moved or
+ * changed, see MvGeoMesh.
+ */
 class GeoMeshTileContainer
 {
 public:

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/** What createTiledModel() is to build. */
+/** What createTiledModel() is to build. The numbers are compiled into hosts. */
 enum ModelType : std::int32_t
 {
     kTiledModel = 0,  ///< a pyramid of ".osgb" tiles

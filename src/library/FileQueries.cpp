@@ -1,11 +1,10 @@
 #include "mvgeothirdparty/FileQueries.h"
 
 #include "mvgdaldatasetmanager/GdalSession.h"
-#include "support/QuietToolkit.h"
+#include "support/OsgPaths.h"
+#include "support/QuietOsg.h"
 #include "support/TileReader.h"
-#include "support/ToolkitText.h"
 
-#include <gdal_priv.h>
 #include <osgDB/FileNameUtils>
 #include <osgDB/FileUtils>
 #include <osgDB/Registry>
@@ -19,7 +18,7 @@ namespace
 template <typename Query>
 bool quietly(Query query)
 {
-    const mvgeo::QuietToolkit quietToolkit;
+    const mvgeo::QuietOsg quietOsg;
     const mvgeo::QuietGdal quietGdal;
     try
     {
@@ -44,8 +43,8 @@ void appendRootTiles(const std::string& folder, std::vector<KdString>& rootTiles
 
 KdString pathBetween(const KdString& baseFile, const KdString& targetPath)
 {
-    const KdString folder = mvgeo::hostPath(osgDB::getFilePath(mvgeo::toolkitPath(baseFile)));
-    const std::string relative = osgDB::getPathRelative(mvgeo::toolkitPath(folder), mvgeo::toolkitPath(targetPath));
+    const KdString folder = mvgeo::hostPath(osgDB::getFilePath(mvgeo::osgPath(baseFile)));
+    const std::string relative = osgDB::getPathRelative(mvgeo::osgPath(folder), mvgeo::osgPath(targetPath));
     const KdString native = mvgeo::hostPath(osgDB::convertFileNameToNativeStyle(relative));
     return native.isEmpty() ? native : KdString(".\\") + native;
 }
@@ -71,12 +70,6 @@ bool readsAsNode(const std::string& path)
                        : mvgeo::readTileFile(path, options).validNode();
 }
 
-GDALDatasetUniquePtr openRaster(const KdString& path)
-{
-    mvgeo::registerRasterDrivers();
-    return GDALDatasetUniquePtr(GDALDataset::FromHandle(GDALOpen(path.utf8Ptr(), GA_ReadOnly)));
-}
-
 } // namespace
 
 bool GetRootTiles_Imp(const KdString& dataFolder, std::vector<KdString>& rootTiles)
@@ -84,7 +77,7 @@ bool GetRootTiles_Imp(const KdString& dataFolder, std::vector<KdString>& rootTil
     return quietly(
         [&]
         {
-            appendRootTiles(mvgeo::toolkitPath(dataFolder), rootTiles);
+            appendRootTiles(mvgeo::osgPath(dataFolder), rootTiles);
             return !rootTiles.empty();
         });
 }
@@ -94,7 +87,7 @@ void getFileName_Imp(const KdString& path, KdString& fileName)
     const bool isDone = quietly(
         [&]
         {
-            fileName = mvgeo::hostPath(osgDB::getSimpleFileName(mvgeo::toolkitPath(path)));
+            fileName = mvgeo::hostPath(osgDB::getSimpleFileName(mvgeo::osgPath(path)));
             return true;
         });
     if (!isDone) fileName.setEmpty();
@@ -116,7 +109,7 @@ bool IsOsgbFileValid_Imp(const KdString& path)
     return quietly(
         [&]
         {
-            const std::string file = mvgeo::toolkitPath(path);
+            const std::string file = mvgeo::osgPath(path);
             return osgDB::fileExists(file) && readsAsNode(file);
         });
 }
@@ -126,8 +119,8 @@ bool IsDemFileValid_Imp(const KdString& path)
     return quietly(
         [&]
         {
-            if (!osgDB::fileExists(mvgeo::toolkitPath(path))) return false;
-            const GDALDatasetUniquePtr dataset = openRaster(path);
+            if (!osgDB::fileExists(mvgeo::osgPath(path))) return false;
+            const GDALDatasetUniquePtr dataset = mvgeo::openRaster(path);
             return dataset && dataset->GetRasterCount() == 1;
         });
 }
@@ -137,7 +130,7 @@ bool GetGeoImageInfo(const KdString& path, double* geoTransform, int& width, int
     return quietly(
         [&]
         {
-            const GDALDatasetUniquePtr dataset = geoTransform ? openRaster(path) : nullptr;
+            const GDALDatasetUniquePtr dataset = geoTransform ? mvgeo::openRaster(path) : nullptr;
             if (!dataset) return false;
             dataset->GetGeoTransform(geoTransform); // writes the array also where the place is unknown
             width = dataset->GetRasterXSize();

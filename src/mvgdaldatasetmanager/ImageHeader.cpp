@@ -22,14 +22,6 @@ constexpr int kLargeSide = 4096;         // pixels; up to here a whole read cost
 constexpr double kLargeArea = 1048576.0; // pixels; a long and thin raster costs nothing either
 constexpr std::size_t kThreadBuckets = 8;
 
-/** Null if it cannot be opened; GDAL keeps quiet about it. */
-GDALDatasetUniquePtr openRaster(const KdString& path)
-{
-    mvgeo::registerRasterDrivers();
-    const mvgeo::QuietGdal quiet;
-    return GDALDatasetUniquePtr(GDALDataset::FromHandle(GDALOpen(path.utf8Ptr(), GA_ReadOnly)));
-}
-
 /** The nearest float. Beyond the floats' range a conversion would be undefined. */
 float toFloat(double value)
 {
@@ -114,7 +106,7 @@ ImageHeader::~ImageHeader()
 bool ImageHeader::open(const KdString& path)
 {
     _path = path;
-    GDALDatasetUniquePtr dataset = openRaster(path);
+    GDALDatasetUniquePtr dataset = mvgeo::openRaster(path);
     if (!dataset) return false;
     if (dataset->GetRasterCount() == 0) return refuse(path, "it has no bands of its own");
     if (const char* fault = georeferencingFault(*dataset, _geoTransform)) return refuse(path, fault);
@@ -143,7 +135,7 @@ GDALDataset* ImageHeader::getDataset(std::uint64_t threadId)
         const std::lock_guard<std::mutex> guard(_datasetsLock);
         if (GDALDataset* known = _datasetsByThread[threadId]) return known;
     }
-    GDALDatasetUniquePtr dataset = openRaster(_path);
+    GDALDatasetUniquePtr dataset = mvgeo::openRaster(_path);
     if (!dataset || dataset->GetRasterCount() == 0) return nullptr;
     const std::lock_guard<std::mutex> guard(_datasetsLock);
     return _datasetsByThread[threadId] = dataset.release();

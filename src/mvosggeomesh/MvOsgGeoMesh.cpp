@@ -1,10 +1,8 @@
 #include "mvosggeomesh/MvOsgGeoMesh.h"
 
-#include "platform/Environment.h"
 #include "support/HostConversions.h"
 #include "support/LogLine.h"
-#include "support/PathHash.h"
-#include "support/ToolkitText.h"
+#include "support/OsgPaths.h"
 #include "support/UserValues.h"
 #include "updatescenegraph/ContentNodeVisitor.h"
 #include "updatescenegraph/NotifyHandler.h"
@@ -156,7 +154,7 @@ bool MvOsgGeoMesh::loadModel(const KdString& path)
         MVGEO_LOG(WARN) << "m_pager,m_sceneVisitor or m_frameStamp is not created";
         return false;
     }
-    return hangRootFile(mvgeo::toolkitPath(path), optionsFor(path)) != nullptr;
+    return hangRootFile(mvgeo::osgPath(path), optionsFor(path)) != nullptr;
 }
 
 osg::ref_ptr<osg::Node> MvOsgGeoMesh::hangRootFile(const std::string& fileName, const osgDB::Options* options)
@@ -198,9 +196,9 @@ osg::ref_ptr<osgDB::Options> MvOsgGeoMesh::optionsFor(const KdString& path)
     return options;
 }
 
-bool MvOsgGeoMesh::makeCacheDirectory(const std::string& path, std::string& dir)
+bool MvOsgGeoMesh::makeCacheDirectory(const std::string& pathAnsi, std::string& dir)
 {
-    dir = mvgeo::platform::temporaryDirectory() + "/mesh/" + mvgeo::pathHashText(path);
+    dir = mvgeo::cacheDirectory("mesh", pathAnsi);
     return osgDB::makeDirectory(dir);
 }
 
@@ -241,7 +239,7 @@ KdDbExtents MvOsgGeoMesh::extents() const
 void MvOsgGeoMesh::setTransform(const KdGeMatrix3d& xform)
 {
     _hostTransform = xform;
-    if (_root) _root->setMatrix(mvgeo::toToolkit(xform));
+    if (_root) _root->setMatrix(mvgeo::toOsg(xform));
 }
 
 bool MvOsgGeoMesh::setGenerateNormals(bool on)

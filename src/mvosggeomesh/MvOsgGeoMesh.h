@@ -60,9 +60,9 @@ public:
     virtual void joinDrapedPieces(std::vector<std::vector<KdGePoint3d>>& pieces);
     /** Reads one model file and hangs it under the root; the extents then cover it. */
     virtual bool loadModel(const KdString& path);
-    /** Names and makes the cache directory of a model file. @param path ANSI @param dir written in any case
+    /** Names and makes the cache directory of a model file. @param dir written in any case
      *  @return whether the directory is there afterwards */
-    virtual bool makeCacheDirectory(const std::string& path, std::string& dir);
+    virtual bool makeCacheDirectory(const std::string& pathAnsi, std::string& dir);
 
     void fillStatistics(GeoMeshStatistics& statistics) const;
 

@@ -20,11 +20,7 @@
 namespace
 {
 
-constexpr int kModeInside = 0;
-constexpr int kModeOutside = 1;
-constexpr int kOptionFinestTiles = 1;
 constexpr std::uint32_t kCachedFiles = 1; // a clip comes by each tile once
-constexpr unsigned int kAllModelFiles = 0xFFFFFFFFU;
 
 /** Says in the log why there is no clip. */
 bool refuse(const std::string& reason)
@@ -49,7 +45,7 @@ std::vector<osg::Node*> modelFiles(osg::Group& root, unsigned int rootNodeId)
     for (unsigned int i = 0; i < root.getNumChildren(); ++i)
     {
         const auto* id = mvgeo::userValue<unsigned int>(*root.getChild(i), mvgeo::keys::rootNodeId);
-        if (rootNodeId == kAllModelFiles || (id && *id == rootNodeId)) files.push_back(root.getChild(i));
+        if (rootNodeId == MvGeoMesh::kAllModelFiles || (id && *id == rootNodeId)) files.push_back(root.getChild(i));
     }
     return files;
 }
@@ -64,7 +60,7 @@ bool MvOsgGeoMesh::clip(int mode, unsigned int rootNodeId, const KdGeMatrix3d* p
     const std::size_t countBefore = triangles->size();
     const auto query = [&]
     {
-        if (mode != kModeInside && mode != kModeOutside) return refuse("there is no mode " + std::to_string(mode));
+        if (mode != kClipInside && mode != kClipOutside) return refuse("there is no mode " + std::to_string(mode));
         if (placement->isSingular()) return refuse("the placement has no inverse");
         const auto heights = heightsFrom(heightRange);
         if (!heights) return refuse("a height is no number");
@@ -75,14 +71,14 @@ bool MvOsgGeoMesh::clip(int mode, unsigned int rootNodeId, const KdGeMatrix3d* p
         const auto region = mvgeo::ClipRegion::make(*boundary, refusal);
         if (!region) return refuse(refusal);
 
-        const mvgeo::Side wanted = mode == kModeInside ? mvgeo::Side::inside : mvgeo::Side::outside;
+        const mvgeo::Side wanted = mode == kClipInside ? mvgeo::Side::inside : mvgeo::Side::outside;
         mvgeo::TriangleClip clip(*region, wanted, *heights, *triangles);
         const osg::ref_ptr<mvgeo::ClipIntersector> intersector =
-            new mvgeo::ClipIntersector(clip, _root->getMatrix() * mvgeo::toToolkit(*placement), _hasSkirts);
+            new mvgeo::ClipIntersector(clip, _root->getMatrix() * mvgeo::toOsg(*placement), _hasSkirts);
         // The toolkit's visitor goes down to the finest tiles in memory, the library's own reads finer ones.
         osgUtil::IntersectionVisitor inMemory(intersector);
         IntersectionVisitor finest(intersector, new DatabaseCacheReadCallback(kCachedFiles));
-        osgUtil::IntersectionVisitor& visitor = (options & kOptionFinestTiles) != 0 ? finest : inMemory;
+        osgUtil::IntersectionVisitor& visitor = (options & kFinestTiles) != 0 ? finest : inMemory;
         for (osg::Node* file : files)
             file->accept(visitor);
         return true;

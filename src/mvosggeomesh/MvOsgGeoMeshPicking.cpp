@@ -21,7 +21,7 @@ using Intersection = osgUtil::LineSegmentIntersector::Intersection;
 osg::BoundingBoxd boxOf(const KdDbExtents& extents)
 {
     if (!extents.isValid()) return {};
-    return {mvgeo::toToolkit(extents.minPoint()), mvgeo::toToolkit(extents.maxPoint())};
+    return {mvgeo::toOsg(extents.minPoint()), mvgeo::toOsg(extents.maxPoint())};
 }
 
 /** Gives large tiles a tree of their triangles when a ray first comes near them; it stays with the tile and serves
@@ -123,8 +123,8 @@ bool MvOsgGeoMesh::pickPoint(const KdGeMatrix3d* placement, const KdGePoint3d* p
     return mvgeo::guarded(
         [&]
         {
-            const osg::Matrixd toHostFrame = mvgeo::toToolkit(*placement);
-            const auto found = firstHit(toHostFrame, mvgeo::toToolkit(*point));
+            const osg::Matrixd toHostFrame = mvgeo::toOsg(*placement);
+            const auto found = firstHit(toHostFrame, mvgeo::toOsg(*point));
             if (!found) return false;
             *hit = mvgeo::toHost(found->getWorldIntersectPoint() * toHostFrame);
             return true;
@@ -138,8 +138,8 @@ bool MvOsgGeoMesh::pickTriangle(const KdGeMatrix3d* placement, const KdGePoint3d
     return mvgeo::guarded(
         [&]
         {
-            const osg::Matrixd toHostFrame = mvgeo::toToolkit(*placement);
-            const auto found = firstHit(toHostFrame, mvgeo::toToolkit(*point));
+            const osg::Matrixd toHostFrame = mvgeo::toOsg(*placement);
+            const auto found = firstHit(toHostFrame, mvgeo::toOsg(*point));
             if (!found) return false;
             std::vector<KdGePoint3d> corners = cornersOf(*found, toHostFrame);
             if (corners.empty()) return false;

@@ -25,7 +25,7 @@ std::vector<osg::Vec3d> transformed(const Piece& points, const osg::Matrixd& mat
     std::vector<osg::Vec3d> result;
     result.reserve(points.size());
     for (const KdGePoint3d& point : points)
-        result.push_back(mvgeo::toToolkit(point) * matrix);
+        result.push_back(mvgeo::toOsg(point) * matrix);
     return result;
 }
 
@@ -57,7 +57,7 @@ Piece pieceOf(const Found& found)
 
 bool isLine(const Piece& piece)
 {
-    return piece.size() != 2 || (mvgeo::toToolkit(piece[1]) - mvgeo::toToolkit(piece[0])).length() >= kCoincident;
+    return piece.size() != 2 || (mvgeo::toOsg(piece[1]) - mvgeo::toOsg(piece[0])).length() >= kCoincident;
 }
 
 } // namespace
@@ -69,13 +69,13 @@ bool MvOsgGeoMesh::section(const KdGeMatrix3d* placement, const std::vector<KdGe
     return mvgeo::guarded(
         [&]
         {
-            const osg::Matrixd toHostFrame = mvgeo::toToolkit(*placement);
+            const osg::Matrixd toHostFrame = mvgeo::toOsg(*placement);
             std::vector<Piece> pieces = cutAlong(transformed(*polyline, osg::Matrixd::inverse(toHostFrame)));
             joinDrapedPieces(pieces);
             pieces.erase(std::remove_if(pieces.begin(), pieces.end(), std::not_fn(isLine)), pieces.end());
             for (Piece& piece : pieces)
                 for (KdGePoint3d& point : piece)
-                    point = mvgeo::toHost(mvgeo::toToolkit(point) * toHostFrame);
+                    point = mvgeo::toHost(mvgeo::toOsg(point) * toHostFrame);
             drapedLines->insert(drapedLines->end(), std::make_move_iterator(pieces.begin()),
                                 std::make_move_iterator(pieces.end()));
             return true;

@@ -75,8 +75,8 @@ bool MvOsgGeoMesh::update(unsigned int frameNumber, const KdGeMatrix3d* model, c
     if (!receiver || !hasMachinery()) return false;
     if (!isUsable(model) || !isUsable(view) || !isUsable(projection) || width <= 0 || height <= 0) return false;
 
-    storeView(mvgeo::toToolkit(*view), mvgeo::toToolkit(*projection), width, height);
-    const osg::Matrixd modelMatrix = mvgeo::toToolkit(*model);
+    storeView(mvgeo::toOsg(*view), mvgeo::toOsg(*projection), width, height);
+    const osg::Matrixd modelMatrix = mvgeo::toOsg(*model);
     setUpSceneVisitor(modelMatrix, width, height);
     advanceFrame(frameNumber);
     pageScene(modelMatrix);

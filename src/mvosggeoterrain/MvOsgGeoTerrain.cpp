@@ -2,12 +2,10 @@
 
 #include "mvgdaldatasetmanager/MvGdalDataSetManager.h"
 #include "mvosggeoterrain/TerrainExtents.h"
-#include "platform/Environment.h"
 #include "readerwriterthreedimg/TerrainPyramid.h"
 #include "support/HostConversions.h"
 #include "support/LogLine.h"
-#include "support/PathHash.h"
-#include "support/ToolkitText.h"
+#include "support/OsgPaths.h"
 #include "support/UserValues.h"
 
 #include <osgDB/FileNameUtils>
@@ -72,9 +70,9 @@ void MvOsgGeoTerrain::joinDrapedPieces(std::vector<std::vector<KdGePoint3d>>& pi
     MvOsgGeoMesh::joinDrapedPieces(pieces); // a line along the border of two tiles comes from both
 }
 
-bool MvOsgGeoTerrain::makeCacheDirectory(const std::string& source, std::string& dir)
+bool MvOsgGeoTerrain::makeCacheDirectory(const std::string& sourceAnsi, std::string& dir)
 {
-    dir = mvgeo::platform::temporaryDirectory() + "/terrain/" + mvgeo::pathHashText(source);
+    dir = mvgeo::cacheDirectory("terrain", sourceAnsi);
     return osgDB::makeDirectory(dir);
 }
 
@@ -104,7 +102,7 @@ bool MvOsgGeoTerrain::loadModel(const KdString& source)
         MVGEO_LOG(WARN) << "a terrain model holds one terrain, a second one needs a model of its own";
         return false;
     }
-    const SourcePaths paths = split(source.ansiPtr());
+    const SourcePaths paths = split(mvgeo::osgPath(source));
     if (!openRasters(paths.dom, paths.dem)) return false;
 
     const osg::ref_ptr<osgDB::Options> options = optionsFor(source);

@@ -24,7 +24,7 @@ public:
     void joinDrapedPieces(std::vector<std::vector<KdGePoint3d>>& pieces) override;
     /** Opens the two rasters and builds the root tile. A model holds one terrain: false if there is one already. */
     bool loadModel(const KdString& source) override;
-    bool makeCacheDirectory(const std::string& source, std::string& dir) override;
+    bool makeCacheDirectory(const std::string& sourceAnsi, std::string& dir) override;
 
 private:
     [[nodiscard]] bool openRasters(const std::string& domPath, const std::string& demPath);

@@ -45,7 +45,7 @@ unsigned char* newPayload(SettingsKey& key, std::size_t valueBytes)
     return payload;
 }
 
-void become(SettingsKey& key, OrloVariant& value, OrloVariant::Tag tag, const void* bytes, std::size_t byteCount)
+void replaceValue(SettingsKey& key, OrloVariant& value, OrloVariant::Tag tag, const void* bytes, std::size_t byteCount)
 {
     unsigned char* const payload = newPayload(key, byteCount);
     std::memcpy(payload + kSizeFieldBytes, bytes, byteCount);
@@ -68,7 +68,7 @@ bool readNumber(SettingsKey& key, const KdString& name, OrloVariant::Tag tag, Or
     if (hasBlockFor(value, tag, sizeof(number)))
         std::memcpy(value.payload() + kSizeFieldBytes, &number, sizeof(number));
     else
-        become(key, value, tag, &number, sizeof(number));
+        replaceValue(key, value, tag, &number, sizeof(number));
     return true;
 }
 
@@ -82,7 +82,7 @@ bool readBlob(SettingsKey& key, const KdString& name, std::uint32_t storedBytes,
     if (fetched->byteCount == 0)
         value.adopt(OrloVariant::kBlob, nullptr);
     else
-        become(key, value, OrloVariant::kBlob, buffer.get(), fetched->byteCount);
+        replaceValue(key, value, OrloVariant::kBlob, buffer.get(), fetched->byteCount);
     return true;
 }
 
@@ -104,7 +104,7 @@ bool readString(SettingsKey& key, const KdString& name, std::uint32_t storedByte
     while (textBytes < limit && (buffer[textBytes] != 0 || buffer[textBytes + 1] != 0))
         textBytes += sizeof(KdChar);
     buffer[textBytes] = buffer[textBytes + 1] = 0; // where it grew meanwhile and fills the buffer
-    become(key, value, OrloVariant::kString, buffer.get(), textBytes + sizeof(KdChar));
+    replaceValue(key, value, OrloVariant::kString, buffer.get(), textBytes + sizeof(KdChar));
     return true;
 }
 

@@ -11,7 +11,7 @@ namespace mvgeo::platform
 [[nodiscard]] std::optional<std::string> environmentVariable(const std::string& name);
 
 /** The folder for temporary files, ANSI text, without a separator at its end: the environment variable "TEMP" as it
- *  stands if it is set and not empty, else the system's own. */
+ * stands if it is set and not empty, else the system's own. */
 [[nodiscard]] std::string temporaryDirectory();
 
 /** The local calendar time of `seconds` since the epoch. Thread: any, unlike std::localtime. */

@@ -1,13 +1,20 @@
 #pragma once
 
-#include "platform/CodePage.h"
-
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace mvgeo::platform
 {
+
+/** Names are 16-bit text on every system. */
+#if defined(_WIN32)
+using WideChar = wchar_t;
+#else
+using WideChar = char16_t;
+#endif
+using WideString = std::basic_string<WideChar>;
 
 /** The kinds of values, by the numbers that the Windows registry gives them. Any other number can be stored too. */
 namespace setting_type
@@ -28,12 +35,12 @@ struct SettingHeader
 
 /** An open key of the current user's settings: keys below keys, and in each of them named values of any type and size.
  *
- *  On Windows the registry below HKEY_CURRENT_USER. Elsewhere a file with the same limits, see posix/SettingsFile.h:
- *  255 units a key, 512 keys deep, 16,383 units a value name. Names are compared without regard to case and keep the
- *  case in which they were first written. A path has '\' between its keys and none in front.
+ * On Windows the registry below HKEY_CURRENT_USER. Elsewhere a file with the same limits, see posix/SettingsFile.h: 255
+ * units a key, 512 keys deep, 16,383 units a value name. Names are compared without regard to case and keep the case in
+ * which they were first written. A path has '\' between its keys and none in front.
  *
- *  Every operation is complete or did not happen, also when the process is killed in it. Nothing is reported but
- *  success. Thread: any, several processes too; one object is used by one thread at a time.
+ * Every operation is complete or did not happen, also when the process is killed in it. Nothing is reported but
+ * success. Thread: any, several processes too; one object is used by one thread at a time.
  */
 class SettingsKey
 {
@@ -54,7 +61,7 @@ public:
     /** Nothing if there is no such value. */
     [[nodiscard]] std::optional<SettingHeader> query(const WideChar* name) const;
     /** Fetches a value; says what was fetched. Nothing if there is no such value, or it is larger than `capacity`; the
-     *  buffer's content is open then. */
+     * buffer's content is open then. */
     [[nodiscard]] std::optional<SettingHeader> read(const WideChar* name, void* buffer, std::uint32_t capacity) const;
     [[nodiscard]] bool write(const WideChar* name, std::uint32_t type, const void* data, std::uint32_t byteCount);
 

@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <cstring>
 #include <exception>
-#include <filesystem>
 #include <memory>
 #include <mutex>
 
@@ -129,14 +128,6 @@ void addAliases()
 #endif
 }
 
-/** The toolkit's own functions lose the root folder, and split at '\\' where that is a letter like any other. */
-bool writeFile(const std::string& fileName, const std::string& bytes)
-{
-    const std::filesystem::path path(fileName);
-    const std::string folder = path.parent_path().string();
-    return mvgeo::replaceFile(folder.empty() ? "." : folder, path.filename().string(), bytes.data(), bytes.size());
-}
-
 } // namespace
 
 ReaderWriterKTX::ReaderWriterKTX()
@@ -205,7 +196,8 @@ osgDB::ReaderWriter::WriteResult ReaderWriterKTX::writeImage(const osg::Image& i
                                 {
                                     const std::string bytes = bytesOf(image, options);
                                     if (bytes.empty()) return WriteResult::ERROR_IN_WRITING_FILE;
-                                    if (writeFile(fileName, bytes)) return WriteResult::FILE_SAVED;
+                                    if (mvgeo::replaceFile(fileName, bytes.data(), bytes.size()))
+                                        return WriteResult::FILE_SAVED;
                                     mvgeo::KtxLog(osg::WARN) << "Unable to write to: " << fileName;
                                     return WriteResult::ERROR_IN_WRITING_FILE;
                                 });

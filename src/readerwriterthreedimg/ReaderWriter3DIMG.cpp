@@ -4,14 +4,13 @@
 #include "readerwriterthreedimg/TerrainPyramid.h"
 #include "readerwriterthreedimg/TileCacheFile.h"
 #include "readerwriterthreedimg/TileOrigin.h"
+#include "support/FileReplacement.h"
 #include "support/UserValues.h"
 #include "support/VisitorGeometry.h"
 
 #include <osgDB/FileNameUtils>
 #include <osgDB/FileUtils>
 #include <osgDB/fstream>
-
-#include <cstdio>
 
 namespace
 {
@@ -87,7 +86,7 @@ void removeDamagedTextures(osg::Node& tile, const std::string& cachePathDir)
         const osg::Image* image = texture ? texture->getImage() : nullptr;
         if (!image) continue;
         const std::string path = cachePathDir + '/' + osgDB::getSimpleFileName(image->getFileName());
-        if (!looksWhole(path)) std::remove(path.c_str());
+        if (!looksWhole(path)) mvgeo::removeFile(path);
     }
 }
 
@@ -98,14 +97,14 @@ void removeOldTextures(const Request& request, const osgDB::Options& options)
     tile.cachePathDir = request.cachePathDir;
     if (!mvgeo::userValue<int>(options, mvgeo::keys::lod))
     {
-        std::remove(mvgeo::domImageName(tile).c_str()); // the root's own
+        mvgeo::removeFile(mvgeo::domImageName(tile)); // the root's own
         return;
     }
     mvgeo::readTileInfo(options, tile);
     for (unsigned int quadrant = 0; quadrant < 4; ++quadrant)
     {
         TerrainTileInfo child;
-        if (mvgeo::childTileInfo(tile, quadrant, child)) std::remove(mvgeo::domImageName(child).c_str());
+        if (mvgeo::childTileInfo(tile, quadrant, child)) mvgeo::removeFile(mvgeo::domImageName(child));
     }
 }
 

@@ -1,9 +1,9 @@
 #include "readerwriterthreedimg/TerrainPyramid.h"
 
 #include "mvgdaldatasetmanager/MvGdalDataSetManager.h"
-#include "platform/CodePage.h"
 #include "readerwriterthreedimg/GeometryContainer.h"
 #include "support/LogLine.h"
+#include "support/OsgPaths.h"
 #include "support/PathHash.h"
 #include "support/UserValues.h"
 
@@ -32,9 +32,7 @@ constexpr float kNoLimit = 1.0e30F;
 osg::ref_ptr<ImageHeader> openHeader(const std::string& path)
 {
     const osg::ref_ptr<ImageHeader> header = new ImageHeader;
-    const platform::WideString widePath = platform::utf8ToUtf16(platform::ansiToUtf8(path));
-    if (!header->open(KdString(widePath.c_str()))) return nullptr;
-    return header;
+    return header->open(hostPath(path)) ? header : nullptr;
 }
 
 /** When another thread was first to open a raster, its header is the one whose failures all threads count. */

@@ -147,7 +147,7 @@ bool writeCachedTile(osg::Node& node, const std::string& directory, const std::s
     if (!encode(node, collector)) return false;
     collector.seal();
     const FileLock lock = lockFiles();
-    return replaceFile(directory, name, collector.bytes().data(), collector.bytes().size());
+    return replaceFile(directory + '/' + name, collector.bytes().data(), collector.bytes().size());
 }
 
 } // namespace mvgeo

@@ -1,12 +1,13 @@
 #include "support/FileReplacement.h"
 
 #include "platform/Environment.h"
-#include "platform/FileSystem.h"
-
-#include <osgDB/fstream>
+#include "support/OsgPaths.h"
 
 #include <atomic>
-#include <cstdio>
+#include <fstream>
+#include <system_error>
+
+namespace fs = std::filesystem;
 
 namespace mvgeo
 {
@@ -15,25 +16,35 @@ namespace
 {
 
 /** A name of its own for every writer, in the same directory. */
-std::string temporaryName(const std::string& directory, const std::string& name)
+fs::path temporaryName(const fs::path& file)
 {
     static std::atomic<unsigned int> counter{0};
-    return directory + "/~" + std::to_string(platform::currentProcessId()) + '_' + std::to_string(counter++) + '_' +
-           name;
+    fs::path name = '~' + std::to_string(platform::currentProcessId()) + '_' + std::to_string(counter++) + '_';
+    name += file.filename();
+    return file.parent_path() / name;
 }
 
 } // namespace
 
-bool replaceFile(const std::string& directory, const std::string& name, const char* bytes, std::size_t size)
+bool replaceFile(const std::string& path, const char* bytes, std::size_t size)
 {
-    const std::string temporary = temporaryName(directory, name);
-    osgDB::ofstream file(temporary.c_str(), std::ios::out | std::ios::binary);
+    const fs::path target = filePath(path);
+    const fs::path temporary = temporaryName(target);
+    std::ofstream file(temporary, std::ios::out | std::ios::binary);
     if (!file.is_open()) return false;
     file.write(bytes, static_cast<std::streamsize>(size));
     file.close();
-    if (file && platform::renameOver(temporary, directory + '/' + name)) return true;
-    std::remove(temporary.c_str());
+    std::error_code failure;
+    if (file) fs::rename(temporary, target, failure); // in one step: whoever opens the file finds the old or the new
+    if (file && !failure) return true;
+    fs::remove(temporary, failure);
     return false;
+}
+
+void removeFile(const std::string& path)
+{
+    std::error_code ignored;
+    fs::remove(filePath(path), ignored);
 }
 
 } // namespace mvgeo

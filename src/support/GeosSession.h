@@ -13,8 +13,8 @@ namespace mvgeo
 
 /** What GEOS needs for the length of one operation, and the owners of what it hands out.
  *
- *  Lifetime: outlives every owner that it made. Thread: one at a time. Errors: GEOS answers with null or with 2 instead
- *  of a truth value; lastError() then says why. Nothing is written to the log.
+ * Lifetime: outlives every owner that it made. Thread: one at a time. Errors: GEOS answers with null or with 2 instead
+ * of a truth value; lastError() then says why. Nothing is written to the log.
  */
 class GeosSession
 {

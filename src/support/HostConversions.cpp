@@ -3,7 +3,7 @@
 namespace mvgeo
 {
 
-osg::Matrixd toToolkit(const KdGeMatrix3d& matrix)
+osg::Matrixd toOsg(const KdGeMatrix3d& matrix)
 {
     osg::Matrixd result;
     for (int row = 0; row < 4; ++row)

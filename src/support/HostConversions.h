@@ -9,11 +9,11 @@
 namespace mvgeo
 {
 
-/** Host matrices act on column vectors, the toolkit's on row vectors: each conversion transposes. */
-[[nodiscard]] osg::Matrixd toToolkit(const KdGeMatrix3d& matrix);
+/** Host matrices act on column vectors, OSG's on row vectors: each conversion transposes. */
+[[nodiscard]] osg::Matrixd toOsg(const KdGeMatrix3d& matrix);
 [[nodiscard]] KdGeMatrix3d toHost(const osg::Matrixd& matrix);
 
-[[nodiscard]] inline osg::Vec3d toToolkit(const KdGePoint3d& point)
+[[nodiscard]] inline osg::Vec3d toOsg(const KdGePoint3d& point)
 {
     return {point.x, point.y, point.z};
 }

@@ -12,7 +12,7 @@ LogLine::LogLine(osg::NotifySeverity severity, const char* modulePath, int line)
 
 LogLine::~LogLine()
 {
-    // The toolkit has one notify stream for all threads and does not guard it: our own lines at least never meet there.
+    // OSG has one notify stream for all threads and does not guard it: our own lines at least never meet there.
     static std::mutex streamLock;
     const std::lock_guard<std::mutex> lock(streamLock);
     osg::notify(_severity) << _text.str() << std::endl;

@@ -8,7 +8,7 @@ namespace mvgeo
 {
 
 /** One line of the log: the module's source path, a blank, the line number and at once the text. The whole line reaches
- *  the toolkit's notify stream in one piece when the object ends. Thread: any. */
+ * OSG's notify stream in one piece when the object ends. Thread: any. */
 class LogLine
 {
 public:

@@ -26,8 +26,8 @@ constexpr const char* kEndsTooEarly = "the file ends too early";
 constexpr std::streamsize kLongestNumber = 8; // bytes
 
 /** A whole file in memory, which stops whoever reads behind its end. The first such read gets zeros, because a reader
- *  that has just taken memory for pixels must come as far as handing it over; the next one throws. A number that is cut
- *  off becomes zero as a whole, so that nothing is allocated for it. */
+ * that has just taken memory for pixels must come as far as handing it over; the next one throws. A number that is cut
+ * off becomes zero as a whole, so that nothing is allocated for it. */
 class GuardedBytes : public std::streambuf
 {
 public:
@@ -65,7 +65,7 @@ private:
 };
 
 /** True if the header names a compressor. It consists of five numbers of four bytes, then the name's length and the
- *  name, "0" for none. */
+ * name, "0" for none. */
 bool isCompressed(const std::string& file)
 {
     if (file.size() < 25) return false;
@@ -94,7 +94,7 @@ bool isHandled(const ReadResult& result)
     return result.status() != ReadResult::FILE_NOT_HANDLED && result.status() != ReadResult::NOT_IMPLEMENTED;
 }
 
-/** Asks the installed readers as the registry does, but the toolkit's own only for as many bytes as there are. */
+/** Asks the installed readers as the registry does, but OSG's own only for as many bytes as there are. */
 ReadResult readWithAnyReader(std::string& bytes, const std::string& path, const osgDB::Options* options)
 {
     osgDB::Registry* registry = osgDB::Registry::instance();
@@ -103,13 +103,13 @@ ReadResult readWithAnyReader(std::string& bytes, const std::string& path, const 
     ReadResult result = readBinary(*first, bytes, path, options);
     if (isHandled(result)) return result;
 
-    // A host's reader may only know file names, or leave the file to others. The toolkit's reader is the one that knows
+    // A host's reader may only know file names, or leave the file to others. OSG's own reader is the one that knows
     // the text format too; the registry would let it read on behind the end.
-    osgDB::ReaderWriter* toolkits = registry->getReaderWriterForExtension("osgt");
-    if (toolkits && toolkits != first)
+    osgDB::ReaderWriter* osgReader = registry->getReaderWriterForExtension("osgt");
+    if (osgReader && osgReader != first)
     {
         result = first->readNode(path, options);
-        if (!isHandled(result)) result = readBinary(*toolkits, bytes, path, options);
+        if (!isHandled(result)) result = readBinary(*osgReader, bytes, path, options);
     }
     return isHandled(result) ? result : registry->readNodeImplementation(path, options);
 }

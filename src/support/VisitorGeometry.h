@@ -8,9 +8,9 @@
 #include <vector>
 
 /** Collects the geometries below a node, each with the matrix that takes its vertices into the frame of that node's
- *  parent. Call reset() before each use. The two lists run in parallel, in traversal order.
+ * parent. Call reset() before each use. The two lists run in parallel, in traversal order.
  *
- *  Thread: whichever may read the graph. Ownership: the geometries are shared until reset().
+ * Thread: whichever may read the graph. Ownership: the geometries are shared until reset().
  */
 class VisitorGeometry : public osg::NodeVisitor
 {

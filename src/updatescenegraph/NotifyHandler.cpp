@@ -23,7 +23,7 @@ std::string timeStamp()
 
 } // namespace
 
-NotifyHandler::NotifyHandler(const std::string& path) : _file(path, std::ios::out | std::ios::app) {}
+NotifyHandler::NotifyHandler(const std::string& pathAnsi) : _file(pathAnsi, std::ios::out | std::ios::app) {}
 
 NotifyHandler::~NotifyHandler() = default;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/QuietToolkit.h"
+#include "support/QuietOsg.h"
 
 #include <fstream>
 #include <mutex>
@@ -16,8 +16,7 @@
 class NotifyHandler : public mvgeo::QuietableHandler
 {
 public:
-    /** @param path in the ANSI code page */
-    explicit NotifyHandler(const std::string& path);
+    explicit NotifyHandler(const std::string& pathAnsi);
 
 protected:
     ~NotifyHandler() override;

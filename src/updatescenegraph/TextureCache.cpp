@@ -86,9 +86,7 @@ void writeOnce(const osg::Image& image, const std::string& directory, const std:
     const std::string path = directory + '/' + name;
     if (!image.data() || osgDB::fileExists(path) || !osgDB::fileExists(directory)) return;
     const std::string bytes = encoded(image, name);
-    if (bytes.empty()) return;
-
-    replaceFile(directory, name, bytes.data(), bytes.size());
+    if (!bytes.empty()) replaceFile(path, bytes.data(), bytes.size());
 }
 
 void cacheTexture(osg::Texture2D& texture, const std::string& directory)

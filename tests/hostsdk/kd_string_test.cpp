@@ -117,14 +117,35 @@ TEST(KdString, EveryPairOfBytesSurvivesTheRoundTrip)
     }
 }
 
+TEST(KdString, EveryCharacterSurvivesTheRoundTrip)
+{
+    for (unsigned codePoint = 1; codePoint <= 0x10FFFF; ++codePoint)
+    {
+        if (codePoint >= 0xD800 && codePoint <= 0xDFFF) continue;
+        const KdString wide =
+            codePoint < 0x10000
+                ? fromUnits({codePoint})
+                : fromUnits({0xD800 + ((codePoint - 0x10000) >> 10), 0xDC00 + ((codePoint - 0x10000) & 0x3FF)});
+        ASSERT_EQ(KdString::fromUtf8(wide.utf8Ptr()), wide) << "code point " << codePoint;
+    }
+}
+
 // 0xDC7F and 0xDD00 are the neighbours of the range that stands for bytes.
 TEST(KdString, WritesASurrogateThatStandsForNoByteAsAQuestionMark)
 {
     EXPECT_STREQ(fromUnits({'a', 0xD83D}).utf8Ptr(), "a?");
     EXPECT_STREQ(fromUnits({0xD83D, 'b'}).utf8Ptr(), "?b");
+    EXPECT_STREQ(fromUnits({0xD83D, 0xD83D, 0xDE00}).utf8Ptr(), "?\xF0\x9F\x98\x80");
     EXPECT_STREQ(fromUnits({0xDC7F}).utf8Ptr(), "?");
     EXPECT_STREQ(fromUnits({0xDD00}).utf8Ptr(), "?");
     EXPECT_STREQ(fromUnits({0xDE00, 0xD83D}).ansiPtr(), "??");
+}
+
+TEST(KdString, AsciiIsTheSameInEveryCodePage)
+{
+    EXPECT_STREQ(KdString(KdString("Tile_+000_+000.osgb").kwszPtr()).ansiPtr(), "Tile_+000_+000.osgb");
+    EXPECT_STREQ(KdString("Tile_+000_+000.osgb").utf8Ptr(), "Tile_+000_+000.osgb");
+    EXPECT_STREQ(KdString::fromUtf8("Tile_+000_+000.osgb").ansiPtr(), "Tile_+000_+000.osgb");
 }
 
 TEST(KdString, IsEmptyByDefault)

@@ -50,6 +50,19 @@ struct LogFile : public testing::Test
 
 } // namespace
 
+// The numbers, as hosts that are compiled already pass them.
+TEST(ModelFactory, NumbersOfTheInterfaceStay)
+{
+    EXPECT_EQ(kTiledModel, 0);
+    EXPECT_EQ(kTerrainModel, 1);
+    EXPECT_EQ(MvGeoMesh::kExtractGeometry, 0);
+    EXPECT_EQ(MvGeoMesh::kExtractTextures, 1);
+    EXPECT_EQ(MvGeoMesh::kClipInside, 0);
+    EXPECT_EQ(MvGeoMesh::kClipOutside, 1);
+    EXPECT_EQ(MvGeoMesh::kAllModelFiles, 0xFFFFFFFFU);
+    EXPECT_EQ(MvGeoMesh::kFinestTiles, 1);
+}
+
 TEST(ModelFactory, BuildsATiledModel)
 {
     const LogRecorder log;

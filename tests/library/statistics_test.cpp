@@ -181,7 +181,8 @@ TEST(StatisticsOfABusyModel, AreNotIdleUntilTheTileIsMerged)
 
     RecordingReceiver receiver;
     const HostView v = perspectiveView({50, 50, 100}, {50, 50, 0});
-    ASSERT_TRUE(model.update(1, &v.model, &v.view, &v.projection, v.width, v.height, 1, nullptr, &receiver));
+    ASSERT_TRUE(model.update(1, &v.model, &v.view, &v.projection, v.width, v.height, MvGeoMesh::kExtractTextures,
+                             nullptr, &receiver));
     ASSERT_TRUE(getGeoMeshStatistics(&model, &s));
     EXPECT_EQ(s.idle, 0U); // the request waits, is being read, or waits to be merged: one of them
     ASSERT_EQ(isLoaded.wait_for(std::chrono::seconds(30)), std::future_status::ready);

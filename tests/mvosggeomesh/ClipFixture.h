@@ -14,11 +14,11 @@ struct Clip : public TiledModelFixture
 {
     using Points = clipgeometry::Points;
 
-    static constexpr int kInside = 0;
-    static constexpr int kOutside = 1;
+    static constexpr int kInside = MvGeoMesh::kClipInside;
+    static constexpr int kOutside = MvGeoMesh::kClipOutside;
     static constexpr int kInMemory = 0;
-    static constexpr int kFinest = 1;
-    static constexpr unsigned int kAll = 0xFFFFFFFFU;
+    static constexpr int kFinest = MvGeoMesh::kFinestTiles;
+    static constexpr unsigned int kAll = MvGeoMesh::kAllModelFiles;
 
     [[nodiscard]] static Points rectangle(double west, double south, double east, double north)
     {

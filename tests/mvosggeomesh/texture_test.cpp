@@ -99,14 +99,14 @@ TEST_F(Textures, HaveTheSameKeyBeforeAndAfterTheCache)
 
 TEST_F(Textures, WithoutExtractionAreNotHandedOverButCanBeHadLater)
 {
-    driver.extract = 0;
+    driver.extract = MvGeoMesh::kExtractGeometry;
     converge({});
     for (const RecordingMesh* mesh : receiver().meshes())
     {
         EXPECT_FALSE(mesh->image);
         EXPECT_THAT(mesh->texCoords, testing::IsEmpty());
     }
-    driver.extract = 1;
+    driver.extract = MvGeoMesh::kExtractTextures;
     receiver().forget();
     driver.update();
     for (const RecordingMesh* mesh : receiver().meshes())

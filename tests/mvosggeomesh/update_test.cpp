@@ -7,6 +7,8 @@
 namespace
 {
 
+constexpr unsigned char kTextures = MvGeoMesh::kExtractTextures;
+
 using Update = TiledModelFixture;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -17,8 +19,8 @@ constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 bool updateWith(ModelDriver& driver, const HostView& view, GeoMeshUpdateReceiver* receiver)
 {
-    return driver.model().update(1, &view.model, &view.view, &view.projection, view.width, view.height, 1, nullptr,
-                                 receiver);
+    return driver.model().update(1, &view.model, &view.view, &view.projection, view.width, view.height, kTextures,
+                                 nullptr, receiver);
 }
 
 } // namespace
@@ -98,9 +100,9 @@ TEST_F(Update, RefusesMatricesWithoutInverse)
 TEST_F(Update, RefusesMissingMatrices)
 {
     const HostView v = fromAbove();
-    EXPECT_FALSE(model().update(1, nullptr, &v.view, &v.projection, 8, 6, 1, nullptr, &receiver()));
-    EXPECT_FALSE(model().update(1, &v.model, nullptr, &v.projection, 8, 6, 1, nullptr, &receiver()));
-    EXPECT_FALSE(model().update(1, &v.model, &v.view, nullptr, 8, 6, 1, nullptr, &receiver()));
+    EXPECT_FALSE(model().update(1, nullptr, &v.view, &v.projection, 8, 6, kTextures, nullptr, &receiver()));
+    EXPECT_FALSE(model().update(1, &v.model, nullptr, &v.projection, 8, 6, kTextures, nullptr, &receiver()));
+    EXPECT_FALSE(model().update(1, &v.model, &v.view, nullptr, 8, 6, kTextures, nullptr, &receiver()));
 }
 
 TEST_F(Update, SurvivesPlacementsThatCannotBeInverted)
@@ -122,7 +124,7 @@ TEST_F(Update, SurvivesPlacementsThatCannotBeInverted)
 TEST_F(Update, TakesFrameNumberZeroAsANewFrameTheFirstTime)
 {
     const HostView v = fromAbove();
-    model().update(0, &v.model, &v.view, &v.projection, 8, 6, 1, nullptr, &receiver());
+    model().update(0, &v.model, &v.view, &v.projection, 8, 6, kTextures, nullptr, &receiver());
     EXPECT_EQ(model().frameStamp().getFrameNumber(), 1U);
 }
 
@@ -130,7 +132,7 @@ TEST_F(Update, AdvancesTheFrameStampOnceForOneHostFrame)
 {
     const HostView v = fromAbove();
     const auto updateFrame = [&](unsigned int number)
-    { model().update(number, &v.model, &v.view, &v.projection, 8, 6, 1, nullptr, &receiver()); };
+    { model().update(number, &v.model, &v.view, &v.projection, 8, 6, kTextures, nullptr, &receiver()); };
     updateFrame(7);
     const osg::FrameStamp after = model().frameStamp();
     updateFrame(7);

@@ -54,7 +54,7 @@ void wanderAndMeasure(ModelDriver& driver, const std::function<HostView(int)>& v
     {
         const HostView seen = view(frame);
         EXPECT_TRUE(driver.model().update(static_cast<unsigned int>(frame), &seen.model, &seen.view, &seen.projection,
-                                          seen.width, seen.height, 1, nullptr, &receiver));
+                                          seen.width, seen.height, MvGeoMesh::kExtractTextures, nullptr, &receiver));
         receiver.finishUpdate();
         measure();
     }
@@ -114,10 +114,9 @@ TEST_F(DrapeWhilePaging, SoDoesAClipOfTheFinestTiles)
     const auto clip = [&]
     {
         const KdGeMatrix3d placement;
-        constexpr int kInside = 0;
-        constexpr int kFinest = 1;
         Line corners;
-        EXPECT_TRUE(model().clip(kInside, 0xFFFFFFFFU, &placement, &field, nullptr, kFinest, &corners));
+        EXPECT_TRUE(model().clip(MvGeoMesh::kClipInside, MvGeoMesh::kAllModelFiles, &placement, &field, nullptr,
+                                 MvGeoMesh::kFinestTiles, &corners));
         return corners;
     };
     ASSERT_EQ(driver->add(source()), 0);

@@ -10,7 +10,6 @@ namespace
 {
 
 constexpr double kAgreement = 1e-4; // m
-constexpr unsigned int kAllFiles = 0xFFFFFFFFU;
 
 /** Asks a model for the height at one spot in three ways. */
 class HeightAsker
@@ -49,8 +48,8 @@ public:
         const std::vector<KdGePoint3d> square{
             {_x - 1, _y - 1, 0}, {_x + 1, _y - 1, 0}, {_x + 1, _y + 1, 0}, {_x - 1, _y + 1, 0}};
         std::vector<KdGePoint3d> corners;
-        constexpr int kInside = 0;
-        EXPECT_TRUE(_driver.model().clip(kInside, kAllFiles, &_placement, &square, nullptr, 0, &corners));
+        EXPECT_TRUE(_driver.model().clip(MvGeoMesh::kClipInside, MvGeoMesh::kAllModelFiles, &_placement, &square,
+                                         nullptr, 0, &corners));
         std::optional<double> highest;
         for (std::size_t i = 0; i + 2 < corners.size(); i += 3)
             take(highest, inside(corners[i], corners[i + 1], corners[i + 2]));

@@ -10,8 +10,10 @@ namespace
 
 using namespace clipgeometry;
 
-constexpr int kInside = 0;
-constexpr int kOutside = 1;
+constexpr int kInside = MvGeoMesh::kClipInside;
+constexpr int kOutside = MvGeoMesh::kClipOutside;
+constexpr int kInMemory = 0;
+constexpr int kFinest = MvGeoMesh::kFinestTiles;
 
 /** The DEM's posts lie at 5, 15 ... 635 m and rise by 1 m each 10 m eastwards. */
 struct TerrainClip : public TerrainFixture
@@ -28,7 +30,7 @@ struct TerrainClip : public TerrainFixture
     {
         found.clear();
         const KdGeMatrix3d placement;
-        ASSERT_TRUE(model().clip(mode, 0xFFFFFFFFU, &placement, &boundary, nullptr, options, &found));
+        ASSERT_TRUE(model().clip(mode, MvGeoMesh::kAllModelFiles, &placement, &boundary, nullptr, options, &found));
         EXPECT_EQ(badTriangles(found), 0);
     }
     [[nodiscard]] int uprightTriangles() const
@@ -55,7 +57,7 @@ struct TerrainClip : public TerrainFixture
 
 TEST_F(TerrainClip, LeavesSkirtsOut)
 {
-    clip(kInside, {{-100, -100, 0}, {900, -100, 0}, {900, 900, 0}, {-100, 900, 0}}, 0);
+    clip(kInside, {{-100, -100, 0}, {900, -100, 0}, {900, 900, 0}, {-100, 900, 0}}, kInMemory);
     EXPECT_GT(found.size(), 0U);
     EXPECT_EQ(uprightTriangles(), 0);
 }
@@ -63,14 +65,14 @@ TEST_F(TerrainClip, LeavesSkirtsOut)
 TEST_F(TerrainClip, TheTileInMemoryCoversTheField)
 {
     const double area = enclosedArea(field);
-    clip(kInside, field, 0);
+    clip(kInside, field, kInMemory);
     EXPECT_NEAR(planArea(found), area, 1e-6 * area);
 }
 
 TEST_F(TerrainClip, TheFinestTilesCoverTheFieldOnce)
 {
     const double area = enclosedArea(field);
-    clip(kInside, field, 1);
+    clip(kInside, field, kFinest);
     EXPECT_NEAR(planArea(found), area, 1e-6 * area);
     EXPECT_EQ(uprightTriangles(), 0);
     EXPECT_EQ(misplacedTriangles(found, field, true, 1e-6), 0);
@@ -80,11 +82,11 @@ TEST_F(TerrainClip, TheFinestTilesCoverTheFieldOnce)
 
 TEST_F(TerrainClip, InsideAndOutsideAreTheWholeOfTheFinestTiles)
 {
-    clip(kInside, field, 1);
+    clip(kInside, field, kFinest);
     const double inside = surfaceArea(found);
-    clip(kOutside, field, 1);
+    clip(kOutside, field, kFinest);
     const double outside = surfaceArea(found);
-    clip(kInside, {{-100, -100, 0}, {900, -100, 0}, {900, 900, 0}, {-100, 900, 0}}, 1);
+    clip(kInside, {{-100, -100, 0}, {900, -100, 0}, {900, 900, 0}, {-100, 900, 0}}, kFinest);
     const double whole = surfaceArea(found);
     EXPECT_NEAR(inside + outside, whole, 1e-9 * whole);
 }
@@ -92,6 +94,6 @@ TEST_F(TerrainClip, InsideAndOutsideAreTheWholeOfTheFinestTiles)
 TEST_F(TerrainClip, TilesReadForAClipAreNotKeptOnTheDisk)
 {
     const std::size_t before = cacheFiles(".osgb").size();
-    clip(kInside, field, 1);
+    clip(kInside, field, kFinest);
     EXPECT_EQ(cacheFiles(".osgb").size(), before);
 }

@@ -1,6 +1,6 @@
 #include "mvgeothirdparty/MvRegConfig.h"
 
-#include "mvregconfig/HostDoubles.h"
+#include "mvregconfig/FakeHost.h"
 #include "mvregconfig/OwnSettings.h"
 
 #include <gtest/gtest.h>
@@ -207,14 +207,14 @@ public:
     }
     ~LockingProcess()
     {
-        letGo();
+        unlock();
         exitStatusOf(_child);
     }
     LockingProcess(const LockingProcess&) = delete;
     LockingProcess& operator=(const LockingProcess&) = delete;
 
     [[nodiscard]] bool isLocked() const { return _isLocked; }
-    void letGo()
+    void unlock()
     {
         if (_release >= 0) close(_release);
         _release = -1;
@@ -250,7 +250,7 @@ TEST(SettingsThatAreLocked, AreWaitedFor)
     std::future<bool> writer =
         std::async(std::launch::async, [&] { return setRegDWordVal(settings.key(), "other", 2); });
     spin(100000);
-    other.letGo();
+    other.unlock();
     EXPECT_TRUE(reader.get());
     EXPECT_TRUE(writer.get());
     EXPECT_EQ(number, 1);

@@ -1,7 +1,7 @@
 #include "mvgeothirdparty/MvRegConfig.h"
 
+#include "mvregconfig/FakeHost.h"
 #include "mvregconfig/FakeSettingsStore.h"
-#include "mvregconfig/HostDoubles.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "mvgeothirdparty/MvRegConfig.h"
 
-#include "mvregconfig/HostDoubles.h"
+#include "mvregconfig/FakeHost.h"
 #include "mvregconfig/OwnSettings.h"
 #include "mvregconfig/RawValues.h"
 

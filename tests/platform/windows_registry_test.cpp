@@ -1,5 +1,5 @@
 #include "mvgeothirdparty/MvRegConfig.h"
-#include "mvregconfig/HostDoubles.h"
+#include "mvregconfig/FakeHost.h"
 #include "mvregconfig/OwnSettings.h"
 #include "platform/SettingsStore.h"
 

@@ -15,7 +15,7 @@ set(knows_interface library mvosggeoterrain mvosggeomesh mvregconfig)
 file(GLOB host_sdk_headers RELATIVE "${HOST_SDK}/include" "${HOST_SDK}/include/*.h")
 # libktx is behind one module, because there may be none.
 set(knows_ktx readerwriterktx)
-set(toolkit "^(osg[A-Za-z]*|OpenThreads)/")
+set(osg_header "^(osg[A-Za-z]*|OpenThreads)/")
 
 # The names that a file includes in quotes and in brackets.
 function(read_includes file quoted bracketed)
@@ -42,7 +42,7 @@ macro(read_owner included)
     string(REGEX REPLACE "/.*" "" owner "${included}")
 endmacro()
 
-# A module of src/ may use the modules in `allowed`; platform takes nothing of the toolkit or the host.
+# A module of src/ may use the modules in `allowed`; platform takes nothing of OSG or the host.
 function(check_module module allowed)
     if(module IN_LIST knows_interface)
         list(APPEND allowed mvgeothirdparty)
@@ -60,7 +60,7 @@ function(check_module module allowed)
             read_owner("${included}")
             if(owner IN_LIST layers OR owner STREQUAL "mvgeothirdparty" OR
                (included STREQUAL "ktx.h" AND NOT module IN_LIST knows_ktx) OR
-               (module STREQUAL "platform" AND (included IN_LIST host_sdk_headers OR included MATCHES "${toolkit}")))
+               (module STREQUAL "platform" AND (included IN_LIST host_sdk_headers OR included MATCHES "${osg_header}")))
                 forbid("${file}" "${included}")
             endif()
         endforeach()
@@ -85,7 +85,7 @@ function(check_public_headers)
     endforeach()
 endfunction()
 
-# The reference host and the stand-in SDK know nothing of src/; the SDK knows neither the library nor the toolkit.
+# The reference host and the stand-in SDK know nothing of src/; the SDK knows neither the library nor OSG.
 function(check_outsider folder)
     list_sources("${folder}" files)
     foreach(file IN LISTS files)
@@ -93,7 +93,7 @@ function(check_outsider folder)
         foreach(included IN LISTS quoted bracketed)
             read_owner("${included}")
             if(owner IN_LIST layers OR included MATCHES "^(\\.\\.|src)/" OR included STREQUAL "ktx.h" OR
-               (folder STREQUAL "hostsdk" AND (owner STREQUAL "mvgeothirdparty" OR included MATCHES "${toolkit}")))
+               (folder STREQUAL "hostsdk" AND (owner STREQUAL "mvgeothirdparty" OR included MATCHES "${osg_header}")))
                 forbid("${file}" "${included}")
             endif()
         endforeach()

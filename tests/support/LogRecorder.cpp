@@ -15,7 +15,7 @@ protected:
 
     void write(osg::NotifySeverity severity, const char* message) override
     {
-        // The toolkit sends an empty message whenever the severity changes; the log leaves those out too.
+        // OSG sends an empty message whenever the severity changes; the log leaves those out too.
         std::string text = message ? message : "";
         if (text.empty()) return;
         while (!text.empty() && text.back() == '\n')

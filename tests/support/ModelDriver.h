@@ -35,7 +35,7 @@ public:
 
     HostView view;
     RecordingReceiver receiver;
-    unsigned char extract = 1;
+    unsigned char extract = MvGeoMesh::kExtractTextures;
     unsigned int frameNumber = 0; // of the last update
 
 private:

@@ -27,7 +27,7 @@ class FileReplacement : public testing::Test
 protected:
     bool replace(const std::string& name, const std::string& bytes) const
     {
-        return mvgeo::replaceFile(folder.path().string(), name, bytes.data(), bytes.size());
+        return mvgeo::replaceFile(folder / name, bytes.data(), bytes.size());
     }
 
     [[nodiscard]] std::ptrdiff_t fileCount() const
@@ -48,7 +48,7 @@ TEST_F(FileReplacement, WritesANewFile)
 
 TEST_F(FileReplacement, WritesAnEmptyFile)
 {
-    EXPECT_TRUE(mvgeo::replaceFile(folder.path().string(), "empty", nullptr, 0));
+    EXPECT_TRUE(mvgeo::replaceFile(folder / "empty", nullptr, 0));
     EXPECT_EQ(readFile(folder / "empty"), "");
     EXPECT_EQ(fileCount(), 1);
 }
@@ -68,16 +68,26 @@ TEST_F(FileReplacement, TakesNamesWithAnyCharacters)
     EXPECT_EQ(readFile(folder / name), "content");
 }
 
+TEST_F(FileReplacement, TakesABareNameForAFileInTheCurrentFolder)
+{
+    const fs::path before = fs::current_path();
+    fs::current_path(folder.path());
+    EXPECT_TRUE(mvgeo::replaceFile("tile", "content", 7));
+    fs::current_path(before);
+    EXPECT_EQ(readFile(folder / "tile"), "content");
+    EXPECT_EQ(fileCount(), 1);
+}
+
 TEST_F(FileReplacement, FailsInAFolderThatDoesNotExist)
 {
-    EXPECT_FALSE(mvgeo::replaceFile(folder / "missing", "tile", "content", 7));
+    EXPECT_FALSE(replace("missing/tile", "content"));
     EXPECT_EQ(fileCount(), 0);
 }
 
 TEST_F(FileReplacement, FailsWhereTheFolderIsAFile)
 {
     writeFile(folder / "file", "untouched");
-    EXPECT_FALSE(mvgeo::replaceFile(folder / "file", "tile", "content", 7));
+    EXPECT_FALSE(replace("file/tile", "content"));
     EXPECT_EQ(readFile(folder / "file"), "untouched");
 }
 
@@ -129,6 +139,16 @@ TEST_F(FileReplacement, KeepsTheOldFileWhenTheNewOneDoesNotFit)
     EXPECT_EQ(readFile(folder / "tile"), "untouched");
     EXPECT_EQ(fileCount(), 1);
 #endif
+}
+
+TEST_F(FileReplacement, RemovesAFileAndPutsUpWithNone)
+{
+    writeFile(folder / "tile", "content");
+    mvgeo::removeFile(folder / "tile");
+    EXPECT_EQ(fileCount(), 0);
+    mvgeo::removeFile(folder / "tile");
+    mvgeo::removeFile(folder / "missing/tile");
+    EXPECT_EQ(fileCount(), 0);
 }
 
 // Each writer's content is one letter throughout; a mixture or a part would be seen.

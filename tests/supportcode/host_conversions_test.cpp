@@ -16,9 +16,9 @@ KdGeMatrix3d numberedHostMatrix()
     return matrix;
 }
 
-TEST(HostConversions, TransposeOnTheWayToTheToolkit)
+TEST(HostConversions, TransposeOnTheWayToOsg)
 {
-    const osg::Matrixd matrix = toToolkit(numberedHostMatrix());
+    const osg::Matrixd matrix = toOsg(numberedHostMatrix());
     for (int row = 0; row < 4; ++row)
         for (int column = 0; column < 4; ++column)
             EXPECT_EQ(matrix(row, column), 10.0 * column + row);
@@ -45,13 +45,13 @@ TEST(HostConversions, MoveAPointToTheSamePlaceOnBothSides)
         for (int column = 0; column < 4; ++column)
             host.entry[row][column] = entries[row][column];
 
-    const osg::Vec3d moved = osg::Vec3d(1, 0, 0) * toToolkit(host);
+    const osg::Vec3d moved = osg::Vec3d(1, 0, 0) * toOsg(host);
     EXPECT_EQ(moved, osg::Vec3d(500000, 4000001, 7));
 }
 
 TEST(HostConversions, KeepTheCoordinatesOfAPoint)
 {
-    EXPECT_EQ(toToolkit(KdGePoint3d{1.5, -2.0, 1e9}), osg::Vec3d(1.5, -2.0, 1e9));
+    EXPECT_EQ(toOsg(KdGePoint3d{1.5, -2.0, 1e9}), osg::Vec3d(1.5, -2.0, 1e9));
     const KdGePoint3d host = toHost(osg::Vec3d(1.5, -2.0, 1e9));
     EXPECT_EQ(host.x, 1.5);
     EXPECT_EQ(host.y, -2.0);

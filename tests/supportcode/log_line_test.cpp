@@ -20,7 +20,7 @@ class Recorder : public osg::NotifyHandler
 public:
     void notify(osg::NotifySeverity severity, const char* message) override
     {
-        if (!*message) return; // the toolkit's stream flushes nothing when the severity changes
+        if (!*message) return; // OSG's stream flushes nothing when the severity changes
         const std::lock_guard<std::mutex> lock(_lock);
         lines.emplace_back(severity, message);
     }

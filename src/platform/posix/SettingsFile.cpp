@@ -36,9 +36,9 @@ constexpr const char* kCreateTables =
 
 enum class Content
 {
-    kOurs,
-    kNothing,
-    kUnusable // another program's, a later layout, damaged, or not to be read
+    ours,
+    nothing,
+    unusable // another program's, a later layout, damaged, or not to be read
 };
 
 Content contentOf(const SettingsFile& file)
@@ -46,13 +46,13 @@ Content contentOf(const SettingsFile& file)
     SettingsStatement statement =
         file.prepare("SELECT application_id, user_version, page_size, (SELECT count(*) FROM sqlite_master)"
                      " FROM pragma_application_id, pragma_user_version, pragma_page_size");
-    if (!statement.nextRow()) return Content::kUnusable;
+    if (!statement.nextRow()) return Content::unusable;
     // SQLite notices missing pages, but takes one that is cut off for zeros. No writer is at work while the statement
     // is.
-    if (file.byteCount() % statement.number(2) != 0) return Content::kUnusable;
-    if (statement.number(0) == kApplicationId && statement.number(1) == kLayoutVersion) return Content::kOurs;
+    if (file.byteCount() % statement.number(2) != 0) return Content::unusable;
+    if (statement.number(0) == kApplicationId && statement.number(1) == kLayoutVersion) return Content::ours;
     const bool isBlank = statement.number(0) == 0 && statement.number(1) == 0 && statement.number(3) == 0;
-    return isBlank ? Content::kNothing : Content::kUnusable;
+    return isBlank ? Content::nothing : Content::unusable;
 }
 
 // Another process may be doing the same, hence the second look inside the transaction.
@@ -61,7 +61,7 @@ bool makeTables(const SettingsFile& file)
     SettingsTransaction transaction(file);
     if (!transaction.isOpen()) return false;
     const Content content = contentOf(file);
-    if (content != Content::kNothing) return content == Content::kOurs;
+    if (content != Content::nothing) return content == Content::ours;
     return file.run(kCreateTables) && transaction.commit();
 }
 
@@ -173,7 +173,7 @@ SettingsFile SettingsFile::openForReading()
     // For reading and writing, because a reader that finds a killed writer's journal has to undo that writer's part;
     // where the file may not be written SQLite is content with reading.
     SettingsFile file = connect(settingsPath(), SQLITE_OPEN_READWRITE);
-    if (file.isOpen() && contentOf(file) != Content::kOurs) return {};
+    if (file.isOpen() && contentOf(file) != Content::ours) return {};
     return file;
 }
 
@@ -185,7 +185,7 @@ SettingsFile SettingsFile::openForWriting()
     // SQLite is content with reading where the file may not be written.
     if (!file.isOpen() || sqlite3_db_readonly(file._database.get(), "main") != 0) return {};
     const Content content = contentOf(file);
-    const bool isUsable = content == Content::kOurs || (content == Content::kNothing && makeTables(file));
+    const bool isUsable = content == Content::ours || (content == Content::nothing && makeTables(file));
     return isUsable ? std::move(file) : SettingsFile();
 }
 

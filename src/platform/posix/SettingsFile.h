@@ -43,15 +43,15 @@ private:
 
 /** The file that stands in for the registry: an SQLite database of two tables, `keys` and `settings`.
  *
- *  It lies at $MVGEO_SETTINGS_FILE, else in "mvgeothirdparty/settings.sqlite" below $XDG_CONFIG_HOME or $HOME/.config.
- *  SQLite's rollback journal makes each transaction whole or undone, also when a process is killed; processes wait for
- *  each other, ten seconds at most. A file that is no such database, or that SQLite finds damaged, is left as it is:
- *  nothing can be read from it or written to it until somebody moves it away.
+ * It lies at $MVGEO_SETTINGS_FILE, else in "mvgeothirdparty/settings.sqlite" below $XDG_CONFIG_HOME or $HOME/.config.
+ * SQLite's rollback journal makes each transaction whole or undone, also when a process is killed; processes wait for
+ * each other, ten seconds at most. A file that is no such database, or that SQLite finds damaged, is left as it is:
+ * nothing can be read from it or written to it until somebody moves it away.
  *
- *  One object is one connection, opened for one operation: nothing is kept between the operations but the number of an
- *  open key, so that a fork, a new environment variable or a file that is moved away meet no old state. Where another
- *  file took this one's place under an open key, and holds no key of that number, nothing is read or written; the same
- *  number may also stand for another key there.
+ * One object is one connection, opened for one operation: nothing is kept between the operations but the number of an
+ * open key, so that a fork, a new environment variable or a file that is moved away meet no old state. Where another
+ * file took this one's place under an open key, and holds no key of that number, nothing is read or written; the same
+ * number may also stand for another key there.
  */
 class SettingsFile
 {

@@ -61,7 +61,8 @@ int main(int argumentCount, char** arguments)
     statistics.version = kGeoMeshStatisticsVersion;
     for (unsigned int frame = 0; !statistics.idle; ++frame) // idle: the picture is complete
     {
-        model->update(frame, &KdGeMatrix3d::kIdentity, &view, &projection, 1280, 720, 1, nullptr, &receiver);
+        model->update(frame, &KdGeMatrix3d::kIdentity, &view, &projection, 1280, 720, MvGeoMesh::kExtractTextures,
+                      nullptr, &receiver);
         do // a real host goes on with its own work here, until tilesWait is called
             getGeoMeshStatistics(model.get(), &statistics);
         while (!statistics.idle && statistics.mergesWaiting == 0);

@@ -2,6 +2,6 @@
 
 #include "library/ModelFactory.h"
 #include "nowhere/Nothing.h"
-#include "platform/CodePage.h"
+#include "platform/Environment.h"
 
 #include <ktx.h>

@@ -11,9 +11,9 @@
 namespace mvgeo::bench
 {
 
-/** Reads and keeps tiles for the toolkit's own sections. The toolkit asks by name alone, which finds no terrain tile:
- *  this remembers the read options of every paged node that it has seen and hands them on. What is kept goes with the
- *  object. */
+/** Reads and keeps tiles for OSG's own sections. OSG asks by name alone, which finds no terrain tile:
+ * this remembers the read options of every paged node that it has seen and hands them on. What is kept goes with the
+ * object. */
 class TileKeeper : public osgSim::DatabaseCacheReadCallback
 {
 public:
@@ -33,14 +33,13 @@ private:
 using SurfaceLines = std::vector<std::vector<osg::Vec3d>>;
 
 /** The surface on the upright plane between two points, in the root's frame. */
-using ToolkitSection = SurfaceLines (*)(osg::Node& root, const osg::Vec3d& start, const osg::Vec3d& end,
-                                        TileKeeper& tiles);
+using OsgSection = SurfaceLines (*)(osg::Node& root, const osg::Vec3d& start, const osg::Vec3d& end, TileKeeper& tiles);
 
-/** The toolkit's elevation slice: one line along the highest surface. */
+/** OSG's elevation slice: one line along the highest surface. */
 [[nodiscard]] SurfaceLines elevationSlice(osg::Node& root, const osg::Vec3d& start, const osg::Vec3d& end,
                                           TileKeeper& tiles);
 
-/** The toolkit's plain intersection visitor with its plane intersector: as many lines as there are tiles, in no order,
+/** OSG's plain intersection visitor with its plane intersector: as many lines as there are tiles, in no order,
  * skirts included. */
 [[nodiscard]] SurfaceLines planeCut(osg::Node& root, const osg::Vec3d& start, const osg::Vec3d& end, TileKeeper& tiles);
 

@@ -1,4 +1,4 @@
-#include "ToolkitPaging.h"
+#include "OsgPaging.h"
 
 #include <osgDB/ReadFile>
 
@@ -8,7 +8,7 @@
 namespace mvgeo::bench
 {
 
-ToolkitPaging::ToolkitPaging(const std::vector<std::string>& rootFiles)
+OsgPaging::OsgPaging(const std::vector<std::string>& rootFiles)
     : _root(new osg::Group),
       _pager(osgDB::DatabasePager::create()),
       _sceneView(new osgUtil::SceneView),
@@ -31,12 +31,12 @@ ToolkitPaging::ToolkitPaging(const std::vector<std::string>& rootFiles)
     _pager->registerPagedLODs(_root);
 }
 
-ToolkitPaging::~ToolkitPaging()
+OsgPaging::~OsgPaging()
 {
     _pager->cancel();
 }
 
-void ToolkitPaging::update(const Camera& camera)
+void OsgPaging::update(const Camera& camera)
 {
     _frameStamp->setFrameNumber(_frameStamp->getFrameNumber() + 1);
     _frameStamp->setReferenceTime(_timer.time_s());
@@ -47,7 +47,7 @@ void ToolkitPaging::update(const Camera& camera)
     _pager->signalEndFrame();
 }
 
-void ToolkitPaging::converge(const Camera& camera)
+void OsgPaging::converge(const Camera& camera)
 {
     for (;;)
     {

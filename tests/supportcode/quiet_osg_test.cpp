@@ -1,4 +1,4 @@
-#include "support/QuietToolkit.h"
+#include "support/QuietOsg.h"
 
 #include "support/LogRecorder.h"
 
@@ -10,7 +10,7 @@ namespace
 {
 
 using mvgeo::QuietableHandler;
-using mvgeo::QuietToolkit;
+using mvgeo::QuietOsg;
 
 class ForeignHandler : public osg::NotifyHandler
 {
@@ -23,7 +23,7 @@ protected:
 };
 
 /** Installs a handler of somebody else, and puts back the one before. */
-struct QuietToolkitTest : public testing::Test
+struct QuietOsgTest : public testing::Test
 {
     osg::ref_ptr<osg::NotifyHandler> before = osg::getNotifyHandler();
     osg::ref_ptr<ForeignHandler> foreign = new ForeignHandler;
@@ -39,23 +39,23 @@ void say(const char* text)
 
 } // namespace
 
-TEST_F(QuietToolkitTest, KeepsThisThreadOutOfAForeignHandler)
+TEST_F(QuietOsgTest, KeepsThisThreadOutOfAForeignHandler)
 {
     say("a");
     {
-        const QuietToolkit quiet;
+        const QuietOsg quiet;
         say("b");
     }
     say("c");
     EXPECT_EQ(foreign->text, "ac");
 }
 
-TEST_F(QuietToolkitTest, MayBeNested)
+TEST_F(QuietOsgTest, MayBeNested)
 {
     {
-        const QuietToolkit outer;
+        const QuietOsg outer;
         {
-            const QuietToolkit inner;
+            const QuietOsg inner;
         }
         say("a");
     }
@@ -63,30 +63,30 @@ TEST_F(QuietToolkitTest, MayBeNested)
     EXPECT_EQ(foreign->text, "b");
 }
 
-TEST_F(QuietToolkitTest, LeavesOtherThreadsTheirVoice)
+TEST_F(QuietOsgTest, LeavesOtherThreadsTheirVoice)
 {
-    const QuietToolkit quiet;
+    const QuietOsg quiet;
     std::async(std::launch::async, [] { say("other"); }).get();
     EXPECT_EQ(foreign->text, "other");
 }
 
-TEST_F(QuietToolkitTest, StandsBeforeAForeignHandlerOnlyOnce)
+TEST_F(QuietOsgTest, StandsBeforeAForeignHandlerOnlyOnce)
 {
     {
-        const QuietToolkit quiet;
+        const QuietOsg quiet;
     }
     const osg::NotifyHandler* installed = osg::getNotifyHandler();
     EXPECT_NE(dynamic_cast<const QuietableHandler*>(installed), nullptr);
-    const QuietToolkit quiet;
+    const QuietOsg quiet;
     EXPECT_EQ(osg::getNotifyHandler(), installed);
 }
 
-TEST_F(QuietToolkitTest, LeavesOurOwnHandlerInItsPlace)
+TEST_F(QuietOsgTest, LeavesOurOwnHandlerInItsPlace)
 {
     const LogRecorder log;
     const osg::NotifyHandler* installed = osg::getNotifyHandler();
     {
-        const QuietToolkit quiet;
+        const QuietOsg quiet;
         EXPECT_EQ(osg::getNotifyHandler(), installed);
         say("a");
     }
@@ -94,9 +94,9 @@ TEST_F(QuietToolkitTest, LeavesOurOwnHandlerInItsPlace)
     EXPECT_EQ(log.lines().size(), 1U);
 }
 
-TEST_F(QuietToolkitTest, NeedsNoHandler)
+TEST_F(QuietOsgTest, NeedsNoHandler)
 {
     osg::setNotifyHandler(nullptr);
-    const QuietToolkit quiet;
+    const QuietOsg quiet;
     EXPECT_EQ(osg::getNotifyHandler(), nullptr);
 }

@@ -1,4 +1,4 @@
-#include "ToolkitSection.h"
+#include "OsgSection.h"
 
 #include <osg/NodeVisitor>
 #include <osg/PagedLOD>

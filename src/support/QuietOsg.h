@@ -5,19 +5,19 @@
 namespace mvgeo
 {
 
-/** Keeps what the toolkit says on this thread out of every log while it lives. They may be nested.
+/** Keeps what OSG says on this thread out of every log while it lives. They may be nested.
  *
- *  The toolkit knows one handler for all threads. The first object finds out whether the installed one is ours; before
- *  one that is not it puts one of ours, for good, which hands on what other threads say.
- *  Thread: the one that made it.
+ * OSG knows one handler for all threads. The first object finds out whether the installed one is ours; before
+ * one that is not it puts one of ours, for good, which hands on what other threads say.
+ * Thread: the one that made it.
  */
-class QuietToolkit
+class QuietOsg
 {
 public:
-    QuietToolkit();
-    ~QuietToolkit();
-    QuietToolkit(const QuietToolkit&) = delete;
-    QuietToolkit& operator=(const QuietToolkit&) = delete;
+    QuietOsg();
+    ~QuietOsg();
+    QuietOsg(const QuietOsg&) = delete;
+    QuietOsg& operator=(const QuietOsg&) = delete;
 
     /** Whether this thread is to be quiet. */
     [[nodiscard]] static bool isActive();
@@ -29,7 +29,7 @@ class QuietableHandler : public osg::NotifyHandler
 public:
     void notify(osg::NotifySeverity severity, const char* message) final
     {
-        if (!QuietToolkit::isActive()) write(severity, message);
+        if (!QuietOsg::isActive()) write(severity, message);
     }
 
 protected:

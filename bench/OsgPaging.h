@@ -8,15 +8,15 @@
 namespace mvgeo::bench
 {
 
-/** The yardstick for paging: the same files below the toolkit's own pager and cull traversal, as its viewer drives
+/** The yardstick for paging: the same files below OSG's own pager and cull traversal, as its viewer drives
  * them, without drawing. */
-class ToolkitPaging
+class OsgPaging
 {
 public:
-    explicit ToolkitPaging(const std::vector<std::string>& rootFiles);
-    ~ToolkitPaging();
-    ToolkitPaging(const ToolkitPaging&) = delete;
-    ToolkitPaging& operator=(const ToolkitPaging&) = delete;
+    explicit OsgPaging(const std::vector<std::string>& rootFiles);
+    ~OsgPaging();
+    OsgPaging(const OsgPaging&) = delete;
+    OsgPaging& operator=(const OsgPaging&) = delete;
 
     void update(const Camera& camera);
     void converge(const Camera& camera);

@@ -1,4 +1,4 @@
-#include "support/QuietToolkit.h"
+#include "support/QuietOsg.h"
 
 #include <osg/ref_ptr>
 
@@ -38,18 +38,18 @@ void installQuietableHandler()
 
 } // namespace
 
-QuietToolkit::QuietToolkit()
+QuietOsg::QuietOsg()
 {
     installQuietableHandler();
     ++depth;
 }
 
-QuietToolkit::~QuietToolkit()
+QuietOsg::~QuietOsg()
 {
     --depth;
 }
 
-bool QuietToolkit::isActive()
+bool QuietOsg::isActive()
 {
     return depth > 0;
 }
