@@ -1,6 +1,6 @@
+#include "mvclipregions/ClipIntersector.h"
 #include "mvdrapelines/DatabaseCacheReadCallback.h"
 #include "mvdrapelines/IntersectionVisitor.h"
-#include "mvosggeomesh/ClipIntersector.h"
 #include "mvosggeomesh/GuardedQuery.h"
 #include "mvosggeomesh/MvOsgGeoMesh.h"
 #include "support/HostConversions.h"

@@ -1,9 +1,9 @@
 #include "mvdrapelines/DatabaseCacheReadCallback.h"
 #include "mvdrapelines/IntersectionVisitor.h"
 #include "mvdrapelines/PieceJoiner.h"
+#include "mvdrapelines/SurfaceCutter.h"
 #include "mvosggeomesh/GuardedQuery.h"
 #include "mvosggeomesh/MvOsgGeoMesh.h"
-#include "mvosggeomesh/SurfaceCutter.h"
 #include "support/HostConversions.h"
 
 #include <algorithm>

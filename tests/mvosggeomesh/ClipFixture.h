@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mvosggeomesh/ClipGeometry.h"
+#include "mvclipregions/ClipGeometry.h"
 #include "mvosggeomesh/TiledModelFixture.h"
 
 #include <osg/Geometry>

@@ -1,4 +1,4 @@
-#include "mvosggeomesh/ClipGeometry.h"
+#include "mvclipregions/ClipGeometry.h"
 #include "mvosggeoterrain/TerrainFixture.h"
 
 #include <algorithm>

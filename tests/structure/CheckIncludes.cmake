@@ -6,9 +6,10 @@ cmake_minimum_required(VERSION 3.25)
 
 # From top to bottom: each may include itself and everything below it.
 set(layers library mvosggeoterrain mvosggeomesh mvdrapelines updatescenegraph readerwriterthreedimg mvgdaldatasetmanager
-    mvregconfig readerwriterktx support platform)
-# Two modules at one height: neither may include the other.
-set(beside_mvregconfig readerwriterktx)
+    mvregconfig readerwriterktx mvclipregions support platform)
+# Modules at one height: none may include another.
+set(beside_mvregconfig readerwriterktx mvclipregions)
+set(beside_readerwriterktx mvclipregions)
 # The modules that carry out what the public headers describe.
 set(knows_interface library mvosggeoterrain mvosggeomesh mvregconfig)
 

@@ -1,4 +1,4 @@
-#include "mvosggeomesh/SegmentChains.h"
+#include "mvdrapelines/SegmentChains.h"
 
 #include <algorithm>
 #include <cstddef>

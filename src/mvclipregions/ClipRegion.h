@@ -1,7 +1,7 @@
 #pragma once
 
-#include "mvosggeomesh/ClipCells.h"
-#include "mvosggeomesh/ConvexCut.h"
+#include "mvclipregions/ClipCells.h"
+#include "mvclipregions/ConvexCut.h"
 #include "support/GeosSession.h"
 
 #include <KdGePoint3d.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mvosggeomesh/TriangleClip.h"
+#include "mvclipregions/TriangleClip.h"
 
 #include <osg/Geometry>
 #include <osg/observer_ptr>

@@ -1,4 +1,4 @@
-#include "mvosggeomesh/ClipRegion.h"
+#include "mvclipregions/ClipRegion.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "mvosggeomesh/TriangleClip.h"
+#include "mvclipregions/TriangleClip.h"
 
 #include "support/HostConversions.h"
 

@@ -1,5 +1,5 @@
-#include "mvosggeomesh/ClipGeometry.h"
-#include "mvosggeomesh/ClipRegion.h"
+#include "mvclipregions/ClipGeometry.h"
+#include "mvclipregions/ClipRegion.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "mvosggeomesh/ClipIntersector.h"
+#include "mvclipregions/ClipIntersector.h"
 
 #include <osg/TriangleIndexFunctor>
 

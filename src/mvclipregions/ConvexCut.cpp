@@ -1,4 +1,4 @@
-#include "mvosggeomesh/ConvexCut.h"
+#include "mvclipregions/ConvexCut.h"
 
 #include <algorithm>
 #include <cmath>

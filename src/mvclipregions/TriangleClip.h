@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mvosggeomesh/ClipRegion.h"
+#include "mvclipregions/ClipRegion.h"
 
 #include <KdGePoint3d.h>
 

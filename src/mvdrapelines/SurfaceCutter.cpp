@@ -1,6 +1,6 @@
-#include "mvosggeomesh/SurfaceCutter.h"
+#include "mvdrapelines/SurfaceCutter.h"
 
-#include "mvosggeomesh/SegmentChains.h"
+#include "mvdrapelines/SegmentChains.h"
 #include "support/UserValues.h"
 
 #include <osg/Geometry>

@@ -1,4 +1,4 @@
-#include "mvosggeomesh/ClipCells.h"
+#include "mvclipregions/ClipCells.h"
 
 #include <algorithm>
 
