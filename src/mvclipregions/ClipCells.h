@@ -32,6 +32,10 @@ struct PlanBox
     {
         return minX <= other.minX && other.maxX <= maxX && minY <= other.minY && other.maxY <= maxY;
     }
+    [[nodiscard]] PlanBox widened(double border) const
+    {
+        return {minX - border, minY - border, maxX + border, maxY + border};
+    }
 };
 
 struct PlanEdge
@@ -42,15 +46,15 @@ struct PlanEdge
 
 /** A raster over an area that tells in constant time on which side of its outline a box lies.
  *
- *  Each cell is inside, outside, or mixed, that is touched by the outline; sums over all cells to the south-west of a
- *  corner then count the cells of each kind in any box (a summed-area table, after Crow).
+ * Each cell is inside, outside, or mixed, that is touched by the outline; sums over all cells to the south-west of a
+ * corner then count the cells of each kind in any box (a summed-area table, after Crow).
  */
 class ClipCells
 {
 public:
     /** @param bounds  of the area; wider and higher than 0
-     *  @param edges   the area's outline, holes included
-     *  @param isInside  asked for points off the outline only */
+     * @param edges   the area's outline, holes included
+     * @param isInside  asked for points off the outline only */
     ClipCells(const PlanBox& bounds, const std::vector<PlanEdge>& edges,
               const std::function<bool(double x, double y)>& isInside);
 

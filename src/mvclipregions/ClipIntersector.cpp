@@ -29,7 +29,7 @@ struct TriangleSink
     }
 };
 
-/** The toolkit's decomposition of primitives, which trusts what it is given, behind a check of the counts. */
+/** OSG's decomposition of primitives, which trusts what it is given, behind a check of the counts. */
 class TriangleReader : public osg::TriangleIndexFunctor<TriangleSink>
 {
 public:
@@ -54,7 +54,7 @@ public:
     }
 
 private:
-    /** The toolkit would read the missing corners of a last triangle from behind the list. */
+    /** OSG would read the missing corners of a last triangle from behind the list. */
     static GLsizei usable(GLenum mode, GLsizei count) { return mode == GL_TRIANGLES ? count - count % 3 : count; }
 };
 
@@ -125,17 +125,17 @@ void ClipIntersector::intersect(osgUtil::IntersectionVisitor& visitor, osg::Draw
     if (!geometry || visitor.getDoDummyTraversal()) return;
     const osg::BoundingBox& box = drawable->getBoundingBox();
     if (box.valid() && !_clip.mayWant(transformedBox(box, _toLocal))) return;
-    if (!comesAgain(*drawable)) addTriangles(*geometry);
+    if (markVisited(*drawable)) addTriangles(*geometry);
 }
 
-bool ClipIntersector::comesAgain(osg::Drawable& drawable)
+bool ClipIntersector::markVisited(osg::Drawable& drawable)
 {
     const auto [first, last] = _visits->equal_range(&drawable);
     const bool isKnown = std::any_of(first, last,
                                      [&](const auto& entry)
                                      { return entry.second.drawable.valid() && entry.second.toLocal == _toLocal; });
     if (!isKnown) _visits->emplace(&drawable, Visit{&drawable, _toLocal});
-    return isKnown;
+    return !isKnown;
 }
 
 void ClipIntersector::addTriangles(const osg::Geometry& geometry)

@@ -14,16 +14,16 @@ namespace mvgeo
 
 /** Hands the triangles of everything that an intersection visitor comes by to a TriangleClip.
  *
- *  Subtrees and drawables of which nothing can be wanted are passed over. A drawable that the visitor comes by twice at
- *  one place counts once: where several finer tiles are missing, visitors fall back to the same coarser one for each.
- *  Thread: one that may read the graph.
+ * Subtrees and drawables of which nothing can be wanted are passed over. A drawable that the visitor comes by twice at
+ * one place counts once: where several finer tiles are missing, visitors fall back to the same coarser one for each.
+ * Thread: one that may read the graph.
  */
 class ClipIntersector : public osgUtil::Intersector
 {
 public:
-    /** @param rootToHost  from the frame above the node that will accept the visitor
-     *  @param skipsSkirts  leave triangles out that stand upright in the frame of their tile
-     *  Borrows the clip for its own life and that of its clones. */
+    /** Borrows the clip for its own life and that of its clones.
+     * @param rootToHost  from the frame above the node that will accept the visitor
+     * @param skipsSkirts  leave triangles out that stand upright in the frame of their tile */
     ClipIntersector(TriangleClip& clip, const osg::Matrixd& rootToHost, bool skipsSkirts);
 
     osgUtil::Intersector* clone(osgUtil::IntersectionVisitor& visitor) override;
@@ -44,7 +44,8 @@ private:
     };
     using Visits = std::unordered_multimap<const osg::Drawable*, Visit>;
 
-    [[nodiscard]] bool comesAgain(osg::Drawable& drawable);
+    /** False if the drawable was visited at this place before. */
+    [[nodiscard]] bool markVisited(osg::Drawable& drawable);
     void addTriangles(const osg::Geometry& geometry);
 
     TriangleClip& _clip;

@@ -13,9 +13,9 @@ namespace mvgeo
 namespace
 {
 
-constexpr std::size_t kFewParts = 16; // as many are looked through faster than the tree is asked
+constexpr std::size_t kFewTriangles = 16; // as many are looked through faster than the tree is asked
 constexpr int kFewCorners = 2000; // the whole region takes 25 ms with 1,000 corners, time then grows with the square
-constexpr int kMostHalvings = 16; // where a thousand corners lie in one place, halving helps only so far
+constexpr int kMaxHalvings = 16;  // where a thousand corners lie in one place, halving helps only so far
 
 PlanBox boxOf(const std::vector<osg::Vec3d>& points)
 {
@@ -97,7 +97,7 @@ double planArea(const osg::Vec3d& a, const osg::Vec3d& b, const osg::Vec3d& c)
     return 0.5 * ((b.x() - a.x()) * (c.y() - a.y()) - (b.y() - a.y()) * (c.x() - a.x()));
 }
 
-void keepItem(void* item, void* list)
+void appendItem(void* item, void* list)
 {
     static_cast<std::vector<const void*>*>(list)->push_back(item);
 }
@@ -106,40 +106,30 @@ void keepItem(void* item, void* list)
 
 std::unique_ptr<ClipRegion> ClipRegion::make(const std::vector<KdGePoint3d>& boundary, std::string& refusal)
 {
-    if (!isFinite(boundary))
+    const auto refuse = [&refusal](const std::string& reason)
     {
-        refusal = "the boundary has a coordinate that is no number";
+        refusal = reason;
         return nullptr;
-    }
-    if (distinctPoints(boundary) < 3)
-    {
-        refusal = "the boundary has fewer than three distinct points";
-        return nullptr;
-    }
+    };
+    if (!isFinite(boundary)) return refuse("the boundary has a coordinate that is no number");
+    if (distinctPoints(boundary) < 3) return refuse("the boundary has fewer than three distinct points");
     const auto [west, east] =
         std::minmax_element(boundary.begin(), boundary.end(), [](const auto& a, const auto& b) { return a.x < b.x; });
     const auto [south, north] =
         std::minmax_element(boundary.begin(), boundary.end(), [](const auto& a, const auto& b) { return a.y < b.y; });
     std::unique_ptr<ClipRegion> region(new ClipRegion);
     region->_origin = {0.5 * west->x + 0.5 * east->x, 0.5 * south->y + 0.5 * north->y, 0.0};
-    if (!region->enclose(localRing(boundary, region->_origin)))
-    {
-        refusal = "the boundary cannot be used: " + region->_geos.lastError();
-        return nullptr;
-    }
+    if (!region->makeShape(localRing(boundary, region->_origin)))
+        return refuse("the boundary cannot be used: " + region->_geos.lastError());
     // Points on a line still enclose what the rounding of their coordinates leaves between them.
     const double reach = region->_origin.length() + region->_extent;
     if (!(region->_area > 2.0 * std::numeric_limits<double>::epsilon() * reach * region->_extent))
-    {
-        refusal = "the boundary has no area";
-        return nullptr;
-    }
-    if (region->prepare()) return region;
-    refusal = "the boundary cannot be cut into triangles: " + region->_geos.lastError();
-    return nullptr;
+        return refuse("the boundary has no area");
+    if (!region->prepare()) return refuse("the boundary cannot be cut into triangles: " + region->_geos.lastError());
+    return region;
 }
 
-GeosSession::Geometry ClipRegion::geometryOf(const std::vector<osg::Vec3d>& points, bool isArea) const
+GeosSession::Geometry ClipRegion::makeGeometry(const std::vector<osg::Vec3d>& points, bool isArea) const
 {
     std::vector<double> values;
     for (const osg::Vec3d& point : points)
@@ -153,17 +143,22 @@ GeosSession::Geometry ClipRegion::geometryOf(const std::vector<osg::Vec3d>& poin
     return _geos.own(ring ? GEOSGeom_createPolygon_r(geos, ring, nullptr, 0) : nullptr);
 }
 
-GeosSession::Geometry ClipRegion::makeValidArea(GeosSession::Geometry ring) const
+GeosSession::Geometry ClipRegion::rectangleOf(const PlanBox& box) const
+{
+    return _geos.own(GEOSGeom_createRectangle_r(_geos.handle(), box.minX, box.minY, box.maxX, box.maxY));
+}
+
+GeosSession::Geometry ClipRegion::makeValid(GeosSession::Geometry polygon) const
 {
     GEOSContextHandle_t geos = _geos.handle();
-    if (!ring || GEOSisValid_r(geos, ring.get()) == 1) return ring;
-    const GeosSession::Geometry valid = _geos.own(GEOSMakeValid_r(geos, ring.get()));
+    if (!polygon || GEOSisValid_r(geos, polygon.get()) == 1) return polygon;
+    const GeosSession::Geometry valid = _geos.own(GEOSMakeValid_r(geos, polygon.get()));
     if (!valid) return _geos.own(static_cast<GEOSGeometry*>(nullptr));
-    return onlyAreas(*valid);
+    return polygonsOf(*valid);
 }
 
 /** Where a boundary ran there and back, or an edge lay on a border, lines are left over. */
-GeosSession::Geometry ClipRegion::onlyAreas(const GEOSGeometry& mixed) const
+GeosSession::Geometry ClipRegion::polygonsOf(const GEOSGeometry& mixed) const
 {
     GEOSContextHandle_t geos = _geos.handle();
     std::vector<GEOSGeometry*> polygons;
@@ -174,11 +169,11 @@ GeosSession::Geometry ClipRegion::onlyAreas(const GEOSGeometry& mixed) const
 }
 
 /** False only if GEOS fails. An area of zero is left for the caller to see. */
-bool ClipRegion::enclose(const std::vector<osg::Vec3d>& points)
+bool ClipRegion::makeShape(const std::vector<osg::Vec3d>& ring)
 {
-    const PlanBox box = boxOf(points);
+    const PlanBox box = boxOf(ring);
     _extent = std::max(box.maxX - box.minX, box.maxY - box.minY);
-    _shape = makeValidArea(geometryOf(points, true));
+    _shape = makeValid(makeGeometry(ring, true));
     return _shape && GEOSArea_r(_geos.handle(), _shape.get(), &_area) == 1 && std::isfinite(_area);
 }
 
@@ -206,7 +201,7 @@ bool ClipRegion::prepare()
 {
     GEOSContextHandle_t geos = _geos.handle();
     _prepared = _geos.own(GEOSPrepare_r(geos, _shape.get()));
-    if (!_prepared || !decompose(_shape.get(), 0)) return false;
+    if (!_prepared || !triangulate(_shape.get(), 0)) return false;
 
     const auto isInside = [&](double x, double y)
     {
@@ -214,17 +209,17 @@ bool ClipRegion::prepare()
         return point && GEOSPreparedIntersects_r(geos, _prepared.get(), point.get()) == 1;
     };
     _cells = std::make_unique<ClipCells>(envelopeOf(geos, _shape.get()), outline(), isInside);
-    plantTree();
+    buildTree();
     return true;
 }
 
 /** The triangulation takes time with the square of the corners, and once in thousands of tangles it finds no way: in
- *  both cases the halves are easier. */
-bool ClipRegion::decompose(const GEOSGeometry* shape, int halvings)
+ * both cases the halves are easier. */
+bool ClipRegion::triangulate(const GEOSGeometry* shape, int halvings)
 {
     GEOSContextHandle_t geos = _geos.handle();
-    const bool isLast = halvings == kMostHalvings;
-    if ((isLast || GEOSGetNumCoordinates_r(geos, shape) <= kFewCorners) && addParts(shape)) return true;
+    const bool isLast = halvings == kMaxHalvings;
+    if ((isLast || GEOSGetNumCoordinates_r(geos, shape) <= kFewCorners) && addTriangles(shape)) return true;
     if (isLast) return false;
 
     const PlanBox box = envelopeOf(geos, shape);
@@ -236,21 +231,16 @@ bool ClipRegion::decompose(const GEOSGeometry* shape, int halvings)
         low.maxY = high.minY = 0.5 * (box.minY + box.maxY);
     for (const PlanBox& half : {low, high})
     {
-        const GeosSession::Geometry rectangle = geometryOf({{half.minX, half.minY, 0.0},
-                                                            {half.maxX, half.minY, 0.0},
-                                                            {half.maxX, half.maxY, 0.0},
-                                                            {half.minX, half.maxY, 0.0},
-                                                            {half.minX, half.minY, 0.0}},
-                                                           true);
+        const GeosSession::Geometry rectangle = rectangleOf(half);
         if (!rectangle) return false;
         const GeosSession::Geometry piece = _geos.own(GEOSIntersection_r(geos, shape, rectangle.get()));
-        if (!piece || !decompose(onlyAreas(*piece).get(), halvings + 1)) return false;
+        if (!piece || !triangulate(polygonsOf(*piece).get(), halvings + 1)) return false;
     }
     return true;
 }
 
 /** False, and nothing added, if the triangles do not make up the shape. */
-bool ClipRegion::addParts(const GEOSGeometry* shape)
+bool ClipRegion::addTriangles(const GEOSGeometry* shape)
 {
     GEOSContextHandle_t geos = _geos.handle();
     const GeosSession::Geometry triangles = _geos.own(GEOSConstrainedDelaunayTriangulation_r(geos, shape));
@@ -258,35 +248,32 @@ bool ClipRegion::addParts(const GEOSGeometry* shape)
     if (!triangles || GEOSArea_r(geos, shape, &area) == 0) return false;
 
     double covered = 0.0;
-    std::vector<Part> parts;
-    forEachPolygon(geos, triangles.get(),
-                   [&](const GEOSGeometry* polygon)
-                   {
-                       std::vector<osg::Vec3d> points = pointsOf(geos, GEOSGetExteriorRing_r(geos, polygon));
-                       if (points.size() != 4) return;
-                       if (planArea(points[0], points[1], points[2]) < 0.0) std::swap(points[1], points[2]);
-                       const osg::Vec3d& a = points[0];
-                       const osg::Vec3d& b = points[1];
-                       const osg::Vec3d& c = points[2];
-                       covered += planArea(a, b, c);
-                       parts.push_back({boxOf({a, b, c}), {leftOf(a, b), leftOf(b, c), leftOf(c, a)}});
-                   });
+    std::vector<Triangle> found;
+    forEachPolygon(
+        geos, triangles.get(),
+        [&](const GEOSGeometry* polygon)
+        {
+            std::vector<osg::Vec3d> points = pointsOf(geos, GEOSGetExteriorRing_r(geos, polygon));
+            if (points.size() != 4) return;
+            if (planArea(points[0], points[1], points[2]) < 0.0) std::swap(points[1], points[2]);
+            const osg::Vec3d& a = points[0];
+            const osg::Vec3d& b = points[1];
+            const osg::Vec3d& c = points[2];
+            covered += planArea(a, b, c);
+            found.push_back({boxOf({a, b, c}), {halfSpaceLeftOf(a, b), halfSpaceLeftOf(b, c), halfSpaceLeftOf(c, a)}});
+        });
     if (!(std::abs(covered - area) <= 1e-10 * area + 1e-14 * _area)) return false;
-    _parts.insert(_parts.end(), parts.begin(), parts.end());
+    _triangles.insert(_triangles.end(), found.begin(), found.end());
     return true;
 }
 
-void ClipRegion::plantTree()
+void ClipRegion::buildTree()
 {
-    if (_parts.size() <= kFewParts) return;
+    if (_triangles.size() <= kFewTriangles) return;
     GEOSContextHandle_t geos = _geos.handle();
     _tree = _geos.own(GEOSSTRtree_create_r(geos, 10));
-    for (Part& part : _parts)
-    {
-        const GeosSession::Geometry diagonal =
-            geometryOf({{part.box.minX, part.box.minY, 0.0}, {part.box.maxX, part.box.maxY, 0.0}}, false);
-        GEOSSTRtree_insert_r(geos, _tree.get(), diagonal.get(), &part);
-    }
+    for (Triangle& triangle : _triangles)
+        GEOSSTRtree_insert_r(geos, _tree.get(), rectangleOf(triangle.box).get(), &triangle);
 }
 
 Side ClipRegion::sideOf(const osg::Vec3d& a, const osg::Vec3d& b, const osg::Vec3d& c) const
@@ -295,7 +282,7 @@ Side ClipRegion::sideOf(const osg::Vec3d& a, const osg::Vec3d& b, const osg::Vec
     // Seen from above an upright triangle is the line between those two of its corners that lie farthest apart; to run
     // through all three and back covers it whichever they are.
     const bool isUpright = planArea(a, b, c) == 0.0;
-    const GeosSession::Geometry seen = geometryOf({a, b, c, a}, !isUpright);
+    const GeosSession::Geometry seen = makeGeometry({a, b, c, a}, !isUpright);
     if (!seen) return Side::straddling;
     if (GEOSPreparedIntersects_r(geos, _prepared.get(), seen.get()) == 0) return Side::outside;
     return GEOSPreparedCovers_r(geos, _prepared.get(), seen.get()) == 1 ? Side::inside : Side::straddling;
@@ -313,69 +300,67 @@ double ClipRegion::toleranceFor(const ConvexPolygon& polygon) const
 void ClipRegion::cut(const ConvexPolygon& polygon, std::vector<ConvexPolygon>& inside,
                      std::vector<ConvexPolygon>& outside) const
 {
-    cutBy(polygon, partsNear(polygon, toleranceFor(polygon)), 0, inside, outside);
+    cutBy(polygon, trianglesNear(polygon, toleranceFor(polygon)), 0, inside, outside);
 }
 
-ClipRegion::Parts ClipRegion::partsNear(const ConvexPolygon& polygon, double tolerance) const
+ClipRegion::Triangles ClipRegion::trianglesNear(const ConvexPolygon& polygon, double tolerance) const
 {
-    Parts parts;
-    const PlanBox box = boxOf(polygon);
+    Triangles triangles;
     if (!_tree)
     {
-        for (const Part& part : _parts)
-            parts.push_back(&part);
-        return parts;
+        for (const Triangle& triangle : _triangles)
+            triangles.push_back(&triangle);
+        return triangles;
     }
     std::vector<const void*> found;
-    const GeosSession::Geometry diagonal = geometryOf(
-        {{box.minX - tolerance, box.minY - tolerance, 0.0}, {box.maxX + tolerance, box.maxY + tolerance, 0.0}}, false);
-    GEOSSTRtree_query_r(_geos.handle(), _tree.get(), diagonal.get(), keepItem, &found);
+    const GeosSession::Geometry box = rectangleOf(boxOf(polygon).widened(tolerance));
+    GEOSSTRtree_query_r(_geos.handle(), _tree.get(), box.get(), appendItem, &found);
     for (const void* item : found)
-        parts.push_back(static_cast<const Part*>(item));
-    std::sort(parts.begin(), parts.end(), std::less<>()); // the tree's order is its own business
-    return parts;
+        triangles.push_back(static_cast<const Triangle*>(item));
+    std::sort(triangles.begin(), triangles.end(), std::less<>()); // the tree's order is its own business
+    return triangles;
 }
 
-void ClipRegion::cutBy(const ConvexPolygon& polygon, const Parts& candidates, int halvings,
+void ClipRegion::cutBy(const ConvexPolygon& polygon, const Triangles& candidates, int halvings,
                        std::vector<ConvexPolygon>& inside, std::vector<ConvexPolygon>& outside) const
 {
     const PlanBox box = boxOf(polygon);
     const double tolerance = toleranceFor(polygon);
-    Parts parts;
-    const auto mayMeet = [&](const Part* part)
+    Triangles triangles;
+    const auto mayMeet = [&](const Triangle* triangle)
     {
         const auto isBeyond = [&](const HalfSpace& half)
         {
             return std::all_of(polygon.begin(), polygon.end(),
                                [&](const osg::Vec3d& corner) { return half.depthOf(corner) < -tolerance; });
         };
-        return part->box.overlaps(
-                   {box.minX - tolerance, box.minY - tolerance, box.maxX + tolerance, box.maxY + tolerance}) &&
-               std::none_of(part->halves.begin(), part->halves.end(), isBeyond);
+        return triangle->box.overlaps(box.widened(tolerance)) &&
+               std::none_of(triangle->sides.begin(), triangle->sides.end(), isBeyond);
     };
-    std::copy_if(candidates.begin(), candidates.end(), std::back_inserter(parts), mayMeet);
+    std::copy_if(candidates.begin(), candidates.end(), std::back_inserter(triangles), mayMeet);
 
-    // Each part that is taken out may leave three pieces more: many parts are met in small places, one after another.
-    if (parts.size() > kFewParts && halvings < kMostHalvings)
+    // Each triangle may leave three pieces more of a polygon: many are met in small places, one after another.
+    if (triangles.size() > kFewTriangles && halvings < kMaxHalvings)
     {
         const bool isWide = box.maxX - box.minX > box.maxY - box.minY;
         const osg::Vec3d middle(0.5 * (box.minX + box.maxX), 0.5 * (box.minY + box.maxY), 0.0);
         const HalfSpace half{middle, isWide ? osg::Vec3d(1, 0, 0) : osg::Vec3d(0, 1, 0)};
         const CutPolygon halved = cutPolygon(polygon, half, tolerance);
-        if (!halved.inside.empty()) cutBy(halved.inside, parts, halvings + 1, inside, outside);
-        if (!halved.outside.empty()) cutBy(halved.outside, parts, halvings + 1, inside, outside);
+        if (!halved.inside.empty()) cutBy(halved.inside, triangles, halvings + 1, inside, outside);
+        if (!halved.outside.empty()) cutBy(halved.outside, triangles, halvings + 1, inside, outside);
         return;
     }
-    std::vector<ConvexPolygon> rests{polygon};
-    for (const Part* part : parts)
+    std::vector<ConvexPolygon> remaining{polygon};
+    for (const Triangle* triangle : triangles)
     {
-        std::vector<ConvexPolygon> left;
-        for (const ConvexPolygon& rest : rests)
-            if (ConvexPolygon taken = takeOut(rest, part->halves, tolerance, left); !taken.empty())
-                inside.push_back(std::move(taken));
-        rests = std::move(left);
+        std::vector<ConvexPolygon> stillOutside;
+        for (const ConvexPolygon& piece : remaining)
+            if (ConvexPolygon clipped = clipToTriangle(piece, triangle->sides, tolerance, stillOutside);
+                !clipped.empty())
+                inside.push_back(std::move(clipped));
+        remaining = std::move(stillOutside);
     }
-    std::move(rests.begin(), rests.end(), std::back_inserter(outside));
+    std::move(remaining.begin(), remaining.end(), std::back_inserter(outside));
 }
 
 } // namespace mvgeo

@@ -21,7 +21,7 @@ struct HeightRange
 
 /** Takes triangles one by one and keeps what one clip wants of them.
  *
- *  All points that come in are local to the region's origin; `triangles` gets the host's frame. A triangle without
+ * All points that come in are local to the region's origin; `triangles` gets the host's frame. A triangle without
  * area, or with a coordinate that is no number, leaves nothing. Thread: one at a time.
  */
 class TriangleClip

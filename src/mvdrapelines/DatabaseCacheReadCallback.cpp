@@ -14,7 +14,7 @@ namespace
 
 using Lock = OpenThreads::ScopedLock<OpenThreads::Mutex>;
 
-/** A damaged tile can make the toolkit throw; whoever measures goes on without it. */
+/** A damaged tile can make OSG throw; whoever measures goes on without it. */
 osg::ref_ptr<osg::Node> readGuarded(const std::string& fileName, const osgDB::Options* options)
 {
     try

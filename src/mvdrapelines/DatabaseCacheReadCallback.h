@@ -12,13 +12,13 @@
 #include <string>
 
 /** Reads the tiles that a measurement needs and the scene does not hold, and keeps them for the measurement's length: a
- *  long line asks for the same tile once a segment.
+ * long line asks for the same tile once a segment.
  *
- *  The limit is a soft one: a new tile takes the place of the first one, by name, that nobody else holds; if all are
- *  held, it is stored on top. A tile that cannot be read is not remembered.
+ * The limit is a soft one: a new tile takes the place of the first one, by name, that nobody else holds; if all are
+ * held, it is stored on top. A tile that cannot be read is not remembered.
  *
- *  Thread: any; no lock is held while a file is read. Two threads that miss the same file both read it, and the later
- *  one's tile stays. Ownership: every stored tile lives until it is replaced or the callback goes.
+ * Thread: any; no lock is held while a file is read. Two threads that miss the same file both read it, and the later
+ * one's tile stays. Ownership: every stored tile lives until it is replaced or the callback goes.
  */
 class DatabaseCacheReadCallback : public osgUtil::IntersectionVisitor::ReadCallback
 {
@@ -27,7 +27,7 @@ public:
 
     osg::ref_ptr<osg::Node> readNodeFile(const std::string& fileName) override;
     /** Null if the file cannot be read, also if its reader throws.
-     *  @param options may be null; a tile that is stored already is returned whatever they say */
+     * @param options  may be null; a tile that is stored already is returned whatever they say */
     virtual osg::ref_ptr<osg::Node> readNodeFile(const std::string& fileName, const osgDB::Options* options);
 
     /** The stored tile; null if there is none. Spares the options of a read that does not happen. */

@@ -19,8 +19,8 @@ constexpr double kBoxBorder = 0.01;
 constexpr std::size_t kSegmentsPerBox = 16;
 constexpr double kFarthest = 1e300; // boxes stay finite, and so do the sums of their sides
 
-/** A rectangle of the plane on which the pieces are looked at from aslant. */
-struct FlatBox
+/** A rectangle of the plane that the pieces are projected onto, aslant. */
+struct ProjectedBox
 {
     double minU = kFarthest;
     double minV = kFarthest;
@@ -35,26 +35,26 @@ struct FlatBox
         maxV = std::max(maxV, v);
     }
     [[nodiscard]] bool contains(double u, double v) const { return u >= minU && u <= maxU && v >= minV && v <= maxV; }
-    [[nodiscard]] FlatBox widened() const
+    [[nodiscard]] ProjectedBox widened() const
     {
         return {minU - kBoxBorder, minV - kBoxBorder, maxU + kBoxBorder, maxV + kBoxBorder};
     }
 };
 
-// The tree is flat. Seen from above, all of a wall would lie on one spot; seen along a level direction, all of a plain.
-// Along this direction hardly anything stands behind anything else.
-double slantU(const KdGePoint3d& point)
+// The tree is of two dimensions. Seen from above, all of a wall would lie on one spot; seen along a level direction,
+// all of a plain. Along this direction hardly anything stands behind anything else.
+double projectU(const KdGePoint3d& point)
 {
     return std::clamp(point.x + 0.37 * point.z, -kFarthest, kFarthest);
 }
 
-double slantV(const KdGePoint3d& point)
+double projectV(const KdGePoint3d& point)
 {
     return std::clamp(point.y + 0.61 * point.z, -kFarthest, kFarthest);
 }
 
-/** A rectangle of the plan that lies along something. */
-struct LongBox
+/** A rectangle of the plan that is turned to lie along something. */
+struct OrientedBox
 {
     double x = 0.0; // the middle
     double y = 0.0;
@@ -67,7 +67,7 @@ struct LongBox
     [[nodiscard]] double across(double otherX, double otherY) const { return otherY * alongX - otherX * alongY; }
 
     /** True if there is more than `gap` between the other box and the line that this one lies along. */
-    [[nodiscard]] bool isBeside(const LongBox& other, double gap) const
+    [[nodiscard]] bool isBeside(const OrientedBox& other, double gap) const
     {
         const double reach = std::abs(across(other.alongX, other.alongY)) * other.halfLength +
                              std::abs(along(other.alongX, other.alongY)) * other.halfWidth;
@@ -76,19 +76,19 @@ struct LongBox
 };
 
 /** Some neighbouring segments of one piece: those from point `first` to point `last`. */
-struct Run
+struct SegmentRun
 {
     std::size_t piece;
     std::size_t first;
     std::size_t last;
-    FlatBox box;
-    LongBox plan;
+    ProjectedBox box;
+    OrientedBox plan;
 };
 
-LongBox longBoxAround(const KdGePoint3d* first, const KdGePoint3d* last)
+OrientedBox orientedBoxAround(const KdGePoint3d* first, const KdGePoint3d* last)
 {
     const double length = std::hypot(last->x - first->x, last->y - first->y);
-    LongBox box{(first->x + last->x) / 2.0, (first->y + last->y) / 2.0};
+    OrientedBox box{(first->x + last->x) / 2.0, (first->y + last->y) / 2.0};
     if (length > 0.0)
     {
         box.alongX = (last->x - first->x) / length;
@@ -102,18 +102,18 @@ LongBox longBoxAround(const KdGePoint3d* first, const KdGePoint3d* last)
     return box;
 }
 
-std::vector<Run> cutIntoRuns(const PiecePoints& pieces)
+std::vector<SegmentRun> cutIntoRuns(const PiecePoints& pieces)
 {
-    std::vector<Run> runs;
+    std::vector<SegmentRun> runs;
     for (std::size_t piece = 0; piece < pieces.pieceCount(); ++piece)
     {
         const std::size_t last = pieces.firstPoint[piece + 1] - 1;
         for (std::size_t first = pieces.firstPoint[piece]; first < last; first += kSegmentsPerBox)
         {
-            Run run{piece, first, std::min(first + kSegmentsPerBox, last), {}, {}};
-            run.plan = longBoxAround(&pieces.points[run.first], &pieces.points[run.last]);
+            SegmentRun run{piece, first, std::min(first + kSegmentsPerBox, last), {}, {}};
+            run.plan = orientedBoxAround(&pieces.points[run.first], &pieces.points[run.last]);
             for (std::size_t point = run.first; point <= run.last; ++point)
-                run.box.expandBy(slantU(pieces.points[point]), slantV(pieces.points[point]));
+                run.box.expandBy(projectU(pieces.points[point]), projectV(pieces.points[point]));
             runs.push_back(run);
         }
     }
@@ -124,21 +124,21 @@ std::vector<Run> cutIntoRuns(const PiecePoints& pieces)
 class RunTree
 {
 public:
-    explicit RunTree(const std::vector<Run>& runs) : _tree(_geos.own(GEOSSTRtree_create_r(_geos.handle(), 10)))
+    explicit RunTree(const std::vector<SegmentRun>& runs) : _tree(_geos.own(GEOSSTRtree_create_r(_geos.handle(), 10)))
     {
         _isComplete = _tree != nullptr;
-        for (const Run& run : runs)
+        for (const SegmentRun& run : runs)
         {
             const auto rectangle = rectangleOf(run.box.widened());
             _isComplete = _isComplete && rectangle;
             if (!_isComplete) return;
             // The tree keeps a copy of the rectangle's box, and takes items that may be written to.
-            GEOSSTRtree_insert_r(_geos.handle(), _tree.get(), rectangle.get(), const_cast<Run*>(&run));
+            GEOSSTRtree_insert_r(_geos.handle(), _tree.get(), rectangle.get(), const_cast<SegmentRun*>(&run));
         }
     }
 
     /** @return false if GEOS cannot answer */
-    [[nodiscard]] bool find(const FlatBox& box, std::vector<const Run*>& found) const
+    [[nodiscard]] bool find(const ProjectedBox& box, std::vector<const SegmentRun*>& found) const
     {
         found.clear();
         const auto rectangle = _isComplete ? rectangleOf(box) : nullptr;
@@ -146,13 +146,13 @@ public:
         GEOSSTRtree_query_r(
             _geos.handle(), _tree.get(), rectangle.get(),
             [](void* item, void* list)
-            { static_cast<std::vector<const Run*>*>(list)->push_back(static_cast<const Run*>(item)); },
+            { static_cast<std::vector<const SegmentRun*>*>(list)->push_back(static_cast<const SegmentRun*>(item)); },
             &found);
         return true;
     }
 
 private:
-    [[nodiscard]] GeosSession::Geometry rectangleOf(const FlatBox& box) const
+    [[nodiscard]] GeosSession::Geometry rectangleOf(const ProjectedBox& box) const
     {
         return _geos.own(GEOSGeom_createRectangle_r(_geos.handle(), box.minU, box.minV, box.maxU, box.maxV));
     }
@@ -162,13 +162,13 @@ private:
     bool _isComplete = false;
 };
 
-/** Points that are the same place, as a forest of which each root is the first of its points. */
-class SamePlaces
+/** Sets of points that are the same place, each a tree whose root is the first of its points. */
+class DisjointSets
 {
 public:
-    explicit SamePlaces(std::size_t count) : _parent(count) { std::iota(_parent.begin(), _parent.end(), 0U); }
+    explicit DisjointSets(std::size_t count) : _parent(count) { std::iota(_parent.begin(), _parent.end(), 0U); }
 
-    std::size_t first(std::size_t point)
+    std::size_t firstOf(std::size_t point)
     {
         while (_parent[point] != point)
             point = _parent[point] = _parent[_parent[point]];
@@ -176,7 +176,7 @@ public:
     }
     void unite(std::size_t a, std::size_t b)
     {
-        const auto [low, high] = std::minmax({first(a), first(b)});
+        const auto [low, high] = std::minmax({firstOf(a), firstOf(b)});
         _parent[high] = low;
     }
 
@@ -192,13 +192,13 @@ public:
     std::optional<PieceNodes> find()
     {
         closeRings();
-        const std::vector<Run> runs = cutIntoRuns(_pieces);
+        const std::vector<SegmentRun> runs = cutIntoRuns(_pieces);
         const RunTree tree(runs);
-        std::vector<const Run*> neighbours;
-        for (const Run& run : runs)
+        std::vector<const SegmentRun*> neighbours;
+        for (const SegmentRun& run : runs)
         {
             if (!tree.find(run.box, neighbours)) return std::nullopt;
-            for (const Run* other : neighbours)
+            for (const SegmentRun* other : neighbours)
                 if (other->piece != run.piece) compare(run, *other);
         }
         return result();
@@ -215,15 +215,15 @@ private:
         }
     }
 
-    void compare(const Run& run, const Run& other)
+    void compare(const SegmentRun& run, const SegmentRun& other)
     {
         // Pieces come from upright cuts: straight in plan. The boxes of parallel lines overlap all the same.
         if (other.plan.isBeside(run.plan, kBoxBorder)) return;
-        const FlatBox box = other.box.widened();
+        const ProjectedBox box = other.box.widened();
         for (std::size_t point = run.first; point <= run.last; ++point)
         {
             const KdGePoint3d& place = _pieces.points[point];
-            if (!box.contains(slantU(place), slantV(place))) continue;
+            if (!box.contains(projectU(place), projectV(place))) continue;
             for (std::size_t segment = other.first; segment < other.last; ++segment)
                 compare(point, segment);
         }
@@ -254,23 +254,23 @@ private:
         if ((isAtEnd && toNearest <= kOnSegment) || along <= 0.0 || along >= length)
             _places.unite(point, nearest);
         else
-            _touches.push_back({segment, along, point});
+            _pointsOnSegments.push_back({segment, along, point});
     }
 
     PieceNodes result()
     {
-        std::sort(_touches.begin(), _touches.end(),
-                  [](const PieceNodes::Touch& a, const PieceNodes::Touch& b)
+        std::sort(_pointsOnSegments.begin(), _pointsOnSegments.end(),
+                  [](const PieceNodes::PointOnSegment& a, const PieceNodes::PointOnSegment& b)
                   { return std::tie(a.segment, a.along, a.point) < std::tie(b.segment, b.along, b.point); });
-        PieceNodes nodes{std::vector<std::size_t>(_pieces.points.size()), std::move(_touches)};
+        PieceNodes nodes{std::vector<std::size_t>(_pieces.points.size()), std::move(_pointsOnSegments)};
         for (std::size_t point = 0; point < nodes.nodeOf.size(); ++point)
-            nodes.nodeOf[point] = _places.first(point);
+            nodes.nodeOf[point] = _places.firstOf(point);
         return nodes;
     }
 
     const PiecePoints& _pieces;
-    SamePlaces _places;
-    std::vector<PieceNodes::Touch> _touches;
+    DisjointSets _places;
+    std::vector<PieceNodes::PointOnSegment> _pointsOnSegments;
 };
 
 } // namespace

@@ -27,8 +27,8 @@ class KnownPieces
 public:
     explicit KnownPieces(const PiecePoints& pieces) : _pieces(pieces) {}
 
-    /** Whether the points from `first` on repeat a piece; they are known from now on. */
-    [[nodiscard]] bool comesAgain(std::size_t first)
+    /** False if the points from `first` on repeat a piece; else they are known from now on. */
+    [[nodiscard]] bool addIfNew(std::size_t first)
     {
         const auto begin = _pieces.points.begin() + static_cast<std::ptrdiff_t>(first);
         const auto end = _pieces.points.end();
@@ -39,13 +39,13 @@ public:
             const std::size_t piece = _pieces.pieceOf[known->second];
             const auto knownBegin = _pieces.points.begin() + static_cast<std::ptrdiff_t>(known->second);
             const auto knownEnd = _pieces.points.begin() + static_cast<std::ptrdiff_t>(_pieces.firstPoint[piece + 1]);
-            if (std::equal(begin, end, knownBegin, knownEnd, isSame)) return true;
+            if (std::equal(begin, end, knownBegin, knownEnd, isSame)) return false;
             if (std::equal(begin, end, std::make_reverse_iterator(knownEnd), std::make_reverse_iterator(knownBegin),
                            isSame))
-                return true;
+                return false;
         }
         _firstPoints.emplace(key, first);
-        return false;
+        return true;
     }
 
 private:
@@ -83,7 +83,7 @@ PiecePoints collectPoints(const std::vector<std::vector<KdGePoint3d>>& pieces)
         for (const KdGePoint3d& point : piece)
             if (result.points.size() == first || !(point.distanceTo(result.points.back()) < kSamePoint))
                 result.points.push_back(point);
-        if (result.points.size() < first + 2 || known.comesAgain(first))
+        if (result.points.size() < first + 2 || !known.addIfNew(first))
         {
             result.points.resize(first);
             continue;

@@ -20,7 +20,7 @@ struct PiecePoints
 };
 
 /** Leaves out pieces with a coordinate that is no number or infinite, points less than 1e-6 behind the one before, and
- *  then pieces of less than two points, and those that repeat a piece before them, either way round. */
+ * then pieces of less than two points, and those that repeat a piece before them, either way round. */
 [[nodiscard]] PiecePoints collectPoints(const std::vector<std::vector<KdGePoint3d>>& pieces);
 
 } // namespace mvgeo

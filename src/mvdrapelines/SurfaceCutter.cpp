@@ -1,6 +1,6 @@
 #include "mvdrapelines/SurfaceCutter.h"
 
-#include "mvdrapelines/SegmentChains.h"
+#include "mvdrapelines/SegmentChaining.h"
 #include "support/UserValues.h"
 
 #include <osg/Geometry>

@@ -1,6 +1,6 @@
 #include "mvdrapelines/DatabaseCacheReadCallback.h"
 #include "mvdrapelines/IntersectionVisitor.h"
-#include "mvdrapelines/PieceJoiner.h"
+#include "mvdrapelines/PieceJoining.h"
 #include "mvdrapelines/SurfaceCutter.h"
 #include "mvosggeomesh/GuardedQuery.h"
 #include "mvosggeomesh/MvOsgGeoMesh.h"

@@ -8,7 +8,7 @@
 #include <random>
 #include <vector>
 
-/** What the tests of clipping reckon for themselves, as plainly as it can be said. */
+/** What the tests of clipping compute for themselves, as plainly as it can be said. */
 namespace clipgeometry
 {
 

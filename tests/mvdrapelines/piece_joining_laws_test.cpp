@@ -1,4 +1,4 @@
-#include "mvdrapelines/PieceJoiner.h"
+#include "mvdrapelines/PieceJoining.h"
 
 #include <gtest/gtest.h>
 
@@ -109,7 +109,7 @@ void expectSame(const Line& found, const Line& expected)
 
 } // namespace
 
-TEST(PieceJoinerLaws, ACutLineComesBackExactly)
+TEST(PieceJoiningLaws, ACutLineComesBackExactly)
 {
     Random random(kSeed);
     for (int round = 0; round < 100; ++round)
@@ -124,7 +124,7 @@ TEST(PieceJoinerLaws, ACutLineComesBackExactly)
     }
 }
 
-TEST(PieceJoinerLaws, SeveralCutLinesComeBackExactly)
+TEST(PieceJoiningLaws, SeveralCutLinesComeBackExactly)
 {
     Random random(kSeed);
     Lines lines;
@@ -143,7 +143,7 @@ TEST(PieceJoinerLaws, SeveralCutLinesComeBackExactly)
         expectSame(result[i], lines[i]);
 }
 
-TEST(PieceJoinerLaws, ACutRingComesBackWithItsLength)
+TEST(PieceJoiningLaws, ACutRingComesBackWithItsLength)
 {
     Random random(kSeed);
     for (int round = 0; round < 50; ++round)
@@ -163,7 +163,7 @@ TEST(PieceJoinerLaws, ACutRingComesBackWithItsLength)
 }
 
 // Every stretch is given by one to three tiles, with other points on it in each, some of them run backwards.
-TEST(PieceJoinerLaws, CoveringTwiceChangesNeitherCourseNorLength)
+TEST(PieceJoiningLaws, CoveringTwiceChangesNeitherCourseNorLength)
 {
     Random random(kSeed);
     for (int round = 0; round < 50; ++round)
@@ -188,7 +188,7 @@ TEST(PieceJoinerLaws, CoveringTwiceChangesNeitherCourseNorLength)
 
 // Lines that cross each other and themselves anywhere: whatever is joined to what, no stretch comes or goes. An end
 // that comes within 1e-4 of another line by chance may be moved onto it.
-TEST(PieceJoinerLaws, TheTotalLengthStaysInATangle)
+TEST(PieceJoiningLaws, TheTotalLengthStaysInATangle)
 {
     Random random(kSeed);
     for (int round = 0; round < 50; ++round)
@@ -208,7 +208,7 @@ TEST(PieceJoinerLaws, TheTotalLengthStaysInATangle)
 }
 
 // Corners of a coarse grid, so that ends meet in crowds and stretches are covered often.
-TEST(PieceJoinerLaws, AGridHasEveryEdgeOnce)
+TEST(PieceJoiningLaws, AGridHasEveryEdgeOnce)
 {
     Random random(kSeed);
     for (int round = 0; round < 50; ++round)
@@ -237,7 +237,7 @@ TEST(PieceJoinerLaws, AGridHasEveryEdgeOnce)
     }
 }
 
-TEST(PieceJoinerLaws, AskedTwiceTheAnswerIsTheSame)
+TEST(PieceJoiningLaws, AskedTwiceTheAnswerIsTheSame)
 {
     Random random(kSeed);
     Lines pieces;
@@ -250,7 +250,7 @@ TEST(PieceJoinerLaws, AskedTwiceTheAnswerIsTheSame)
         expectSame(second[i], first[i]);
 }
 
-TEST(PieceJoinerLaws, JoiningWhatIsJoinedChangesNothing)
+TEST(PieceJoiningLaws, JoiningWhatIsJoinedChangesNothing)
 {
     Random random(kSeed);
     const Line line = randomLine(random, 500);
@@ -260,7 +260,7 @@ TEST(PieceJoinerLaws, JoiningWhatIsJoinedChangesNothing)
 }
 
 // Slow if every piece were compared with every other: 20,000 times 20,000.
-TEST(PieceJoinerLaws, ManySmallPiecesAreOneLine)
+TEST(PieceJoiningLaws, ManySmallPiecesAreOneLine)
 {
     Random random(kSeed);
     const Line line = randomLine(random, 20001);

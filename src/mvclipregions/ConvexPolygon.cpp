@@ -1,4 +1,4 @@
-#include "mvclipregions/ConvexCut.h"
+#include "mvclipregions/ConvexPolygon.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,8 +11,8 @@ namespace mvgeo
 namespace
 {
 
-/** Where the edge meets the plane. Always reckoned from the inner corner, so that both triangles of a mesh edge get the
- *  same point. */
+/** Where the edge meets the plane. Always computed from the inner corner, so that both triangles of a mesh edge get the
+ * same point. */
 osg::Vec3d crossing(const osg::Vec3d& inner, double innerDepth, const osg::Vec3d& outer, double outerDepth)
 {
     return inner + (outer - inner) * (innerDepth / (innerDepth - outerDepth));
@@ -20,7 +20,7 @@ osg::Vec3d crossing(const osg::Vec3d& inner, double innerDepth, const osg::Vec3d
 
 } // namespace
 
-HalfSpace leftOf(const osg::Vec3d& from, const osg::Vec3d& to)
+HalfSpace halfSpaceLeftOf(const osg::Vec3d& from, const osg::Vec3d& to)
 {
     const bool isForward = std::make_pair(from.x(), from.y()) < std::make_pair(to.x(), to.y());
     const osg::Vec3d& low = isForward ? from : to;
@@ -58,24 +58,24 @@ CutPolygon cutPolygon(const ConvexPolygon& polygon, const HalfSpace& half, doubl
     return result;
 }
 
-ConvexPolygon takeOut(const ConvexPolygon& polygon, const std::array<HalfSpace, 3>& halves, double tolerance,
-                      std::vector<ConvexPolygon>& rests)
+ConvexPolygon clipToTriangle(const ConvexPolygon& polygon, const std::array<HalfSpace, 3>& triangle, double tolerance,
+                             std::vector<ConvexPolygon>& outside)
 {
-    ConvexPolygon left = polygon;
+    ConvexPolygon inside = polygon;
     std::vector<ConvexPolygon> cutOff;
-    for (const HalfSpace& half : halves)
+    for (const HalfSpace& half : triangle)
     {
-        CutPolygon cut = cutPolygon(left, half, tolerance);
+        CutPolygon cut = cutPolygon(inside, half, tolerance);
         if (cut.inside.empty())
         {
-            rests.push_back(polygon);
+            outside.push_back(polygon);
             return {};
         }
         if (!cut.outside.empty()) cutOff.push_back(std::move(cut.outside));
-        left = std::move(cut.inside);
+        inside = std::move(cut.inside);
     }
-    std::move(cutOff.begin(), cutOff.end(), std::back_inserter(rests));
-    return left;
+    std::move(cutOff.begin(), cutOff.end(), std::back_inserter(outside));
+    return inside;
 }
 
 } // namespace mvgeo

@@ -21,8 +21,8 @@ struct HalfSpace
 };
 
 /** What lies left of the way from one point to another, seen from above. The opposite way gives exactly the opposite
- *  depths, so that two areas with a common edge share out every point. */
-[[nodiscard]] HalfSpace leftOf(const osg::Vec3d& from, const osg::Vec3d& to);
+ * depths, so that two areas with a common edge share out every point. */
+[[nodiscard]] HalfSpace halfSpaceLeftOf(const osg::Vec3d& from, const osg::Vec3d& to);
 
 struct CutPolygon
 {
@@ -31,13 +31,12 @@ struct CutPolygon
 };
 
 /** Cuts a polygon in two; one of the halves may be empty. Corners within `tolerance` of the plane count as lying on it,
- *  and a polygon that lies in it is inside. */
+ * and a polygon that lies in it is inside. */
 [[nodiscard]] CutPolygon cutPolygon(const ConvexPolygon& polygon, const HalfSpace& half, double tolerance);
 
-/** Takes what stands within three half spaces out of a polygon.
- *  @param rests  what is left of it, in convex pieces, is appended: the polygon itself if nothing was taken
- *  @return what was taken; may be empty */
-[[nodiscard]] ConvexPolygon takeOut(const ConvexPolygon& polygon, const std::array<HalfSpace, 3>& halves,
-                                    double tolerance, std::vector<ConvexPolygon>& rests);
+/** The part of a polygon inside a triangle, that is within three half spaces; may be empty.
+ * @param outside  the rest, in convex pieces, is appended: the polygon itself if nothing of it is inside */
+[[nodiscard]] ConvexPolygon clipToTriangle(const ConvexPolygon& polygon, const std::array<HalfSpace, 3>& triangle,
+                                           double tolerance, std::vector<ConvexPolygon>& outside);
 
 } // namespace mvgeo

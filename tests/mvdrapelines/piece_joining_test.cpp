@@ -1,4 +1,4 @@
-#include "mvdrapelines/PieceJoiner.h"
+#include "mvdrapelines/PieceJoining.h"
 
 #include <gtest/gtest.h>
 
@@ -64,22 +64,22 @@ Line along(const std::vector<double>& xs, double y = 0.0, double z = 0.0)
 
 } // namespace
 
-TEST(PieceJoiner, HasNothingToDoWithoutPieces)
+TEST(PieceJoining, HasNothingToDoWithoutPieces)
 {
     expectLines(joined({}), {});
 }
 
-TEST(PieceJoiner, LeavesASinglePieceAsItIs)
+TEST(PieceJoining, LeavesASinglePieceAsItIs)
 {
     expectUnchanged({{{0, 0, 1}, {1, 0, 3}, {2, 0.5, 2}}});
 }
 
-TEST(PieceJoiner, JoinsThePiecesOfAdjoiningTiles)
+TEST(PieceJoining, JoinsThePiecesOfAdjoiningTiles)
 {
     expectLines(joined({along({0, 3, 10}), along({10, 12, 20})}), {along({0, 3, 10, 12, 20})});
 }
 
-TEST(PieceJoiner, DoesNotMindTheOrderOfTheTiles)
+TEST(PieceJoining, DoesNotMindTheOrderOfTheTiles)
 {
     const Line whole = along({0, 10, 20, 30, 40});
     Lines tiles{along({0, 10}), along({10, 20}), along({20, 30}), along({30, 40})};
@@ -89,42 +89,42 @@ TEST(PieceJoiner, DoesNotMindTheOrderOfTheTiles)
     while (std::next_permutation(order.begin(), order.end()));
 }
 
-TEST(PieceJoiner, StandsInTheOrderOfEachLinesFirstPiece)
+TEST(PieceJoining, StandsInTheOrderOfEachLinesFirstPiece)
 {
     expectLines(joined({along({10, 20}, 5), along({10, 20}, 7), along({0, 10}, 7), along({0, 10}, 5)}),
                 {along({0, 10, 20}, 5), along({0, 10, 20}, 7)});
 }
 
-TEST(PieceJoiner, HasTheCornerOfALineOnce)
+TEST(PieceJoining, HasTheCornerOfALineOnce)
 {
     expectLines(joined({{{0, 0, 0}, {10, 0, 0}}, {{10, 0, 0}, {10, 5, 0}}}), {{{0, 0, 0}, {10, 0, 0}, {10, 5, 0}}});
 }
 
 // A sharp corner turns back, yet the second segment starts where the first one ends.
-TEST(PieceJoiner, GoesRoundASharpCorner)
+TEST(PieceJoining, GoesRoundASharpCorner)
 {
     expectLines(joined({{{0, 0, 0}, {10, 0, 0}}, {{10, 0, 0}, {0, 0.1, 0}}}), {{{0, 0, 0}, {10, 0, 0}, {0, 0.1, 0}}});
 }
 
-TEST(PieceJoiner, ClosesARing)
+TEST(PieceJoining, ClosesARing)
 {
     expectLines(joined({along({0, 10}), {{10, 0, 0}, {10, 10, 0}}, {{10, 10, 0}, {0, 0, 0}}}),
                 {{{0, 0, 0}, {10, 0, 0}, {10, 10, 0}, {0, 0, 0}}});
 }
 
-TEST(PieceJoiner, ClosesARingThatWasCutWithinASegment)
+TEST(PieceJoining, ClosesARingThatWasCutWithinASegment)
 {
     expectLines(joined({along({5, 10}), {{10, 0, 0}, {10, 10, 0}}, {{10, 10, 0}, {0, 0, 0}}, along({0, 5})}),
                 {{{5, 0, 0}, {10, 0, 0}, {10, 10, 0}, {0, 0, 0}, {5, 0, 0}}});
 }
 
-TEST(PieceJoiner, LeavesARingOfOnePieceClosed)
+TEST(PieceJoining, LeavesARingOfOnePieceClosed)
 {
     expectUnchanged({{{0, 0, 0}, {10, 0, 0}, {10, 0, 10}, {0, 0, 0}}});
 }
 
 // Its first and last points differ by less than the tolerance; a closed line ends with its very first point.
-TEST(PieceJoiner, ClosesARingExactly)
+TEST(PieceJoining, ClosesARingExactly)
 {
     expectLines(joined({{{0, 0, 0}, {10, 0, 0}, {10, 10, 0}, {1e-7, 0, 0}}}),
                 {{{0, 0, 0}, {10, 0, 0}, {10, 10, 0}, {0, 0, 0}}});
@@ -132,25 +132,25 @@ TEST(PieceJoiner, ClosesARingExactly)
 
 // ---- how near is near
 
-TEST(PieceJoiner, JoinsEndsWithinAMillionth)
+TEST(PieceJoining, JoinsEndsWithinAMillionth)
 {
     expectLines(joined({along({0, 10}), along({10 + 9e-7, 20})}), {along({0, 10, 20})});
 }
 
-TEST(PieceJoiner, LeavesAGapOfAThousandth)
+TEST(PieceJoining, LeavesAGapOfAThousandth)
 {
     expectUnchanged({along({0, 10}), along({10.001, 20})});
     expectUnchanged({along({0, 10}), along({10, 20}, 0.001)});
     expectUnchanged({along({0, 10}), along({10, 20}, 0, 0.001)});
 }
 
-TEST(PieceJoiner, LeavesASmallGapThatNoSegmentCovers)
+TEST(PieceJoining, LeavesASmallGapThatNoSegmentCovers)
 {
     expectUnchanged({along({0, 10}), along({10 + 5e-5, 20})});
 }
 
 // Neighbouring tiles whose common edge differs by the rounding of floats: a step up, to the side, or an overlap.
-TEST(PieceJoiner, JoinsAnEndWithinATenthOfAMillimetreOfASegment)
+TEST(PieceJoining, JoinsAnEndWithinATenthOfAMillimetreOfASegment)
 {
     expectLines(joined({along({0, 10}), along({10, 20}, 0, 9e-5)}), {{{0, 0, 0}, {10, 0, 0}, {20, 0, 9e-5}}});
     expectLines(joined({along({0, 10}), along({10, 20}, 9e-5)}), {{{0, 0, 0}, {10, 0, 0}, {20, 9e-5, 0}}});
@@ -158,18 +158,18 @@ TEST(PieceJoiner, JoinsAnEndWithinATenthOfAMillimetreOfASegment)
     expectUnchanged({along({0, 10}), along({10, 20}, 0, 1.1e-4)});
 }
 
-TEST(PieceJoiner, JoinsAFloorToTheWallThatStartsATinyBitLower)
+TEST(PieceJoining, JoinsAFloorToTheWallThatStartsATinyBitLower)
 {
     expectLines(joined({{{0, 0, 5e-5}, {10, 0, 5e-5}}, {{10, 0, 0}, {10, 0, 8}, {12, 0, 8}}}),
                 {{{0, 0, 5e-5}, {10, 0, 5e-5}, {10, 0, 8}, {12, 0, 8}}});
 }
 
-TEST(PieceJoiner, MeasuresInThreeDimensions)
+TEST(PieceJoining, MeasuresInThreeDimensions)
 {
     expectUnchanged({along({0, 10}, 0, 0), along({10, 20}, 0, 0.5)});
 }
 
-TEST(PieceJoiner, KeepsToItsTolerancesAtLargeCoordinates)
+TEST(PieceJoining, KeepsToItsTolerancesAtLargeCoordinates)
 {
     const auto far = [](double x, double z) { return KdGePoint3d(5e5 + x, 4e6 + 0.5 * x, 1e3 + z); };
     expectLines(joined({{far(20, 1), far(40, 2)}, {far(0, 0), far(20, 1 + 5e-7)}}),
@@ -180,25 +180,25 @@ TEST(PieceJoiner, KeepsToItsTolerancesAtLargeCoordinates)
 // ---- covered twice
 
 // The line runs along the border of two tiles, and both give it.
-TEST(PieceJoiner, HasABorderLineOnce)
+TEST(PieceJoining, HasABorderLineOnce)
 {
     expectLines(joined({along({0, 3, 10}), along({0, 3, 10})}), {along({0, 3, 10})});
 }
 
-TEST(PieceJoiner, HasABorderLineWithThePointsOfBothTiles)
+TEST(PieceJoining, HasABorderLineWithThePointsOfBothTiles)
 {
     expectLines(joined({along({0, 3, 10}), along({0, 5, 8, 10})}), {along({0, 3, 5, 8, 10})});
     expectLines(joined({along({0, 10}), along({0, 5, 10})}), {along({0, 5, 10})});
     expectLines(joined({along({0, 5, 10}), along({0, 10})}), {along({0, 5, 10})});
 }
 
-TEST(PieceJoiner, HasABorderLineOnceThoughItsHalvesComeFromOtherTiles)
+TEST(PieceJoining, HasABorderLineOnceThoughItsHalvesComeFromOtherTiles)
 {
     expectLines(joined({along({0, 4}), along({6, 10}), along({4, 6}), along({0, 5}), along({5, 10})}),
                 {along({0, 4, 5, 6, 10})});
 }
 
-TEST(PieceJoiner, HasTheOverlapOfTilesOnce)
+TEST(PieceJoining, HasTheOverlapOfTilesOnce)
 {
     expectLines(joined({along({0, 10}), along({7, 17})}), {along({0, 7, 10, 17})});
     expectLines(joined({along({7, 17}), along({0, 10})}), {along({0, 7, 10, 17})});
@@ -206,32 +206,32 @@ TEST(PieceJoiner, HasTheOverlapOfTilesOnce)
     expectLines(joined({along({5, 15}), along({0, 20})}), {along({0, 5, 15, 20})});
 }
 
-TEST(PieceJoiner, HasTheOverlapOfManyTilesOnce)
+TEST(PieceJoining, HasTheOverlapOfManyTilesOnce)
 {
     expectLines(joined({along({0, 10}), along({2, 12}), along({4, 14}), along({6, 16})}),
                 {along({0, 2, 4, 6, 10, 12, 14, 16})});
 }
 
-TEST(PieceJoiner, HasAStretchThatTheLineRevisitsOnce)
+TEST(PieceJoining, HasAStretchThatTheLineRevisitsOnce)
 {
     expectLines(joined({along({0, 3, 10}), along({10, 3, 0})}), {along({0, 3, 10})});
 }
 
 // A - B - A - C: the way back is gone, so what follows meets the first piece's start, and that piece says the
 // direction.
-TEST(PieceJoiner, GoesOnFromWhereAStretchWasRevisited)
+TEST(PieceJoining, GoesOnFromWhereAStretchWasRevisited)
 {
     expectLines(joined({along({0, 10}), along({10, 0}), {{0, 0, 0}, {0, 5, 0}}}), {{{0, 5, 0}, {0, 0, 0}, {10, 0, 0}}});
 }
 
 // Under an overhang the first piece found may run against the others.
-TEST(PieceJoiner, RunsAsMostOfItDoes)
+TEST(PieceJoining, RunsAsMostOfItDoes)
 {
     expectLines(joined({{{12, 0, 0}, {10, 0, 0}}, along({0, 10})}), {along({0, 10, 12})});
     expectLines(joined({along({10, 12}), {{10, 0, 0}, {0, 0, 0}}}), {along({12, 10, 0})});
 }
 
-TEST(PieceJoiner, HasAPieceOnceHoweverOftenItIsFound)
+TEST(PieceJoining, HasAPieceOnceHoweverOftenItIsFound)
 {
     const Line piece{{0, 0, 1}, {4, 0, 2}, {7, 0, 1}};
     Lines pieces;
@@ -240,7 +240,7 @@ TEST(PieceJoiner, HasAPieceOnceHoweverOftenItIsFound)
     expectLines(joined(pieces), {piece});
 }
 
-TEST(PieceJoiner, HasARingOnceThatIsFoundTwice)
+TEST(PieceJoining, HasARingOnceThatIsFoundTwice)
 {
     const Line ring{{0, 0, 0}, {10, 0, 0}, {10, 0, 10}, {0, 0, 10}, {0, 0, 0}};
     const Line fromAnotherCorner{{10, 0, 10}, {0, 0, 10}, {0, 0, 0}, {10, 0, 0}, {10, 0, 10}};
@@ -249,14 +249,14 @@ TEST(PieceJoiner, HasARingOnceThatIsFoundTwice)
 }
 
 // A box stands on the ground: its ring shares the stretch from 4 to 6 with the ground's line, which stays whole.
-TEST(PieceJoiner, HasTheGroundUnderABoxOnce)
+TEST(PieceJoining, HasTheGroundUnderABoxOnce)
 {
     expectLines(joined({along({0, 10}), {{4, 0, 0}, {6, 0, 0}, {6, 0, 3}, {4, 0, 3}, {4, 0, 0}}}),
                 {along({0, 4, 6, 10}), {{6, 0, 0}, {6, 0, 3}, {4, 0, 3}, {4, 0, 0}}});
 }
 
 // Between 2 and 4 the tiles agree, elsewhere not.
-TEST(PieceJoiner, KeepsBothWhereTilesDisagree)
+TEST(PieceJoining, KeepsBothWhereTilesDisagree)
 {
     const Line lower{{0, 0, 0}, {2, 0, 1}, {4, 0, 1}, {6, 0, 0}};
     expectLines(joined({lower, {{0, 0, 0.5}, {2, 0, 1}, {4, 0, 1}, {6, 0, 0.5}}}),
@@ -265,20 +265,20 @@ TEST(PieceJoiner, KeepsBothWhereTilesDisagree)
 
 // ---- above each other
 
-TEST(PieceJoiner, KeepsABridgeApartFromTheGround)
+TEST(PieceJoining, KeepsABridgeApartFromTheGround)
 {
     expectLines(joined({along({0, 10}, 0, 0), along({0, 10}, 0, 8), along({10, 20}, 0, 8), along({10, 20}, 0, 0)}),
                 {along({0, 10, 20}, 0, 0), along({0, 10, 20}, 0, 8)});
 }
 
 // The eaves: the upper and the lower surface end at the same place.
-TEST(PieceJoiner, KeepsARoofApartFromItsUnderside)
+TEST(PieceJoining, KeepsARoofApartFromItsUnderside)
 {
     expectUnchanged({{{0, 0, 8}, {10, 0, 7}}, {{0, 0, 6}, {10, 0, 7}}});
     expectUnchanged({{{10, 0, 7}, {0, 0, 8}}, {{10, 0, 7}, {0, 0, 6}}});
 }
 
-TEST(PieceJoiner, KeepsFloorsApartThatTouchTheSameWall)
+TEST(PieceJoining, KeepsFloorsApartThatTouchTheSameWall)
 {
     const Line wall{{10, 0, 0}, {10, 0, 20}};
     expectUnchanged({wall, along({0, 10}, 0, 5), along({0, 10}, 0, 12)});
@@ -286,7 +286,7 @@ TEST(PieceJoiner, KeepsFloorsApartThatTouchTheSameWall)
 }
 
 // The wall between two floors is cut at both: it may go on with one of them, but must not turn the line round.
-TEST(PieceJoiner, DoesNotTurnRoundAtAWallBetweenFloors)
+TEST(PieceJoining, DoesNotTurnRoundAtAWallBetweenFloors)
 {
     expectLines(joined({along({0, 10}, 0, 5), {{10, 0, 5}, {10, 0, 12}}, along({0, 10}, 0, 12)}),
                 {{{0, 0, 5}, {10, 0, 5}, {10, 0, 12}}, along({0, 10}, 0, 12)});
@@ -296,7 +296,7 @@ TEST(PieceJoiner, DoesNotTurnRoundAtAWallBetweenFloors)
 }
 
 // A wall has no direction along the line, so it may come either way round, and in parts.
-TEST(PieceJoiner, GoesUpAWallOntoTheRoof)
+TEST(PieceJoining, GoesUpAWallOntoTheRoof)
 {
     const Line whole{{0, 0, 0}, {10, 0, 0}, {10, 0, 4}, {10, 0, 9}, {20, 0, 9}};
     const Line ground = along({0, 10});
@@ -310,28 +310,28 @@ TEST(PieceJoiner, GoesUpAWallOntoTheRoof)
 
 // ---- more than two ends
 
-TEST(PieceJoiner, EndsALineAtTheLineThatItRunsInto)
+TEST(PieceJoining, EndsALineAtTheLineThatItRunsInto)
 {
     expectUnchanged({along({0, 10}), {{4, -5, 0}, {4, 0, 0}}});
     expectUnchanged({along({0, 4, 10}), {{4, -5, 0}, {4, 0, 0}}});
     expectUnchanged({{{4, -5, 0}, {4, 0, 0}}, along({0, 10})});
 }
 
-TEST(PieceJoiner, TakesTheStraightestWayWhereThreeEndsMeet)
+TEST(PieceJoining, TakesTheStraightestWayWhereThreeEndsMeet)
 {
     const Line side{{10, -10, 0}, {10, 0, 0}};
     expectLines(joined({side, along({0, 10}), along({10, 20})}), {side, along({0, 10, 20})});
 }
 
 // A line crosses itself exactly where four tiles meet.
-TEST(PieceJoiner, GoesStraightOnWhereTheLineCrossesItself)
+TEST(PieceJoining, GoesStraightOnWhereTheLineCrossesItself)
 {
     expectLines(joined({along({10, 20}), along({0, 10}), {{10, 0, 0}, {10, 10, 0}}, {{10, -10, 0}, {10, 0, 0}}}),
                 {along({0, 10, 20}), {{10, -10, 0}, {10, 0, 0}, {10, 10, 0}}});
 }
 
 // Seen from above both go straight on, though the ground is rough: each goes up where the other one does.
-TEST(PieceJoiner, GoesStraightOnSeenFromAboveOnRoughGround)
+TEST(PieceJoining, GoesStraightOnSeenFromAboveOnRoughGround)
 {
     expectLines(joined({{{0, 0, 9}, {10, 0, 0}},
                         {{10, 0, 0}, {20, 0, 9}},
@@ -341,7 +341,7 @@ TEST(PieceJoiner, GoesStraightOnSeenFromAboveOnRoughGround)
 }
 
 // All four turns are right angles.
-TEST(PieceJoiner, PrefersTheNextPieceWhereAllWaysTurnAlike)
+TEST(PieceJoining, PrefersTheNextPieceWhereAllWaysTurnAlike)
 {
     expectLines(joined({{{0, 10, 0}, {10, 10, 0}},
                         {{10, 10, 0}, {10, 20, 0}},
@@ -350,20 +350,20 @@ TEST(PieceJoiner, PrefersTheNextPieceWhereAllWaysTurnAlike)
                 {{{0, 10, 0}, {10, 10, 0}, {10, 20, 0}}, {{20, 10, 0}, {10, 10, 0}, {10, 0, 0}}});
 }
 
-TEST(PieceJoiner, JoinsNothingWhereLinesCrossInTheMiddle)
+TEST(PieceJoining, JoinsNothingWhereLinesCrossInTheMiddle)
 {
     expectUnchanged({along({0, 10}), {{5, -5, 0}, {5, 5, 0}}});
     expectUnchanged({along({0, 5, 10}), {{5, -5, 0}, {5, 0, 0}, {5, 5, 0}}});
 }
 
-TEST(PieceJoiner, JoinsPiecesThatRunTowardsEachOther)
+TEST(PieceJoining, JoinsPiecesThatRunTowardsEachOther)
 {
     expectLines(joined({along({0, 10}), along({20, 10})}), {along({0, 10, 20})});
     expectLines(joined({along({10, 0}), along({10, 20})}), {along({20, 10, 0})});
 }
 
 // 1,000 ends at one place: all pairs would be half a million comparisons, yet each must find a partner.
-TEST(PieceJoiner, PairsAllEndsOfAStar)
+TEST(PieceJoining, PairsAllEndsOfAStar)
 {
     Lines star;
     for (int i = 0; i < 1000; ++i)
@@ -380,7 +380,7 @@ TEST(PieceJoiner, PairsAllEndsOfAStar)
 
 // ---- bad input
 
-TEST(PieceJoiner, DropsPiecesThatAreNowhere)
+TEST(PieceJoining, DropsPiecesThatAreNowhere)
 {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const double infinity = std::numeric_limits<double>::infinity();
@@ -393,19 +393,19 @@ TEST(PieceJoiner, DropsPiecesThatAreNowhere)
                 {along({0, 10, 20})});
 }
 
-TEST(PieceJoiner, DropsPiecesWithoutLength)
+TEST(PieceJoining, DropsPiecesWithoutLength)
 {
     expectLines(joined({{}, {{10, 0, 0}}, along({0, 10}), {{10, 0, 0}, {10, 0, 0}}, {{10, 0, 0}, {10, 0, 5e-7}}}),
                 {along({0, 10})});
     expectLines(joined({{}, {{10, 0, 0}}, {{10, 0, 0}, {10, 0, 0}}}), {});
 }
 
-TEST(PieceJoiner, DropsPointsThatFollowThemselves)
+TEST(PieceJoining, DropsPointsThatFollowThemselves)
 {
     expectLines(joined({along({0, 0, 5, 5, 5, 10}), along({10, 10, 20, 20})}), {along({0, 5, 10, 20})});
 }
 
-TEST(PieceJoiner, BearsHugeCoordinates)
+TEST(PieceJoining, BearsHugeCoordinates)
 {
     const double huge = std::numeric_limits<double>::max();
     const Lines result = joined(

@@ -1,4 +1,4 @@
-#include "mvdrapelines/SegmentChains.h"
+#include "mvdrapelines/SegmentChaining.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -11,7 +11,7 @@ namespace mvgeo
 namespace
 {
 
-void dropRepetitions(std::vector<CutSegment>& segments)
+void removeDuplicates(std::vector<CutSegment>& segments)
 {
     for (CutSegment& segment : segments)
         if (segment.second < segment.first) std::swap(segment.first, segment.second);
@@ -41,13 +41,13 @@ public:
     }
 
     /** Every segment becomes part of one line. */
-    [[nodiscard]] std::vector<CutLine> takeLines()
+    [[nodiscard]] std::vector<CutLine> traceLines()
     {
         std::vector<CutLine> lines;
         for (std::size_t node = 0; node + 1 < _firstOfNode.size(); ++node)
-            if (endCount(node) != 2) takeLinesFrom(node, lines);
+            if (endCount(node) != 2) traceLinesFrom(node, lines);
         for (std::size_t node = 0; node + 1 < _firstOfNode.size(); ++node)
-            takeLinesFrom(node, lines); // only closed lines are left
+            traceLinesFrom(node, lines); // only closed lines are left
         return lines;
     }
 
@@ -59,13 +59,13 @@ private:
 
     [[nodiscard]] std::size_t endCount(std::size_t node) const { return _firstOfNode[node + 1] - _firstOfNode[node]; }
 
-    void takeLinesFrom(std::size_t node, std::vector<CutLine>& lines)
+    void traceLinesFrom(std::size_t node, std::vector<CutLine>& lines)
     {
         for (std::size_t i = _firstOfNode[node]; i < _firstOfNode[node + 1]; ++i)
-            if (!_isUsed[_endsByPoint[i] / 2]) lines.push_back(takeLine(_endsByPoint[i]));
+            if (!_isUsed[_endsByPoint[i] / 2]) lines.push_back(traceLine(_endsByPoint[i]));
     }
 
-    [[nodiscard]] CutLine takeLine(std::size_t end)
+    [[nodiscard]] CutLine traceLine(std::size_t end)
     {
         CutLine line{pointAt(end)};
         while (!_isUsed[end / 2])
@@ -88,8 +88,8 @@ private:
     std::vector<bool> _isUsed;
 };
 
-/** Twice the area on the side view; negative if the line runs forward above and backward below. */
-double areaSeenFromTheSide(const CutLine& line, const osg::Plane& along)
+/** Twice the area seen from the side; negative if the line runs forward above and backward below. */
+double sideViewArea(const CutLine& line, const osg::Plane& along)
 {
     double area = 0.0;
     const osg::Vec3d& origin = line.front();
@@ -104,7 +104,7 @@ double areaSeenFromTheSide(const CutLine& line, const osg::Plane& along)
     return area;
 }
 
-void turnRound(CutLine& line, const osg::Plane& along)
+void orient(CutLine& line, const osg::Plane& along)
 {
     if (line.front() != line.back())
     {
@@ -116,17 +116,17 @@ void turnRound(CutLine& line, const osg::Plane& along)
     line.pop_back();
     std::rotate(line.begin(), std::min_element(line.begin(), line.end(), liesFurtherBack), line.end());
     line.push_back(line.front());
-    if (areaSeenFromTheSide(line, along) > 0.0) std::reverse(line.begin(), line.end());
+    if (sideViewArea(line, along) > 0.0) std::reverse(line.begin(), line.end());
 }
 
 } // namespace
 
 std::vector<CutLine> chainSegments(std::vector<CutSegment> segments, const osg::Plane& along)
 {
-    dropRepetitions(segments);
-    std::vector<CutLine> lines = SegmentGraph(segments).takeLines();
+    removeDuplicates(segments);
+    std::vector<CutLine> lines = SegmentGraph(segments).traceLines();
     for (CutLine& line : lines)
-        turnRound(line, along);
+        orient(line, along);
     std::stable_sort(lines.begin(), lines.end(),
                      [&along](const CutLine& a, const CutLine& b)
                      { return along.distance(a.front()) < along.distance(b.front()); });
