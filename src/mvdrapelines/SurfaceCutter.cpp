@@ -27,7 +27,7 @@ double snappedDistance(const osg::Plane& plane, const osg::Vec3d& point)
 }
 
 /** Where the way from a to b, at these distances of opposite signs, meets the plane. The same bits for b and a: the
- *  triangles on both sides of an edge are to find one point. */
+ * triangles on both sides of an edge are to find one point. */
 osg::Vec3d crossing(const osg::Vec3d& a, double distanceA, const osg::Vec3d& b, double distanceB)
 {
     if (distanceA > 0.0) return crossing(b, distanceB, a, distanceA);
@@ -46,7 +46,7 @@ bool clip(const osg::Plane& plane, CutSegment& segment)
 }
 
 /** The box of a terrain tile, which the finer tiles below it do not leave either; not valid for other nodes. Reading a
- *  file of four tiles costs fifty times what cutting it does, and the sphere is up to half as wide again. */
+ * file of four tiles costs fifty times what cutting it does, and the sphere is up to half as wide again. */
 osg::BoundingBoxd terrainBox(const osg::Node& node, const osg::Vec3d& centre, double radius)
 {
     static const std::string kStartX = "startX";
@@ -124,6 +124,20 @@ private:
 };
 
 } // namespace
+
+osg::ref_ptr<SurfaceCutter> SurfaceCutter::between(const osg::Vec3d& start, const osg::Vec3d& end, bool leavesOutSkirts)
+{
+    osg::Vec3d normal(end.y() - start.y(), start.x() - end.x(), 0.0);
+    const double length = normal.normalize();
+    if (!(length > 0.0) || !std::isfinite(length)) return nullptr;
+    const osg::Vec3d along(-normal.y(), normal.x(), 0.0);
+    osg::Polytope ends;
+    ends.add(osg::Plane(along, start));
+    ends.add(osg::Plane(-along, end));
+    osg::ref_ptr<SurfaceCutter> cutter = new SurfaceCutter(osg::Plane(normal, start), ends, leavesOutSkirts);
+    cutter->setIntersectionLimit(osgUtil::Intersector::LIMIT_NEAREST);
+    return cutter;
+}
 
 SurfaceCutter::SurfaceCutter(const osg::Plane& plane, const osg::Polytope& ends, bool leavesOutSkirts)
     : osgUtil::PlaneIntersector(plane, ends), _leavesOutSkirts(leavesOutSkirts)

@@ -8,9 +8,9 @@
 namespace mvgeo
 {
 
-/** What the query says; false, with a line in the log, if the toolkit throws. */
+/** What the query says; false, with a line in the log, if OSG throws. */
 template <typename Query>
-bool guarded(Query&& query)
+bool guardedQuery(Query&& query)
 {
     try
     {

@@ -16,7 +16,7 @@ public:
     ~KdDbGeoMeshImage() override;
 
     /** Takes the image and makes the key: "<model>_<file name>", or for an image without file name the digest of its
-     *  pixels and ".jpg". */
+     * pixels and ".jpg". */
     void setImage(osg::Image* image);
 
     const std::string& key() const override { return _key; }

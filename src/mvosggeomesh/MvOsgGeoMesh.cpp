@@ -42,7 +42,7 @@ KdString logPath()
     return path;
 }
 
-/** The first model of the process redirects the toolkit's messages to the log; later ones find that done. */
+/** The first model of the process redirects OSG's messages to the log; later ones find that done. */
 void installNotifyHandler()
 {
     osg::setNotifyLevel(osg::NOTICE);
@@ -126,16 +126,16 @@ bool MvOsgGeoMesh::replaceModel(int index, const KdString& path)
 {
     if (index < 0 || index >= static_cast<int>(_modelPaths.size())) return false;
     _modelPaths[static_cast<std::size_t>(index)] = path;
-    loadAgain(&path);
+    reloadModels(&path);
     return true;
 }
 
 void MvOsgGeoMesh::reload()
 {
-    loadAgain(nullptr);
+    reloadModels(nullptr);
 }
 
-void MvOsgGeoMesh::loadAgain(const KdString* pathToKeep)
+void MvOsgGeoMesh::reloadModels(const KdString* pathToKeep)
 {
     removeAllModels();
     const std::vector<KdString> paths = std::exchange(_modelPaths, {});
@@ -149,15 +149,15 @@ void MvOsgGeoMesh::loadAgain(const KdString* pathToKeep)
 
 bool MvOsgGeoMesh::loadModel(const KdString& path)
 {
-    if (!hasMachinery())
+    if (!isReadyToPage())
     {
         MVGEO_LOG(WARN) << "m_pager,m_sceneVisitor or m_frameStamp is not created";
         return false;
     }
-    return hangRootFile(mvgeo::osgPath(path), optionsFor(path)) != nullptr;
+    return addRootFile(mvgeo::osgPath(path), optionsFor(path)) != nullptr;
 }
 
-osg::ref_ptr<osg::Node> MvOsgGeoMesh::hangRootFile(const std::string& fileName, const osgDB::Options* options)
+osg::ref_ptr<osg::Node> MvOsgGeoMesh::addRootFile(const std::string& fileName, const osgDB::Options* options)
 {
     _readFileCallback->forgetFailure(fileName); // the host asks for it now: earlier failures do not count
     osg::ref_ptr<osg::Node> node = osgDB::readRefNodeFile(fileName, options);
@@ -170,7 +170,7 @@ osg::ref_ptr<osg::Node> MvOsgGeoMesh::hangRootFile(const std::string& fileName, 
         return nullptr;
     }
     mvgeo::tagContent(*node, osgDB::getSimpleFileName(fileName), static_cast<int>(_instanceNumber));
-    hangUnderRoot(*node);
+    addToRoot(*node);
     return node;
 }
 
@@ -202,7 +202,7 @@ bool MvOsgGeoMesh::makeCacheDirectory(const std::string& pathAnsi, std::string& 
     return osgDB::makeDirectory(dir);
 }
 
-void MvOsgGeoMesh::hangUnderRoot(osg::Node& node)
+void MvOsgGeoMesh::addToRoot(osg::Node& node)
 {
     node.setUserValue(mvgeo::keys::rootNodeId, _root->getNumChildren());
     _pager->heldTiles.add(node);

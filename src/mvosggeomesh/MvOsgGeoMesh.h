@@ -3,6 +3,7 @@
 #include "mvgeothirdparty/GeoMeshStatistics.h"
 #include "mvgeothirdparty/MvGeoMesh.h"
 #include "mvosggeomesh/MeshExtraction.h"
+#include "mvosggeomesh/Placement.h"
 #include "updatescenegraph/DatabasePagerBridge.h"
 #include "updatescenegraph/ReadFileCallback.h"
 #include "updatescenegraph/SceneViewVisitor.h"
@@ -20,10 +21,10 @@
 
 /** A model made of ".osgb" pyramids: each model file is the root of one, all hang below one transform.
  *
- *  Every model has its own pager with one database thread. Root files are read at once on the host's thread; finer
- * tiles are read by the database thread and enter the scene only inside update().
+ * Every model has its own pager with one database thread. Root files are read at once on the host's thread; finer tiles
+ * are read by the database thread and enter the scene only inside update().
  *
- *  Thread: one host thread per model.
+ * Thread: one host thread per model.
  */
 class MvOsgGeoMesh : public MvGeoMesh
 {
@@ -58,10 +59,11 @@ public:
     virtual bool checkBoundary(std::vector<KdGePoint3d>& points);
     /** Joins the pieces of a section in place. */
     virtual void joinDrapedPieces(std::vector<std::vector<KdGePoint3d>>& pieces);
-    /** Reads one model file and hangs it under the root; the extents then cover it. */
+    /** Reads one model file and adds it below the root; the extents then cover it. */
     virtual bool loadModel(const KdString& path);
-    /** Names and makes the cache directory of a model file. @param dir written in any case
-     *  @return whether the directory is there afterwards */
+    /** Names and makes the cache directory of a model file.
+     * @param dir  written in any case
+     * @return whether the directory is there afterwards */
     virtual bool makeCacheDirectory(const std::string& pathAnsi, std::string& dir);
 
     void fillStatistics(GeoMeshStatistics& statistics) const;
@@ -75,48 +77,48 @@ public:
     [[nodiscard]] const std::vector<KdString>& modelPaths() const { return _modelPaths; }
 
 protected:
-    [[nodiscard]] bool hasMachinery() const { return _pager && _sceneVisitor && _frameStamp; }
+    [[nodiscard]] bool isReadyToPage() const { return _pager && _sceneVisitor && _frameStamp; }
     /** Read options of one model file, which name its cache directory. */
     [[nodiscard]] osg::ref_ptr<osgDB::Options> optionsFor(const KdString& path);
-    /** Reads a root file, makes its paged nodes ours, names its content and hangs it under the root. Null if it cannot
+    /** Reads a root file, makes its paged nodes ours, names its content and adds it below the root. Null if it cannot
      * be read. */
-    osg::ref_ptr<osg::Node> hangRootFile(const std::string& fileName, const osgDB::Options* options);
+    osg::ref_ptr<osg::Node> addRootFile(const std::string& fileName, const osgDB::Options* options);
     /** Waits until nothing is being read any more. The model pages no more afterwards. */
     void stopPaging();
     /** The tiles end in upright walls that hide cracks and are no part of the surface: measuring leaves them out. */
     void setHasSkirts() { _hasSkirts = true; }
-    /** Model coordinates, before the host transform. */
+    /** In the files' own coordinates, before transform(). */
     void setExtents(const osg::BoundingBoxd& box);
 
 private:
-    void hangUnderRoot(osg::Node& node);
+    void addToRoot(osg::Node& node);
     /** The next update hands the newest model file's root tiles over, also to a host that has tiles already. */
     void announceLastModel();
     /** Reads every path again; those that cannot be read drop out, except the one to keep (may be null). */
-    void loadAgain(const KdString* pathToKeep);
+    void reloadModels(const KdString* pathToKeep);
     void measureExtents();
     void removeAllModels();
 
     void storeView(const osg::Matrixd& view, const osg::Matrixd& projection, int width, int height);
-    void setUpSceneVisitor(const osg::Matrixd& model, int width, int height);
+    void setUpSceneVisitor(const mvgeo::Placement& placement, int width, int height);
     void advanceFrame(unsigned int frameNumber);
-    void pageScene(const osg::Matrixd& model);
+    void pageScene(const osg::Matrixd& modelToHost);
     void reportTiles(GeoMeshUpdateReceiver& receiver);
-    void markRemoved(bool valid);
+    void setRemovedValid(bool valid);
     [[nodiscard]] std::vector<mvgeo::TextureWorkItem> extractLoadedTiles(bool withTextures,
                                                                          GeoMeshUpdateReceiver& receiver);
     void releaseTextures();
 
-    /** Cuts the finest tiles upright along a line; each piece runs along its segment. Model coordinates. */
+    /** Cuts the finest tiles upright along a line; each piece runs along its segment. Model's frame. */
     [[nodiscard]] std::vector<std::vector<KdGePoint3d>> cutAlong(const std::vector<osg::Vec3d>& points);
-    [[nodiscard]] std::optional<osgUtil::LineSegmentIntersector::Intersection> firstHit(const osg::Matrixd& placement,
-                                                                                        const osg::Vec3d& point);
+    [[nodiscard]] std::optional<osgUtil::LineSegmentIntersector::Intersection>
+    firstHit(const mvgeo::Placement& placement, const KdGePoint3d& point);
 
     KdString _name;
     std::string _text;
     std::vector<KdString> _modelPaths;
     osg::ref_ptr<osg::MatrixTransform> _root;
-    KdDbExtents _extents; // model coordinates
+    KdDbExtents _extents; // before _hostTransform
     KdGeMatrix3d _hostTransform;
     osg::Matrixd _viewMatrix;
     osg::Matrixd _projectionMatrix;

@@ -3,7 +3,6 @@
 #include "mvdrapelines/IntersectionVisitor.h"
 #include "mvosggeomesh/GuardedQuery.h"
 #include "mvosggeomesh/MvOsgGeoMesh.h"
-#include "support/HostConversions.h"
 #include "support/LogLine.h"
 #include "support/UserValues.h"
 
@@ -61,7 +60,8 @@ bool MvOsgGeoMesh::clip(int mode, unsigned int rootNodeId, const KdGeMatrix3d* p
     const auto query = [&]
     {
         if (mode != kClipInside && mode != kClipOutside) return refuse("there is no mode " + std::to_string(mode));
-        if (placement->isSingular()) return refuse("the placement has no inverse");
+        const auto placed = mvgeo::Placement::make(placement);
+        if (!placed) return refuse("the placement has no inverse");
         const auto heights = heightsFrom(heightRange);
         if (!heights) return refuse("a height is no number");
         const std::vector<osg::Node*> files = modelFiles(*_root, rootNodeId);
@@ -74,8 +74,8 @@ bool MvOsgGeoMesh::clip(int mode, unsigned int rootNodeId, const KdGeMatrix3d* p
         const mvgeo::Side wanted = mode == kClipInside ? mvgeo::Side::inside : mvgeo::Side::outside;
         mvgeo::TriangleClip clip(*region, wanted, *heights, *triangles);
         const osg::ref_ptr<mvgeo::ClipIntersector> intersector =
-            new mvgeo::ClipIntersector(clip, _root->getMatrix() * mvgeo::toOsg(*placement), _hasSkirts);
-        // The toolkit's visitor goes down to the finest tiles in memory, the library's own reads finer ones.
+            new mvgeo::ClipIntersector(clip, _root->getMatrix() * placed->modelToHost(), _hasSkirts);
+        // OSG's visitor goes down to the finest tiles in memory, the library's own reads finer ones.
         osgUtil::IntersectionVisitor inMemory(intersector);
         IntersectionVisitor finest(intersector, new DatabaseCacheReadCallback(kCachedFiles));
         osgUtil::IntersectionVisitor& visitor = (options & kFinestTiles) != 0 ? finest : inMemory;
@@ -83,7 +83,7 @@ bool MvOsgGeoMesh::clip(int mode, unsigned int rootNodeId, const KdGeMatrix3d* p
             file->accept(visitor);
         return true;
     };
-    if (mvgeo::guarded(query)) return true;
+    if (mvgeo::guardedQuery(query)) return true;
     triangles->resize(countBefore);
     return false;
 }

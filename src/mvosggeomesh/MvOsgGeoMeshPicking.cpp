@@ -25,8 +25,7 @@ osg::BoundingBoxd boxOf(const KdDbExtents& extents)
 }
 
 /** Gives large tiles a tree of their triangles when a ray first comes near them; it stays with the tile and serves
- * later picks. The toolkit's intersector takes it from the place of the drawable's shape, which nothing else here uses.
- */
+ * later picks. OSG's intersector takes it from the place of the drawable's shape, which nothing else here uses. */
 class PickVisitor : public osgUtil::IntersectionVisitor
 {
 public:
@@ -34,18 +33,18 @@ public:
 
     void apply(osg::Drawable& drawable) override
     {
-        if (osg::Geometry* geometry = drawable.asGeometry()) plantTree(*geometry);
+        if (osg::Geometry* geometry = drawable.asGeometry()) buildTriangleTree(*geometry);
         osgUtil::IntersectionVisitor::apply(drawable);
     }
     void apply(osg::Geode& geode) override
     {
         for (unsigned int i = 0; i < geode.getNumDrawables(); ++i)
-            if (osg::Geometry* geometry = geode.getDrawable(i)->asGeometry()) plantTree(*geometry);
+            if (osg::Geometry* geometry = geode.getDrawable(i)->asGeometry()) buildTriangleTree(*geometry);
         osgUtil::IntersectionVisitor::apply(geode);
     }
 
 private:
-    void plantTree(osg::Geometry& geometry)
+    void buildTriangleTree(osg::Geometry& geometry)
     {
         const osg::Array* vertices = geometry.getVertexArray();
         if (!vertices || vertices->getNumElements() < kManyVertices || geometry.getShape() || !enter(geometry)) return;
@@ -56,22 +55,22 @@ private:
     }
 };
 
-/** The ray itself, then rays beside it: the toolkit reckons with floats, and lets a ray through that runs exactly along
- * the edge between two triangles. As narrow as possible; at the widest, a millimetre to a kilometre. */
-std::vector<osg::Vec3d> sidesOf(const osg::Vec3d& ray)
+/** The ray itself, then rays beside it: OSG computes with floats, and lets a ray through that runs exactly along the
+ * edge between two triangles. As narrow as possible; at the widest, a millimetre to a kilometre. */
+std::vector<osg::Vec3d> rayOffsets(const osg::Vec3d& ray)
 {
     osg::Vec3d across = ray ^ osg::Vec3d(0.3, 0.5, 0.8);
     across.normalize();
     osg::Vec3d athwart = ray ^ across;
     athwart.normalize();
-    std::vector<osg::Vec3d> sides{osg::Vec3d()};
+    std::vector<osg::Vec3d> offsets{osg::Vec3d()};
     for (const double width : {1e-8, 1e-7, 1e-6})
-        sides.insert(sides.end(), {across * (width * ray.length()), athwart * (width * ray.length())});
-    return sides;
+        offsets.insert(offsets.end(), {across * (width * ray.length()), athwart * (width * ray.length())});
+    return offsets;
 }
 
 /** The hit triangle's corners in the host's frame; logs why there are not three of them. */
-std::vector<KdGePoint3d> cornersOf(const Intersection& hit, const osg::Matrixd& placement)
+std::vector<KdGePoint3d> cornersOf(const Intersection& hit, const mvgeo::Placement& placement)
 {
     if (!hit.drawable || hit.indexList.size() != 3)
     {
@@ -80,12 +79,12 @@ std::vector<KdGePoint3d> cornersOf(const Intersection& hit, const osg::Matrixd& 
     }
     const osg::Geometry* geometry = hit.drawable->asGeometry();
     const auto* vertices = geometry ? dynamic_cast<const osg::Vec3Array*>(geometry->getVertexArray()) : nullptr;
-    const osg::Matrixd toHostFrame = (hit.matrix ? osg::Matrixd(*hit.matrix) : osg::Matrixd()) * placement;
+    const osg::Matrixd toModel = hit.matrix ? osg::Matrixd(*hit.matrix) : osg::Matrixd();
 
     std::vector<KdGePoint3d> corners;
     for (const unsigned int index : hit.indexList)
         if (vertices && index < vertices->size())
-            corners.push_back(mvgeo::toHost(osg::Vec3d((*vertices)[index]) * toHostFrame));
+            corners.push_back(placement.toHost(osg::Vec3d((*vertices)[index]) * toModel));
     if (corners.size() == 3) return corners;
     MVGEO_LOG(FATAL) << "points size is less than 3";
     return {};
@@ -93,9 +92,9 @@ std::vector<KdGePoint3d> cornersOf(const Intersection& hit, const osg::Matrixd& 
 
 } // namespace
 
-std::optional<Intersection> MvOsgGeoMesh::firstHit(const osg::Matrixd& placement, const osg::Vec3d& point)
+std::optional<Intersection> MvOsgGeoMesh::firstHit(const mvgeo::Placement& placement, const KdGePoint3d& point)
 {
-    const auto ray = mvgeo::pickRay(_viewMatrix, _projectionMatrix, placement, point, boxOf(extents()));
+    const auto ray = mvgeo::pickRay(_viewMatrix, _projectionMatrix, placement, mvgeo::toOsg(point), boxOf(extents()));
     if (!_pickIntersector)
     {
         MVGEO_LOG(FATAL) << kNoIntersector;
@@ -103,12 +102,12 @@ std::optional<Intersection> MvOsgGeoMesh::firstHit(const osg::Matrixd& placement
     }
     if (!ray) return std::nullopt;
 
-    for (const osg::Vec3d& side : sidesOf(ray->end - ray->start))
+    for (const osg::Vec3d& offset : rayOffsets(ray->end - ray->start))
     {
         PickVisitor visitor;
         _pickIntersector->reset();
-        _pickIntersector->setStart(ray->start + side);
-        _pickIntersector->setEnd(ray->end + side);
+        _pickIntersector->setStart(ray->start + offset);
+        _pickIntersector->setEnd(ray->end + offset);
         _pickIntersector->setIntersectionLimit(osgUtil::Intersector::LIMIT_NEAREST);
         visitor.setIntersector(_pickIntersector);
         _root->accept(visitor);
@@ -119,14 +118,14 @@ std::optional<Intersection> MvOsgGeoMesh::firstHit(const osg::Matrixd& placement
 
 bool MvOsgGeoMesh::pickPoint(const KdGeMatrix3d* placement, const KdGePoint3d* point, KdGePoint3d* hit)
 {
-    if (!placement || !point || !hit) return false;
-    return mvgeo::guarded(
+    const auto placed = mvgeo::Placement::make(placement);
+    if (!placed || !point || !hit) return false;
+    return mvgeo::guardedQuery(
         [&]
         {
-            const osg::Matrixd toHostFrame = mvgeo::toOsg(*placement);
-            const auto found = firstHit(toHostFrame, mvgeo::toOsg(*point));
+            const auto found = firstHit(*placed, *point);
             if (!found) return false;
-            *hit = mvgeo::toHost(found->getWorldIntersectPoint() * toHostFrame);
+            *hit = placed->toHost(found->getWorldIntersectPoint());
             return true;
         });
 }
@@ -134,14 +133,14 @@ bool MvOsgGeoMesh::pickPoint(const KdGeMatrix3d* placement, const KdGePoint3d* p
 bool MvOsgGeoMesh::pickTriangle(const KdGeMatrix3d* placement, const KdGePoint3d* point,
                                 std::vector<KdGePoint3d>* triangle)
 {
-    if (!placement || !point || !triangle) return false;
-    return mvgeo::guarded(
+    const auto placed = mvgeo::Placement::make(placement);
+    if (!placed || !point || !triangle) return false;
+    return mvgeo::guardedQuery(
         [&]
         {
-            const osg::Matrixd toHostFrame = mvgeo::toOsg(*placement);
-            const auto found = firstHit(toHostFrame, mvgeo::toOsg(*point));
+            const auto found = firstHit(*placed, *point);
             if (!found) return false;
-            std::vector<KdGePoint3d> corners = cornersOf(*found, toHostFrame);
+            std::vector<KdGePoint3d> corners = cornersOf(*found, *placed);
             if (corners.empty()) return false;
             *triangle = std::move(corners);
             return true;

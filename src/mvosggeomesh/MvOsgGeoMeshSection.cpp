@@ -7,7 +7,6 @@
 #include "support/HostConversions.h"
 
 #include <algorithm>
-#include <cmath>
 #include <functional>
 #include <iterator>
 
@@ -17,33 +16,8 @@ namespace
 using Piece = std::vector<KdGePoint3d>;
 using Found = osgUtil::PlaneIntersector::Intersection;
 
-constexpr std::uint32_t kMostTilesHeld = 2000;
+constexpr std::uint32_t kMaxTilesHeld = 2000;
 constexpr double kCoincident = 1e-6; // two points nearer than this are no line
-
-std::vector<osg::Vec3d> transformed(const Piece& points, const osg::Matrixd& matrix)
-{
-    std::vector<osg::Vec3d> result;
-    result.reserve(points.size());
-    for (const KdGePoint3d& point : points)
-        result.push_back(mvgeo::toOsg(point) * matrix);
-    return result;
-}
-
-/** The cut between two points, upright; null if they lie above each other or are no numbers. */
-osg::ref_ptr<mvgeo::SurfaceCutter> cutterBetween(const osg::Vec3d& start, const osg::Vec3d& end, bool leavesOutSkirts)
-{
-    osg::Vec3d normal(end.y() - start.y(), start.x() - end.x(), 0.0);
-    const double length = normal.normalize();
-    if (!(length > 0.0) || !std::isfinite(length)) return nullptr;
-    const osg::Vec3d along(-normal.y(), normal.x(), 0.0);
-    osg::Polytope ends;
-    ends.add(osg::Plane(along, start));
-    ends.add(osg::Plane(-along, end));
-    osg::ref_ptr<mvgeo::SurfaceCutter> cutter =
-        new mvgeo::SurfaceCutter(osg::Plane(normal, start), ends, leavesOutSkirts);
-    cutter->setIntersectionLimit(osgUtil::Intersector::LIMIT_NEAREST);
-    return cutter;
-}
 
 Piece pieceOf(const Found& found)
 {
@@ -57,7 +31,7 @@ Piece pieceOf(const Found& found)
 
 bool isLine(const Piece& piece)
 {
-    return piece.size() != 2 || (mvgeo::toOsg(piece[1]) - mvgeo::toOsg(piece[0])).length() >= kCoincident;
+    return piece.size() != 2 || piece[0].distanceTo(piece[1]) >= kCoincident;
 }
 
 } // namespace
@@ -65,17 +39,20 @@ bool isLine(const Piece& piece)
 bool MvOsgGeoMesh::section(const KdGeMatrix3d* placement, const std::vector<KdGePoint3d>* polyline,
                            std::vector<std::vector<KdGePoint3d>>* drapedLines)
 {
-    if (!placement || !polyline || !drapedLines || placement->isSingular()) return false;
-    return mvgeo::guarded(
+    const auto placed = mvgeo::Placement::make(placement);
+    if (!placed || !polyline || !drapedLines) return false;
+    return mvgeo::guardedQuery(
         [&]
         {
-            const osg::Matrixd toHostFrame = mvgeo::toOsg(*placement);
-            std::vector<Piece> pieces = cutAlong(transformed(*polyline, osg::Matrixd::inverse(toHostFrame)));
+            std::vector<osg::Vec3d> points;
+            for (const KdGePoint3d& point : *polyline)
+                points.push_back(placed->toModel(mvgeo::toOsg(point)));
+            std::vector<Piece> pieces = cutAlong(points);
             joinDrapedPieces(pieces);
             pieces.erase(std::remove_if(pieces.begin(), pieces.end(), std::not_fn(isLine)), pieces.end());
             for (Piece& piece : pieces)
                 for (KdGePoint3d& point : piece)
-                    point = mvgeo::toHost(mvgeo::toOsg(point) * toHostFrame);
+                    point = placed->toHost(mvgeo::toOsg(point));
             drapedLines->insert(drapedLines->end(), std::make_move_iterator(pieces.begin()),
                                 std::make_move_iterator(pieces.end()));
             return true;
@@ -85,11 +62,11 @@ bool MvOsgGeoMesh::section(const KdGeMatrix3d* placement, const std::vector<KdGe
 std::vector<std::vector<KdGePoint3d>> MvOsgGeoMesh::cutAlong(const std::vector<osg::Vec3d>& points)
 {
     IntersectionVisitor visitor;
-    visitor.setReadCallback(new DatabaseCacheReadCallback(kMostTilesHeld));
+    visitor.setReadCallback(new DatabaseCacheReadCallback(kMaxTilesHeld));
     std::vector<Piece> pieces;
     for (std::size_t i = 1; i < points.size(); ++i)
     {
-        const osg::ref_ptr<mvgeo::SurfaceCutter> cutter = cutterBetween(points[i - 1], points[i], _hasSkirts);
+        const auto cutter = mvgeo::SurfaceCutter::between(points[i - 1], points[i], _hasSkirts);
         if (!cutter) continue;
         visitor.reset();
         visitor.setIntersector(cutter);

@@ -30,7 +30,7 @@ void listIds(const std::vector<osg::ref_ptr<osg::Node>>& nodes, std::vector<std:
 }
 
 /** The identity of a tile that is to be handed over or was; null, with a warning where it is missing, for any other. */
-const std::string* liveId(const osg::Node& node)
+const std::string* validId(const osg::Node& node)
 {
     const std::string* id = mvgeo::userValue<std::string>(node, mvgeo::keys::globalId);
     if (!id)
@@ -55,11 +55,6 @@ osg::Matrixd matrixAbove(const osg::Node& node, const osg::Node& root)
     return {};
 }
 
-osg::Vec3d eyeOf(const osg::Matrixd& view)
-{
-    return osg::Matrixd::inverse(view).getTrans();
-}
-
 /** True for a matrix that a view can be made of. */
 bool isUsable(const KdGeMatrix3d* matrix)
 {
@@ -72,14 +67,14 @@ bool MvOsgGeoMesh::update(unsigned int frameNumber, const KdGeMatrix3d* model, c
                           const KdGeMatrix3d* projection, int width, int height, unsigned char extract, void*,
                           GeoMeshUpdateReceiver* receiver)
 {
-    if (!receiver || !hasMachinery()) return false;
-    if (!isUsable(model) || !isUsable(view) || !isUsable(projection) || width <= 0 || height <= 0) return false;
+    if (!receiver || !isReadyToPage()) return false;
+    const auto placement = mvgeo::Placement::make(model);
+    if (!placement || !isUsable(view) || !isUsable(projection) || width <= 0 || height <= 0) return false;
 
     storeView(mvgeo::toOsg(*view), mvgeo::toOsg(*projection), width, height);
-    const osg::Matrixd modelMatrix = mvgeo::toOsg(*model);
-    setUpSceneVisitor(modelMatrix, width, height);
+    setUpSceneVisitor(*placement, width, height);
     advanceFrame(frameNumber);
-    pageScene(modelMatrix);
+    pageScene(placement->modelToHost());
 
     if (!receiver->hasTiles())
     {
@@ -91,7 +86,7 @@ bool MvOsgGeoMesh::update(unsigned int frameNumber, const KdGeMatrix3d* model, c
     reportTiles(*receiver);
     mvgeo::readTextures(extractLoadedTiles(extract != 0, *receiver));
     releaseTextures();
-    markRemoved(true);
+    setRemovedValid(true);
 
     _pager->loadedContentNodes.clear();
     _pager->removedContentNodes.clear();
@@ -106,7 +101,7 @@ void MvOsgGeoMesh::storeView(const osg::Matrixd& view, const osg::Matrixd& proje
     _viewportMatrix = osg::Matrixd::translate(1.0, 1.0, 1.0) * osg::Matrixd::scale(0.5 * width, 0.5 * height, 0.5);
 }
 
-void MvOsgGeoMesh::setUpSceneVisitor(const osg::Matrixd& model, int width, int height)
+void MvOsgGeoMesh::setUpSceneVisitor(const mvgeo::Placement& placement, int width, int height)
 {
     SceneViewVisitor& visitor = *_sceneVisitor;
     visitor.viewport->setViewport(0.0, 0.0, static_cast<double>(width), static_cast<double>(height));
@@ -119,7 +114,7 @@ void MvOsgGeoMesh::setUpSceneVisitor(const osg::Matrixd& model, int width, int h
         visitor.frustum.transformProvidingInverse(_viewMatrix * _projectionMatrix);
     }
     // Distances are compared in the frame of the paged nodes, where their ranges are given.
-    visitor.eyePoint = eyeOf(_viewMatrix) * osg::Matrixd::inverse(model);
+    visitor.eyePoint = placement.toModel(osg::Matrixd::inverse(_viewMatrix).getTrans());
     visitor.viewPoint = visitor.eyePoint;
 }
 
@@ -134,7 +129,7 @@ void MvOsgGeoMesh::advanceFrame(unsigned int frameNumber)
     _frameStamp->setSimulationTime(seconds);
 }
 
-void MvOsgGeoMesh::pageScene(const osg::Matrixd& model)
+void MvOsgGeoMesh::pageScene(const osg::Matrixd& modelToHost)
 {
     SceneViewVisitor& visitor = *_sceneVisitor;
     _pager->signalBeginFrame(_frameStamp);
@@ -142,8 +137,8 @@ void MvOsgGeoMesh::pageScene(const osg::Matrixd& model)
     visitor.reset();
     _pager->mergeLoadedTiles(*_frameStamp);
 
-    visitor.pushModelMatrix(model);
-    visitor.pushFrustum(model);
+    visitor.pushModelMatrix(modelToHost);
+    visitor.pushFrustum(modelToHost);
     _root->accept(visitor);
     visitor.popModelMatrix();
     visitor.popFrustum();
@@ -154,7 +149,7 @@ void MvOsgGeoMesh::pageScene(const osg::Matrixd& model)
 
 void MvOsgGeoMesh::reportTiles(GeoMeshUpdateReceiver& receiver)
 {
-    markRemoved(false);
+    setRemovedValid(false);
     listIds(_pager->removedContentNodes, _removedIds);
     receiver.removeTiles(_removedIds);
 
@@ -165,7 +160,7 @@ void MvOsgGeoMesh::reportTiles(GeoMeshUpdateReceiver& receiver)
     receiver.visibleTiles(_visibleIds);
 }
 
-void MvOsgGeoMesh::markRemoved(bool valid)
+void MvOsgGeoMesh::setRemovedValid(bool valid)
 {
     for (const osg::ref_ptr<osg::Node>& node : _pager->removedContentNodes)
         if (mvgeo::userValue<std::string>(*node, mvgeo::keys::globalId)) node->setUserValue(mvgeo::keys::valid, valid);
@@ -178,7 +173,7 @@ std::vector<mvgeo::TextureWorkItem> MvOsgGeoMesh::extractLoadedTiles(bool withTe
     VisitorGeometry collector;
     for (const osg::ref_ptr<osg::Node>& node : _pager->loadedContentNodes)
     {
-        const std::string* id = liveId(*node);
+        const std::string* id = validId(*node);
         if (!id) continue;
         GeoMeshTileContainer* container = receiver.beginTile(*id);
         if (!container) continue;
@@ -202,7 +197,7 @@ void MvOsgGeoMesh::releaseTextures()
     VisitorGeometry collector;
     for (const osg::ref_ptr<osg::Node>& node : _pager->loadedContentNodes)
     {
-        if (!liveId(*node)) continue;
+        if (!validId(*node)) continue;
         collector.reset();
         node->accept(collector);
         for (const osg::ref_ptr<osg::Geometry>& geometry : collector.geometries())

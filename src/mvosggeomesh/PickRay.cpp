@@ -39,12 +39,6 @@ std::optional<PickRay> clipped(const osg::Vec3d& origin, const osg::Vec3d& direc
     return PickRay{origin + direction * from, origin + direction * to};
 }
 
-/** The toolkit inverts an affine matrix without looking at its determinant. */
-bool isFinite(const osg::Matrixd& matrix)
-{
-    return std::all_of(matrix.ptr(), matrix.ptr() + 16, [](double value) { return std::isfinite(value); });
-}
-
 bool isPerspective(const osg::Matrixd& projection)
 {
     return projection(2, 3) == -1.0;
@@ -52,19 +46,18 @@ bool isPerspective(const osg::Matrixd& projection)
 
 } // namespace
 
-std::optional<PickRay> pickRay(const osg::Matrixd& view, const osg::Matrixd& projection, const osg::Matrixd& placement,
+std::optional<PickRay> pickRay(const osg::Matrixd& view, const osg::Matrixd& projection, const Placement& placement,
                                const osg::Vec3d& point, const osg::BoundingBoxd& extents)
 {
-    osg::Matrixd toModel;
-    if (!extents.valid() || !toModel.invert(placement) || !isFinite(toModel)) return std::nullopt;
+    if (!extents.valid()) return std::nullopt;
 
     osg::Vec3d eye;
     osg::Vec3d centre;
     osg::Vec3d up;
     view.getLookAt(eye, centre, up, 1.0);
-    eye = eye * toModel;
-    centre = centre * toModel;
-    const osg::Vec3d through = point * toModel;
+    eye = placement.toModel(eye);
+    centre = placement.toModel(centre);
+    const osg::Vec3d through = placement.toModel(point);
 
     const osg::BoundingBoxd box = widened(extents);
     osg::Vec3d direction = isPerspective(projection) ? through - eye : centre - eye;

@@ -17,7 +17,7 @@ struct TextureWorkItem
 };
 
 /** Reads all files at once, each item on one thread of at least eight, and hands the pixels to the targets. A file that
- *  cannot be read leaves its target empty, without a word. Returns when all are done. */
+ * cannot be read leaves its target empty, without a word. Returns when all are done. */
 void readTextures(const std::vector<TextureWorkItem>& items);
 
 } // namespace mvgeo

@@ -92,7 +92,7 @@ bool MvOsgGeoTerrain::openRasters(const std::string& domPath, const std::string&
 
 bool MvOsgGeoTerrain::loadModel(const KdString& source)
 {
-    if (!hasMachinery())
+    if (!isReadyToPage())
     {
         MVGEO_LOG(WARN) << "m_pager,m_sceneVisitor or m_frameStamp is not created";
         return false;
@@ -117,7 +117,7 @@ bool MvOsgGeoTerrain::loadModel(const KdString& source)
         MVGEO_LOG(WARN) << "cannot make the cache directory, tiles are built anew each time";
         options->setUserValue(mvgeo::keys::isCaching, false);
     }
-    const osg::ref_ptr<osg::Node> node = hangRootFile((directory ? *directory : std::string()) + kRootName, options);
+    const osg::ref_ptr<osg::Node> node = addRootFile((directory ? *directory : std::string()) + kRootName, options);
     if (!node) return false;
     measureTerrain(*node);
     return true;

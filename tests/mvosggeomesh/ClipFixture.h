@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-/** One clip after another on what hangs under the root. */
+/** One clip after another on what is below the root. */
 struct Clip : public TiledModelFixture
 {
     using Points = clipgeometry::Points;
@@ -62,7 +62,7 @@ struct Clip : public TiledModelFixture
     unsigned int file = kAll;
 
     /** A model file of its own, by its id. */
-    void hang(const osg::ref_ptr<osg::Node>& node)
+    void addFile(const osg::ref_ptr<osg::Node>& node)
     {
         node->setUserValue("root_nodeid", model().root().getNumChildren());
         model().root().addChild(node);

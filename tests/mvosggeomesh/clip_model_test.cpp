@@ -14,7 +14,7 @@ namespace
 
 using namespace clipgeometry;
 
-/** Stands for bounds that were reckoned before the damage: the toolkit itself trusts indices when it does that. */
+/** Stands for bounds that were computed before the damage: OSG itself trusts indices when it does that. */
 struct KnownBox : public osg::Drawable::ComputeBoundingBoxCallback
 {
     osg::BoundingBox computeBound(const osg::Drawable&) const override { return {0, 0, 0, 10, 10, 0}; }
@@ -42,7 +42,7 @@ TEST_F(Clip, LooksAtTheModelFileThatIsAskedFor)
 // (20, 30) to (60, 50) is then the square from (-100, 40) to (-60, 120), at height 20, shifted.
 TEST_F(Clip, FollowsTransformAndPlacementAtLargeCoordinates)
 {
-    hang(makeSquare(0, 0, 0, 100));
+    addFile(makeSquare(0, 0, 0, 100));
     model().setTransform(KdGeMatrix3d::translation({0, 0, 10}));
     placement = KdGeMatrix3d::translation({500000, 4000000, 100}) * KdGeMatrix3d::rotation(std::acos(0.0), {0, 0, 1}) *
                 KdGeMatrix3d::scaling(2.0);
@@ -60,7 +60,7 @@ TEST_F(Clip, FollowsTransformAndPlacementAtLargeCoordinates)
 // Tilted by 60 degrees about the x axis the square is half as deep in plan; a strip of 10 in plan is 20 of surface.
 TEST_F(Clip, CutsATiltedModelByWhatIsSeenFromAbove)
 {
-    hang(makeSquare(0, 0, 0, 100));
+    addFile(makeSquare(0, 0, 0, 100));
     placement = KdGeMatrix3d::rotation(std::acos(0.5), {1, 0, 0});
     EXPECT_NEAR(surfaceInside(rectangle(0, 10, 100, 20)), 2000, 1e-6);
     EXPECT_NEAR(surfaceOutside(rectangle(0, 10, 100, 20)), 8000, 1e-6);
@@ -68,7 +68,7 @@ TEST_F(Clip, CutsATiltedModelByWhatIsSeenFromAbove)
 
 TEST_F(Clip, AMirroredModelKeepsTheOrderOfItsCorners)
 {
-    hang(makeSquare(0, 0, 0, 100));
+    addFile(makeSquare(0, 0, 0, 100));
     placement.entry[0][0] = -1.0;
     EXPECT_NEAR(planInside(rectangle(-60, 30, -20, 50)), 800, 1e-9);
     for (std::size_t i = 0; i < found.size(); i += 3)
@@ -77,7 +77,7 @@ TEST_F(Clip, AMirroredModelKeepsTheOrderOfItsCorners)
 
 TEST_F(Clip, KeepsTheWinding)
 {
-    hang(grid(9, [](double x, double y) { return 0.1 * x + 0.2 * y; }));
+    addFile(grid(9, [](double x, double y) { return 0.1 * x + 0.2 * y; }));
     const Points elbow{{13, 11, 0}, {88, 17, 0}, {81, 29, 0}, {34, 31, 0}, {29, 92, 0}, {9, 87, 0}};
     for (const int mode : {kInside, kOutside})
     {
@@ -93,12 +93,12 @@ TEST_F(Clip, FollowsTransformsWithinTheModel)
     const osg::ref_ptr<osg::MatrixTransform> inner = new osg::MatrixTransform(osg::Matrixd::scale(2, 1, 1));
     inner->addChild(makeSquare(0, 0, 5, 10));
     outer->addChild(inner);
-    hang(outer);
+    addFile(outer);
     EXPECT_NEAR(planInside(rectangle(1015, 5, 1100, 100)), 25, 1e-9);
     EXPECT_DOUBLE_EQ(found.front().z, 5.0);
 }
 
-// The same square of 10 by 10 in every way that the toolkit knows.
+// The same square of 10 by 10 in every way that OSG knows.
 TEST_F(Clip, TakesEveryKindOfPrimitive)
 {
     const std::vector<osg::Vec3> around{{0, 0, 0}, {10, 0, 0}, {10, 10, 0}, {0, 10, 0}};
@@ -130,7 +130,7 @@ TEST_F(Clip, TakesEveryKindOfPrimitive)
     {
         SCOPED_TRACE(way);
         model().clear();
-        hang(ways[way]);
+        addFile(ways[way]);
         EXPECT_NEAR(planInside(rectangle(-1, -1, 3, 11)), 30, 1e-9);
         EXPECT_NEAR(planOutside(rectangle(-1, -1, 3, 11)), 70, 1e-9);
     }
@@ -140,8 +140,8 @@ TEST_F(Clip, PassesLinesAndPointsOver)
 {
     const std::vector<osg::Vec3> around{{0, 0, 0}, {10, 0, 0}, {10, 10, 0}, {0, 10, 0}};
     for (const GLenum mode : {GL_POINTS, GL_LINES, GL_LINE_STRIP, GL_LINE_LOOP})
-        hang(geometryOf(around, new osg::DrawArrays(mode, 0, 4)));
-    hang(new osg::Geometry);
+        addFile(geometryOf(around, new osg::DrawArrays(mode, 0, 4)));
+    addFile(new osg::Geometry);
     EXPECT_TRUE(clipped(kInside, rectangle(-1, -1, 20, 20)).empty());
 }
 
@@ -150,20 +150,20 @@ TEST_F(Clip, DamagedIndicesAreNoCrash)
     const std::vector<osg::Vec3> vertices{{0, 0, 0}, {10, 0, 0}, {10, 10, 0}, {0, 10, 0}};
     const auto elements = [](GLenum mode, std::initializer_list<unsigned int> indices)
     { return new osg::DrawElementsUInt(mode, indices.begin(), indices.end()); };
-    const auto hangDamaged = [&](osg::PrimitiveSet* set)
+    const auto addDamagedFile = [&](osg::PrimitiveSet* set)
     {
         const osg::ref_ptr<osg::Geometry> geometry = geometryOf(vertices, set);
         geometry->setComputeBoundingBoxCallback(new KnownBox);
-        hang(geometry);
+        addFile(geometry);
     };
-    hangDamaged(elements(GL_TRIANGLES, {0, 1, 2, 0, 2, 4, 4000000000U, 1, 2}));
-    hangDamaged(elements(GL_TRIANGLES, {0, 2}));
-    hangDamaged(elements(GL_TRIANGLES, {0, 2, 3, 1}));
-    hangDamaged(elements(GL_TRIANGLE_FAN, {7}));
-    hangDamaged(elements(GL_TRIANGLE_STRIP, {}));
-    hangDamaged(new osg::DrawArrays(GL_TRIANGLES, 0, 2000000000));
-    hangDamaged(new osg::DrawArrays(GL_TRIANGLES, -3, 3));
-    hangDamaged(new osg::DrawArrays(GL_TRIANGLES, 0, -3));
+    addDamagedFile(elements(GL_TRIANGLES, {0, 1, 2, 0, 2, 4, 4000000000U, 1, 2}));
+    addDamagedFile(elements(GL_TRIANGLES, {0, 2}));
+    addDamagedFile(elements(GL_TRIANGLES, {0, 2, 3, 1}));
+    addDamagedFile(elements(GL_TRIANGLE_FAN, {7}));
+    addDamagedFile(elements(GL_TRIANGLE_STRIP, {}));
+    addDamagedFile(new osg::DrawArrays(GL_TRIANGLES, 0, 2000000000));
+    addDamagedFile(new osg::DrawArrays(GL_TRIANGLES, -3, 3));
+    addDamagedFile(new osg::DrawArrays(GL_TRIANGLES, 0, -3));
     EXPECT_NEAR(planInside(rectangle(-1, -1, 20, 20)), 100, 1e-9); // 0 1 2 and 0 2 3 are sound
 }
 
@@ -171,24 +171,24 @@ TEST_F(Clip, VerticesThatAreNoNumbersAndTrianglesWithoutAreaDropOut)
 {
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const float infinity = std::numeric_limits<float>::infinity();
-    hang(soupOf({{0, 0, 0},
-                 {10, 0, 0},
-                 {nan, 10, 0},
-                 {0, 0, 0},
-                 {10, infinity, 0},
-                 {0, 10, 0},
-                 {0, 0, 0},
-                 {10, 0, nan},
-                 {0, 10, 0},
-                 {1, 1, 1},
-                 {5, 5, 5},
-                 {9, 9, 9},
-                 {2, 2, 2},
-                 {2, 2, 2},
-                 {3, 7, 2},
-                 {0, 0, 0},
-                 {10, 0, 0},
-                 {10, 10, 0}}));
+    addFile(soupOf({{0, 0, 0},
+                    {10, 0, 0},
+                    {nan, 10, 0},
+                    {0, 0, 0},
+                    {10, infinity, 0},
+                    {0, 10, 0},
+                    {0, 0, 0},
+                    {10, 0, nan},
+                    {0, 10, 0},
+                    {1, 1, 1},
+                    {5, 5, 5},
+                    {9, 9, 9},
+                    {2, 2, 2},
+                    {2, 2, 2},
+                    {3, 7, 2},
+                    {0, 0, 0},
+                    {10, 0, 0},
+                    {10, 10, 0}}));
     for (const int mode : {kInside, kOutside})
         EXPECT_NEAR(planArea(clipped(mode, rectangle(-1, -1, 5, 20))), mode == kInside ? 12.5 : 37.5, 1e-9);
 }
@@ -251,7 +251,7 @@ TEST_F(Clip, ATileThatStandsInForSeveralCountsOnce)
         paged->setFileName(i, "missing_" + std::to_string(i) + ".osgb");
         paged->setRange(i, 200.F, 1e30F);
     }
-    hang(paged);
+    addFile(paged);
     for (const int option : {kInMemory, kFinest})
     {
         options = option;

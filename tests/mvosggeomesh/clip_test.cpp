@@ -32,7 +32,7 @@ osg::ref_ptr<osg::Geometry> cube()
 
 TEST_F(Clip, GivesWhatLiesInsideOrOutsideASquare)
 {
-    hang(makeSquare(0, 0, 7, 100));
+    addFile(makeSquare(0, 0, 7, 100));
     EXPECT_NEAR(planInside(rectangle(20, 30, 60, 50)), 800, 1e-9);
     for (const KdGePoint3d& point : found)
         EXPECT_DOUBLE_EQ(point.z, 7.0);
@@ -42,7 +42,7 @@ TEST_F(Clip, GivesWhatLiesInsideOrOutsideASquare)
 
 TEST_F(Clip, TakesAnElbowClosedOrNotInEitherWinding)
 {
-    hang(makeSquare(0, 0, 0, 100));
+    addFile(makeSquare(0, 0, 0, 100));
     const Points elbow{{10, 10, 0}, {90, 10, 0}, {90, 30, 0}, {30, 30, 0}, {30, 90, 0}, {10, 90, 0}};
     for (const bool isTurned : {false, true})
         for (const bool isClosed : {false, true})
@@ -58,7 +58,7 @@ TEST_F(Clip, TakesAnElbowClosedOrNotInEitherWinding)
 // A U of 60 by 60 whose opening is 20 wide and 40 deep: 3600 - 800.
 TEST_F(Clip, LeavesTheOpeningOfAUOut)
 {
-    hang(grid(10, [](double, double) { return 0.0; }));
+    addFile(grid(10, [](double, double) { return 0.0; }));
     const Points boundary{{15, 15, 0}, {75, 15, 0}, {75, 75, 0}, {55, 75, 0},
                           {55, 35, 0}, {35, 35, 0}, {35, 75, 0}, {15, 75, 0}};
     EXPECT_NEAR(planInside(boundary), 2800, 1e-9);
@@ -68,7 +68,7 @@ TEST_F(Clip, LeavesTheOpeningOfAUOut)
 
 TEST_F(Clip, ABowTieIsItsTwoWings)
 {
-    hang(grid(7, [](double, double) { return 0.0; }));
+    addFile(grid(7, [](double, double) { return 0.0; }));
     const Points bowTie{{10, 10, 0}, {90, 90, 0}, {90, 10, 0}, {10, 90, 0}};
     EXPECT_NEAR(planInside(bowTie), 3200, 1e-9);
     EXPECT_EQ(misplacedTriangles(found, bowTie, true, 1e-9), 0);
@@ -76,7 +76,7 @@ TEST_F(Clip, ABowTieIsItsTwoWings)
 
 TEST_F(Clip, WhatIsEnclosedTwiceIsAHole)
 {
-    hang(makeSquare(0, 0, 0, 100));
+    addFile(makeSquare(0, 0, 0, 100));
     const Points boundary{{10, 10, 0}, {90, 10, 0}, {90, 90, 0}, {10, 90, 0}, {10, 10, 0},
                           {30, 30, 0}, {70, 30, 0}, {70, 70, 0}, {30, 70, 0}, {30, 30, 0}};
     EXPECT_NEAR(planInside(boundary), 6400 - 1600, 1e-9);
@@ -86,7 +86,7 @@ TEST_F(Clip, WhatIsEnclosedTwiceIsAHole)
 // The boundary runs along the mesh's lines and through its points: 10 by 10 cells of 10.
 TEST_F(Clip, CutsNothingWhereTheBoundaryFollowsTheMesh)
 {
-    hang(grid(10, [](double, double) { return 0.0; }));
+    addFile(grid(10, [](double, double) { return 0.0; }));
     EXPECT_EQ(clipped(kInside, rectangle(20, 30, 60, 50)).size(), 3U * 2 * 8);
     EXPECT_EQ(clipped(kOutside, rectangle(20, 30, 60, 50)).size(), 3U * 2 * 92);
     const Points alongDiagonals{{20, 20, 0}, {50, 50, 0}, {20, 50, 0}}; // the cells' diagonals rise to the north-east
@@ -95,7 +95,7 @@ TEST_F(Clip, CutsNothingWhereTheBoundaryFollowsTheMesh)
 
 TEST_F(Clip, ABoundaryAroundEverythingGivesTheTrianglesAsTheyAre)
 {
-    hang(makeSquare(0, 0, 0, 100));
+    addFile(makeSquare(0, 0, 0, 100));
     clipped(kInside, rectangle(-10, -10, 110, 110));
     ASSERT_EQ(found.size(), 6U); // corners 0 1 2 and 0 2 3
     EXPECT_EQ(found[1].x, 100.0);
@@ -107,14 +107,14 @@ TEST_F(Clip, ABoundaryAroundEverythingGivesTheTrianglesAsTheyAre)
 
 TEST_F(Clip, ABoundaryBesideEverythingGivesNothing)
 {
-    hang(makeSquare(0, 0, 0, 100));
+    addFile(makeSquare(0, 0, 0, 100));
     EXPECT_TRUE(clipped(kInside, rectangle(200, 0, 300, 100)).empty());
     EXPECT_EQ(clipped(kOutside, rectangle(200, 0, 300, 100)).size(), 6U);
 }
 
 TEST_F(Clip, AppendsToWhatIsThere)
 {
-    hang(makeSquare(0, 0, 0, 100));
+    addFile(makeSquare(0, 0, 0, 100));
     found = {{1, 2, 3}};
     ASSERT_TRUE(clip(kInside, rectangle(-10, -10, 110, 110)));
     ASSERT_EQ(found.size(), 7U);
@@ -124,7 +124,7 @@ TEST_F(Clip, AppendsToWhatIsThere)
 // The western half of a cube: half of top, bottom and two walls, and the western wall: 4 * 50 + 100.
 TEST_F(Clip, CutsWalls)
 {
-    hang(cube());
+    addFile(cube());
     EXPECT_NEAR(surfaceInside(rectangle(0, 0, 25, 100)), 300, 1e-9);
     EXPECT_NEAR(surfaceOutside(rectangle(0, 0, 25, 100)), 300, 1e-9);
 }
@@ -132,7 +132,7 @@ TEST_F(Clip, CutsWalls)
 // Along the western wall: what lies on the boundary is inside, and no less for there being nothing else.
 TEST_F(Clip, AWallOnTheBoundaryCountsOnceAndInside)
 {
-    hang(cube());
+    addFile(cube());
     EXPECT_NEAR(surfaceInside(rectangle(0, 0, 20, 100)), 100, 1e-9);
     EXPECT_NEAR(surfaceOutside(rectangle(0, 0, 20, 100)), 500, 1e-9);
     EXPECT_NEAR(surfaceInside(rectangle(20, 20, 30, 30)), 600, 1e-9);
@@ -141,15 +141,15 @@ TEST_F(Clip, AWallOnTheBoundaryCountsOnceAndInside)
 
 TEST_F(Clip, TakesEverySurfaceOfAnOverhang)
 {
-    hang(makeSquare(0, 0, 0, 100));
-    hang(makeSquare(40, 0, 10, 60));
+    addFile(makeSquare(0, 0, 0, 100));
+    addFile(makeSquare(40, 0, 10, 60));
     EXPECT_NEAR(planInside(rectangle(30, 10, 50, 20)), 200 + 100, 1e-9);
 }
 
 // A slope that rises by 1 in 2: between the heights 10 and 20 lie x = 20 to 40.
 TEST_F(Clip, KeepsBetweenTwoHeightsInEitherOrder)
 {
-    hang(grid(7, [](double x, double) { return 0.5 * x; }));
+    addFile(grid(7, [](double x, double) { return 0.5 * x; }));
     const double rising[] = {10.0, 20.0};
     const double falling[] = {20.0, 10.0};
     for (const double* range : {rising, falling})
@@ -167,7 +167,7 @@ TEST_F(Clip, KeepsBetweenTwoHeightsInEitherOrder)
 
 TEST_F(Clip, ACubeBetweenTwoHeightsIsItsWalls)
 {
-    hang(cube());
+    addFile(cube());
     const double range[] = {2.5, 5.0};
     heights = range;
     EXPECT_NEAR(surfaceInside(rectangle(0, 0, 100, 100)), 4 * 25, 1e-9);
@@ -176,7 +176,7 @@ TEST_F(Clip, ACubeBetweenTwoHeightsIsItsWalls)
 
 TEST_F(Clip, TheHeightsThemselvesBelongToTheRange)
 {
-    hang(makeSquare(0, 0, 10, 100));
+    addFile(makeSquare(0, 0, 10, 100));
     for (const auto& [low, high, area] : {std::tuple{10.0, 20.0, 100.0},
                                           {0.0, 10.0, 100.0},
                                           {10.0, 10.0, 100.0},
@@ -201,7 +201,7 @@ TEST_F(Clip, InsideAndOutsideAreTheWholeSurface)
         soup.emplace_back(x, y, i % 7 == 0 ? 0.F : place(random));
         if (i % 12 == 2) soup.back() = {soup[soup.size() - 2].x(), soup[soup.size() - 2].y(), 77.F}; // a wall
     }
-    hang(soupOf(soup));
+    addFile(soupOf(soup));
     const double whole = surfaceOutside(rectangle(200, 200, 201, 201));
     for (int round = 0; round < 30; ++round)
     {
@@ -221,7 +221,7 @@ TEST_F(Clip, InsideAndOutsideAreTheWholeSurface)
 TEST_F(Clip, InsideHasTheBoundarysAreaWhereTheModelCoversItOnce)
 {
     std::mt19937 random(99);
-    hang(grid(37, [](double x, double y) { return 3.0 * std::sin(0.1 * x) + 2.0 * std::cos(0.2 * y); }));
+    addFile(grid(37, [](double x, double y) { return 3.0 * std::sin(0.1 * x) + 2.0 * std::cos(0.2 * y); }));
     for (const int corners : {3, 5, 12, 77, 400})
     {
         SCOPED_TRACE(testing::Message() << corners << " corners, seed 99");
@@ -234,7 +234,7 @@ TEST_F(Clip, InsideHasTheBoundarysAreaWhereTheModelCoversItOnce)
 
 TEST_F(Clip, RefusesWithAMessageAndLeavesTheListAlone)
 {
-    hang(makeSquare(0, 0, 0, 100));
+    addFile(makeSquare(0, 0, 0, 100));
     const Points sound = rectangle(0, 0, 10, 10);
     expectRefused("there is no mode 2", 2, sound);
     expectRefused("there is no mode -1", -1, sound);
@@ -271,10 +271,10 @@ TEST_F(Clip, AnExceptionEndsTheClipAndLeavesTheListAlone)
     {
         osg::BoundingBox computeBound(const osg::Drawable&) const override { throw std::runtime_error("torn"); }
     };
-    hang(makeSquare(0, 0, 0, 100));
+    addFile(makeSquare(0, 0, 0, 100));
     const osg::ref_ptr<osg::Geometry> damaged = makeSquare(0, 0, 0, 100);
     damaged->setComputeBoundingBoxCallback(new Torn);
-    hang(damaged);
+    addFile(damaged);
     found = {{1, 2, 3}};
     EXPECT_FALSE(clip(kInside, rectangle(0, 0, 10, 10)));
     EXPECT_EQ(found.size(), 1U);

@@ -18,7 +18,7 @@ namespace
 
 using testing::Contains;
 
-/** Whether reading this file ends the process. Cut files never do, but flipped bits can: the toolkit's reader trusts
+/** Whether reading this file ends the process. Cut files never do, but flipped bits can: OSG's reader trusts
  * what it has read, and nothing in this process could catch that. Tried in a process of its own, for five seconds. */
 bool readingSurvives(const std::string& path)
 {
@@ -41,7 +41,7 @@ struct DamagedTile : public TiledModelFixture
 {
     TilePyramid data = pyramid({2});
     int tried = 0;
-    int passedOver = 0; // files that end the toolkit
+    int passedOver = 0; // files that end OSG
 
     /** Loads these bytes as a model file, looks at it, picks it, and forgets it. @return whether it was taken */
     bool tryAsRoot(const std::string& bytes)
@@ -69,10 +69,9 @@ struct DamagedTile : public TiledModelFixture
     void TearDown() override
     {
         RecordProperty("tried", tried);
-        RecordProperty("endTheToolkit", passedOver);
+        RecordProperty("endOsg", passedOver);
         if (passedOver > 0)
-            std::cout << passedOver << " of " << tried + passedOver
-                      << " files end the toolkit itself or keep it busy\n";
+            std::cout << passedOver << " of " << tried + passedOver << " files end OSG itself or keep it busy\n";
     }
 
     /** A host that trusts an index beyond the vertices reads beyond its array. */

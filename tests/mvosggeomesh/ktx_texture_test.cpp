@@ -139,7 +139,7 @@ struct KtxTextures : public TiledModelFixture
         expectCleanContract();
     }
 
-    /** Red at the first row and blue at the last one, as the toolkit reads the image. */
+    /** Red at the first row and blue at the last one, as OSG reads the image. */
     static void expectUpright(const RecordedPixels& pixels)
     {
         const osg::ref_ptr<osg::Image> image = makeBytes(

@@ -26,7 +26,7 @@ TilePyramidOptions byDistance()
 TEST_F(Paging, ByPixelSizeShowsTheLevelThatTheViewNeeds)
 {
     driver.add(pyramid().rootFile());
-    // The toolkit's measure is 1611.9 * radius / depth for this viewport (see the update's test). The root's radius is
+    // OSG's measure is 1611.9 * radius / depth for this viewport (see the update's test). The root's radius is
     // 70.71 m, so 200 pixels at a depth of 569.9 m; half of that for its quadrants.
     driver.view = fromAbove(580.0);
     ASSERT_TRUE(driver.converge());

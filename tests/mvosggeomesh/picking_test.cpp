@@ -53,7 +53,7 @@ struct Picking : public TiledModelFixture
 
 } // namespace
 
-// A sheet of 13 x 13 cells that does not lie level; rays along its edges and diagonals, some of which the toolkit's
+// A sheet of 13 x 13 cells that does not lie level; rays along its edges and diagonals, some of which OSG's
 // intersector lets through between two triangles.
 TEST_F(Picking, HasNoGapsBetweenTriangles)
 {
@@ -287,6 +287,12 @@ osg::Matrixd lookFrom(const osg::Vec3d& eye, const osg::Vec3d& centre, const osg
     return osg::Matrixd::lookAt(eye, centre, up);
 }
 
+mvgeo::Placement atOrigin()
+{
+    const KdGeMatrix3d identity;
+    return *mvgeo::Placement::make(&identity);
+}
+
 const osg::BoundingBoxd kUnitBox(0, 0, 0, 1, 1, 1);
 const osg::Matrixd kPerspective = osg::Matrixd::perspective(45, 1, 0.1, 100);
 const osg::Matrixd kParallel = osg::Matrixd::ortho(-1, 1, -1, 1, 0.1, 100);
@@ -297,7 +303,7 @@ const osg::Matrixd kParallel = osg::Matrixd::ortho(-1, 1, -1, 1, 0.1, 100);
 TEST(PickRay, KeepsThePartInsideTheBox)
 {
     const osg::Matrixd view = lookFrom({0.5, 0.5, 10}, {0.5, 0.5, 0}, {0, 1, 0});
-    const auto ray = mvgeo::pickRay(view, kPerspective, osg::Matrixd(), {0.5, 0.5, 5}, kUnitBox);
+    const auto ray = mvgeo::pickRay(view, kPerspective, atOrigin(), {0.5, 0.5, 5}, kUnitBox);
     ASSERT_TRUE(ray);
     EXPECT_NEAR(ray->start.z(), 1.0173, 1e-3);
     EXPECT_NEAR(ray->end.z(), -0.0173, 1e-3);
@@ -307,7 +313,7 @@ TEST(PickRay, KeepsThePartInsideTheBox)
 TEST(PickRay, StartsAtAnEyeInsideTheBox)
 {
     const osg::Matrixd view = lookFrom({0.5, 0.5, 0.5}, {0.5, 0.5, 0}, {0, 1, 0});
-    const auto ray = mvgeo::pickRay(view, kPerspective, osg::Matrixd(), {0.5, 0.5, 0.4}, kUnitBox);
+    const auto ray = mvgeo::pickRay(view, kPerspective, atOrigin(), {0.5, 0.5, 0.4}, kUnitBox);
     ASSERT_TRUE(ray);
     EXPECT_NEAR(ray->start.z(), 0.5, 1e-9);
 }
@@ -317,7 +323,7 @@ TEST(PickRay, SpansTheModelWhereverTheEyeStandsInParallelProjection)
     for (const double eyeHeight : {0.5, 10.0, -1000.0})
     {
         const osg::Matrixd view = lookFrom({0.5, 0.5, eyeHeight}, {0.5, 0.5, eyeHeight - 1}, {0, 1, 0});
-        const auto ray = mvgeo::pickRay(view, kParallel, osg::Matrixd(), {0.2, 0.3, eyeHeight}, kUnitBox);
+        const auto ray = mvgeo::pickRay(view, kParallel, atOrigin(), {0.2, 0.3, eyeHeight}, kUnitBox);
         ASSERT_TRUE(ray) << eyeHeight;
         EXPECT_NEAR(ray->start.z(), 1.0173, 1e-3);
         EXPECT_NEAR(ray->end.z(), -0.0173, 1e-3);
@@ -325,10 +331,8 @@ TEST(PickRay, SpansTheModelWhereverTheEyeStandsInParallelProjection)
     }
 }
 
-TEST(PickRay, HasNothingForAnEmptyBoxOrASingularPlacement)
+TEST(PickRay, HasNothingForAnEmptyBox)
 {
     const osg::Matrixd view = lookFrom({0.5, 0.5, 10}, {0.5, 0.5, 0}, {0, 1, 0});
-    EXPECT_FALSE(mvgeo::pickRay(view, kPerspective, osg::Matrixd(), {0.5, 0.5, 5}, osg::BoundingBoxd()));
-    EXPECT_FALSE(mvgeo::pickRay(view, kPerspective, osg::Matrixd::scale(1, 1, 0), {0.5, 0.5, 5}, kUnitBox));
-    EXPECT_FALSE(mvgeo::pickRay(view, kParallel, osg::Matrixd::scale(0, 0, 0), {0.5, 0.5, 5}, kUnitBox));
+    EXPECT_FALSE(mvgeo::pickRay(view, kPerspective, atOrigin(), {0.5, 0.5, 5}, osg::BoundingBoxd()));
 }

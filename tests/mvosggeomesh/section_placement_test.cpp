@@ -146,7 +146,7 @@ TEST_F(Section, AlongTheModelsOwnBorderIsFoundFarFromTheOriginToo)
     }
 }
 
-// The toolkit's bounds are of single precision: at four million metres they are off by a quarter.
+// OSG's bounds are of single precision: at four million metres they are off by a quarter.
 TEST_F(Section, FindsTheCornersOfTilesThatLieFarFromTheOrigin)
 {
     for (const double offset : {0.0, 0.13, 0.24, 0.37})

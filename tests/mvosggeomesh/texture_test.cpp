@@ -201,7 +201,7 @@ TEST_F(Textures, SurviveACacheThatCannotBeWritten)
     EXPECT_EQ(readFile(directory), "in the way");
 }
 
-// A full disk as far as this process is concerned: no file may grow beyond 20 bytes. The toolkit's JPEG writer would
+// A full disk as far as this process is concerned: no file may grow beyond 20 bytes. OSG's JPEG writer would
 // end the process here, and its PNG writer would leave a cut file.
 class SmallFilesOnly
 {

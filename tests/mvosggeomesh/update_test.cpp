@@ -152,7 +152,7 @@ TEST_F(Update, GivesTheVisitorViewportPixelSizeAndFrustum)
     SceneViewVisitor& visitor = model().sceneVisitor();
     EXPECT_EQ(visitor.viewport->width(), 800.0);
     EXPECT_EQ(visitor.viewport->height(), 600.0);
-    // One pixel is 1 / 724.26 of the depth, 600 / (2 tan 22.5 degrees). The toolkit adds the halves of the viewport and
+    // One pixel is 1 / 724.26 of the depth, 600 / (2 tan 22.5 degrees). OSG adds the halves of the viewport and
     // takes the diagonal: sqrt(2) * sqrt(2 * 724.26^2 + 400^2 + 300^2) = 1611.9, at a depth of 100 m.
     EXPECT_NEAR(1.0 / mvgeo::dot(visitor.pixelSizeVector, {50.0, 50.0, 0.0}), 16.119, 0.001);
     EXPECT_TRUE(visitor.frustum.contains(osg::Vec3(50, 50, 0)));

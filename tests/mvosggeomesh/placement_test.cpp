@@ -1,16 +1,17 @@
+#include "mvclipregions/ClipGeometry.h"
+#include "mvosggeomesh/Placement.h"
 #include "mvosggeomesh/TiledModelFixture.h"
-
-#include <osg/KdTree>
-#include <osgUtil/LineSegmentIntersector>
 
 #include <array>
 #include <cmath>
-#include <filesystem>
+#include <limits>
 
 namespace
 {
 
-// What follows is worked out a second time with more digits and without the matrix classes of host and toolkit.
+using namespace clipgeometry;
+
+// What follows is worked out a second time with more digits and without the matrix classes of host and OSG.
 using Real = long double;
 using Triple = std::array<Real, 3>;
 
@@ -72,7 +73,7 @@ KdGePoint3d hostPoint(const Triple& p)
     return {static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])};
 }
 
-osg::Vec3d toolkitPoint(const Triple& p)
+osg::Vec3d osgPoint(const Triple& p)
 {
     return {static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])};
 }
@@ -85,7 +86,7 @@ void expectNear(const KdGePoint3d& found, const Triple& expected)
 }
 
 /** One square from (0, 0, 0) to (100, 100, 0), placed twice: by its own transform and by the host's placement. */
-struct PickPlacement : public TiledModelFixture, public testing::WithParamInterface<Placed>
+struct PlacedModel : public TiledModelFixture, public testing::WithParamInterface<Placed>
 {
     void SetUp() override
     {
@@ -101,9 +102,9 @@ struct PickPlacement : public TiledModelFixture, public testing::WithParamInterf
     /** The stored view is the host's, whatever the placement that the frame was drawn with. */
     void look(bool isPerspective, const Triple& eye, const Triple& centre)
     {
-        const osg::Vec3d from = toolkitPoint(inHost(eye));
-        const osg::Vec3d to = toolkitPoint(inHost(centre));
-        const osg::Vec3d up = toolkitPoint(inHost({50, 150, 0})) - toolkitPoint(inHost({50, 50, 0}));
+        const osg::Vec3d from = osgPoint(inHost(eye));
+        const osg::Vec3d to = osgPoint(inHost(centre));
+        const osg::Vec3d up = osgPoint(inHost({50, 150, 0})) - osgPoint(inHost({50, 50, 0}));
         driver.view = isPerspective ? perspectiveView(from, to, up) : orthographicView(from, to, 500.0, up);
         driver.view.model = placement;
         ASSERT_TRUE(driver.update());
@@ -130,7 +131,7 @@ const Triple kTargets[] = {{62.5L, 30.25L, 0}, {3, 97, 0}, {50, 49, 0}, {99.999L
 
 } // namespace
 
-TEST_P(PickPlacement, HitsWhereThePerspectiveRayMeetsTheSurface)
+TEST_P(PlacedModel, IsHitWhereThePerspectiveRayMeetsTheSurface)
 {
     look(true, kEye, {50, 50, 0});
     for (const Triple& target : kTargets)
@@ -143,7 +144,7 @@ TEST_P(PickPlacement, HitsWhereThePerspectiveRayMeetsTheSurface)
 }
 
 // In parallel projection all rays have the view's direction: from the eye to the square's middle.
-TEST_P(PickPlacement, HitsWhereTheParallelRayMeetsTheSurface)
+TEST_P(PlacedModel, IsHitWhereTheParallelRayMeetsTheSurface)
 {
     look(false, kEye, {50, 50, 0});
     for (const Triple& target : kTargets)
@@ -156,7 +157,7 @@ TEST_P(PickPlacement, HitsWhereTheParallelRayMeetsTheSurface)
         }
 }
 
-TEST_P(PickPlacement, GivesTheTrianglesCornersInTheHostsFrame)
+TEST_P(PlacedModel, GivesThePickedTrianglesCornersInTheHostsFrame)
 {
     for (const bool isPerspective : {true, false})
     {
@@ -170,7 +171,43 @@ TEST_P(PickPlacement, GivesTheTrianglesCornersInTheHostsFrame)
     }
 }
 
-TEST_P(PickPlacement, MissesBesideTheSurface)
+// Wherever a line lies on the square itself, an upright cut along it is that line, with a point on the diagonal.
+TEST_P(PlacedModel, IsCutByASectionInTheModelsFrame)
+{
+    const std::vector<KdGePoint3d> line{hostPoint(inHost({10, 20, 0})), hostPoint(inHost({90, 60, 0}))};
+    std::vector<std::vector<KdGePoint3d>> draped;
+    ASSERT_TRUE(model().section(&placement, &line, &draped));
+    ASSERT_EQ(draped.size(), 1U);
+    ASSERT_EQ(draped[0].size(), 3U);
+    expectNear(draped[0][0], inHost({10, 20, 0}));
+    expectNear(draped[0][1], inHost({30, 30, 0}));
+    expectNear(draped[0][2], inHost({90, 60, 0}));
+}
+
+// A boundary whose corners lie on the square punches just what is between them, here 20 by 10, around (50, 25).
+TEST_P(PlacedModel, IsClippedInTheHostsFrame)
+{
+    std::vector<KdGePoint3d> boundary;
+    for (const Triple& corner : {Triple{40, 20, 0}, Triple{60, 20, 0}, Triple{60, 30, 0}, Triple{40, 30, 0}})
+        boundary.push_back(hostPoint(inHost(corner)));
+    const auto scale = static_cast<double>(GetParam().transform.scale * GetParam().placement.scale);
+    constexpr int kInside = 0;
+    std::vector<KdGePoint3d> found;
+    ASSERT_TRUE(model().clip(kInside, 0xFFFFFFFFU, &placement, &boundary, nullptr, 0, &found));
+    ASSERT_EQ(badTriangles(found), 0);
+    ASSERT_NEAR(surfaceArea(found) / (scale * scale), 200.0, 1e-3);
+    osg::Vec3d offset; // of the centre of area, from the first corner
+    for (std::size_t i = 0; i < found.size(); ++i)
+    {
+        const std::size_t first = i - i % 3;
+        const double area = crossOf(found[first], found[first + 1], found[first + 2]).length() / 2.0;
+        offset += difference(found[i], found[0]) * (area / 3.0 / surfaceArea(found));
+    }
+    const KdGePoint3d centre(found[0].x + offset.x(), found[0].y + offset.y(), found[0].z + offset.z());
+    expectNear(centre, inHost({50, 25, 0}));
+}
+
+TEST_P(PlacedModel, IsMissedBesideItsSurface)
 {
     for (const bool isPerspective : {true, false})
     {
@@ -193,9 +230,9 @@ TEST_F(PickCorners, AreHitWhereverTheModelStands)
         model().setTransform(motion.matrix());
         for (const Triple& corner : {Triple{0.01L, 0.01L, 0}, Triple{99.99L, 0.01L, 0}, Triple{99.99L, 99.99L, 0}})
         {
-            const osg::Vec3d target = toolkitPoint(motion(corner));
-            const osg::Vec3d eye = toolkitPoint(motion({corner[0], corner[1], 200}));
-            const osg::Vec3d up = toolkitPoint(motion.turned({0, 1, 0}));
+            const osg::Vec3d target = osgPoint(motion(corner));
+            const osg::Vec3d eye = osgPoint(motion({corner[0], corner[1], 200}));
+            const osg::Vec3d up = osgPoint(motion.turned({0, 1, 0}));
             driver.view = orthographicView(eye, target, 200.0, up);
             ASSERT_TRUE(driver.update());
             const KdGeMatrix3d identity;
@@ -207,7 +244,34 @@ TEST_F(PickCorners, AreHitWhereverTheModelStands)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Places, PickPlacement,
+// Doubles, turns (x, y) to (-y, x), then shifts: (1, 2, 3) to (2, 4, 6) to (-4, 2, 6) to (96, 202, 306).
+TEST(Placement, TakesPointsToTheHostAndBack)
+{
+    const KdGeMatrix3d matrix = KdGeMatrix3d::translation({100, 200, 300}) *
+                                KdGeMatrix3d::rotation(std::acos(0.0), {0, 0, 1}) * KdGeMatrix3d::scaling(2.0);
+    const auto placement = mvgeo::Placement::make(&matrix);
+    ASSERT_TRUE(placement);
+    EXPECT_LT(placement->toHost({1, 2, 3}).distanceTo({96, 202, 306}), 1e-12);
+    EXPECT_LT((placement->toModel({96, 202, 306}) - osg::Vec3d(1, 2, 3)).length(), 1e-12);
+    EXPECT_EQ(osg::Vec3d() * placement->modelToHost(), osg::Vec3d(100, 200, 300));
+}
+
+TEST(Placement, NeedsAMatrixWithAnInverse)
+{
+    EXPECT_FALSE(mvgeo::Placement::make(nullptr));
+    KdGeMatrix3d flat;
+    flat.entry[2][2] = 0.0;
+    KdGeMatrix3d undefined;
+    undefined.entry[1][3] = std::numeric_limits<double>::quiet_NaN();
+    KdGeMatrix3d dependent; // its rows lie in one plane, up to rounding
+    for (int row = 0; row < 3; ++row)
+        for (int column = 0; column < 3; ++column)
+            dependent.entry[row][column] = 0.1 * (3 * row + column + 1);
+    for (const KdGeMatrix3d& matrix : {flat, undefined, dependent, KdGeMatrix3d::scaling(0.0)})
+        EXPECT_FALSE(mvgeo::Placement::make(&matrix));
+}
+
+INSTANTIATE_TEST_SUITE_P(Places, PlacedModel,
                          testing::Values(Placed{"atHome", kAtHome, kAtHome}, Placed{"farAway", kFarAway, kAtHome},
                                          Placed{"placedFarAway", kAtHome, kFarAway}, Placed{"tilted", kTilted, kAtHome},
                                          Placed{"placedTilted", kAtHome, kTilted},
@@ -215,152 +279,3 @@ INSTANTIATE_TEST_SUITE_P(Places, PickPlacement,
                                          Placed{"smallAfterLarge", kTilted, kMillimetres},
                                          Placed{"largeAfterLarge", kTilted, kMirrorless}),
                          [](const testing::TestParamInfo<Placed>& place) { return std::string(place.param.name); });
-
-// ---- which tiles are hit
-
-namespace
-{
-
-/** Level n of a pyramid lies at z = n, so the height tells which level was hit. */
-struct PickedLevel : public TiledModelFixture
-{
-    void addPyramid(int levels)
-    {
-        TilePyramidOptions options;
-        options.levels = levels;
-        tiles = std::make_unique<TilePyramid>(folder / "data", options);
-        ASSERT_EQ(driver.add(tiles->rootFile()), 0);
-        driver.view = fromAbove();
-    }
-    /** The level at (30, 30), looked at from above and from below: the coarser levels are nearer from there. */
-    void expectLevel(int level)
-    {
-        for (const double z : {50.0, -50.0})
-        {
-            driver.view = perspectiveView({30, 30, z}, {30, 30, 0});
-            ASSERT_TRUE(driver.update());
-            const KdGeMatrix3d identity;
-            const KdGePoint3d point(30, 30, z / 2);
-            KdGePoint3d hit;
-            ASSERT_TRUE(model().pickPoint(&identity, &point, &hit)) << z;
-            EXPECT_NEAR(hit.z, level, 1e-6) << "from z = " << z;
-        }
-    }
-    std::unique_ptr<TilePyramid> tiles;
-};
-
-} // namespace
-
-// Level 1 lies above the extents, which come from level 0, but within their margin.
-TEST_F(PickedLevel, IsTheFinestInMemory)
-{
-    addPyramid(2);
-    driver.view = perspectiveView({30, 30, 20}, {30, 30, 0});
-    ASSERT_TRUE(driver.converge());
-    expectLevel(1);
-}
-
-// The files below level 1 are gone: the toolkit's visitor must not fail, nor must the pick read anything.
-TEST_F(PickedLevel, IsTheFinestThatCouldBeRead)
-{
-    addPyramid(3);
-    for (const std::string& file : tiles->files())
-        if (file.find("_L2_") != std::string::npos) std::filesystem::remove(file);
-    driver.view = perspectiveView({30, 30, 20}, {30, 30, 0});
-    ASSERT_TRUE(driver.converge());
-    expectLevel(1);
-}
-
-TEST_F(PickedLevel, IsTheRootsWhileNothingElseIsLoaded)
-{
-    addPyramid(3);
-    driver.view = perspectiveView({30, 30, 1e5}, {30, 30, 0}); // so far away that the root will do
-    ASSERT_TRUE(driver.converge());
-    const KdGeMatrix3d identity;
-    const KdGePoint3d point(30, 30, 0);
-    KdGePoint3d hit;
-    ASSERT_TRUE(model().pickPoint(&identity, &point, &hit));
-    EXPECT_NEAR(hit.z, 0.0, 1e-6);
-}
-
-// ---- what pickTriangle says
-
-namespace
-{
-
-/** A triangle that is drawn without being a geometry: there are no indices to tell its corners by. */
-class BareTriangle : public osg::Drawable
-{
-public:
-    BareTriangle() { setSupportsDisplayList(false); }
-    osg::BoundingBox computeBoundingBox() const override { return {0, 0, 0, 100, 100, 0}; }
-    osg::BoundingSphere computeBound() const override { return osg::BoundingSphere(computeBoundingBox()); }
-    osg::Object* cloneType() const override { return new BareTriangle; }
-    osg::Object* clone(const osg::CopyOp&) const override { return new BareTriangle; }
-    bool supports(const osg::PrimitiveFunctor&) const override { return true; }
-    void accept(osg::PrimitiveFunctor& functor) const override
-    {
-        static const osg::Vec3 corners[] = {{0, 0, 0}, {100, 0, 0}, {100, 100, 0}};
-        functor.setVertexArray(3, corners);
-        functor.drawArrays(GL_TRIANGLES, 0, 3);
-    }
-
-protected:
-    ~BareTriangle() override = default;
-};
-
-struct PickMessages : public TiledModelFixture
-{
-    void SetUp() override
-    {
-        ASSERT_EQ(driver.add(pyramid({1}).rootFile()), 0);
-        driver.view = fromAbove();
-        driver.update();
-    }
-    /** In the place of the model's square. */
-    void show(osg::Drawable& drawable)
-    {
-        const osg::ref_ptr<osg::Geode> geode = new osg::Geode;
-        geode->addDrawable(&drawable);
-        model().root().removeChildren(0, model().root().getNumChildren());
-        model().root().addChild(geode);
-    }
-    void expectOnlyMessage(const std::string& text)
-    {
-        const KdGeMatrix3d identity;
-        const KdGePoint3d point(75, 40, 0);
-        KdGePoint3d hit;
-        std::vector<KdGePoint3d> triangle{{-1, -2, -3}};
-        EXPECT_TRUE(model().pickPoint(&identity, &point, &hit)); // where it is hit is known all the same
-        EXPECT_EQ(log.count(osg::FATAL, ""), 0);
-        EXPECT_FALSE(model().pickTriangle(&identity, &point, &triangle));
-        ASSERT_EQ(triangle.size(), 1U);
-        EXPECT_EQ(triangle[0].z, -3.0);
-        EXPECT_EQ(log.count(osg::FATAL, ""), 1);
-        EXPECT_EQ(log.count(osg::FATAL, text), 1);
-    }
-};
-
-} // namespace
-
-TEST_F(PickMessages, SaysErrorWithoutIndices)
-{
-    const osg::ref_ptr<BareTriangle> bare = new BareTriangle;
-    show(*bare);
-    expectOnlyMessage("error");
-}
-
-// A search tree remembers the vertices that it was built from, the geometry has fewer by now.
-TEST_F(PickMessages, SaysThatThereAreTooFewPointsWhereTheVerticesDoNotReach)
-{
-    const osg::ref_ptr<osg::Geometry> square = makeSquare(0, 0, 0, 100);
-    const osg::ref_ptr<osg::KdTree> tree = new osg::KdTree;
-    osg::KdTree::BuildOptions options;
-    options._targetNumTrianglesPerLeaf = 1; // no tree is built for fewer vertices than that
-    ASSERT_TRUE(tree->build(options, square));
-    square->setShape(tree);
-    show(*square);
-    square->setVertexArray(new osg::Vec3Array(2));
-    square->setInitialBound(osg::BoundingBox(0, 0, 0, 100, 100, 0));
-    expectOnlyMessage("points size is less than 3");
-}
