@@ -2,6 +2,7 @@
 
 #include "support/TilePyramid.h"
 
+#include <osg/Geometry>
 #include <osg/MatrixTransform>
 #include <osgUtil/IntersectionVisitor>
 
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace
 {
