@@ -11,8 +11,8 @@
 namespace mvgeo::bench
 {
 
-/** Reads and keeps tiles for OSG's own sections. OSG asks by name alone, which finds no terrain tile: this remembers the
- * read options of every paged node that it has seen and hands them on. What is kept goes with the object. */
+/** Reads and keeps tiles for OSG's own sections. OSG asks by name alone, which finds no terrain tile: this remembers
+ * the read options of every paged node that it has seen and hands them on. What is kept goes with the object. */
 class TileKeeper : public osgSim::DatabaseCacheReadCallback
 {
 public:

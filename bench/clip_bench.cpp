@@ -117,7 +117,8 @@ void BM_Clip_OverEveryTriangle(benchmark::State& state)
     const auto ours = [&]
     {
         triangles = {};
-        model.clip(0, 0xFFFFFFFFU, &KdGeMatrix3d::kIdentity, &boundary, nullptr, 0, &triangles);
+        model.clip(MvGeoMesh::kClipInside, MvGeoMesh::kAllModelFiles, &KdGeMatrix3d::kIdentity, &boundary, nullptr, 0,
+                   &triangles);
     };
     const auto plain = [&] { area = intersectAll(*geometry, boundary); };
     RatioTimer timer;

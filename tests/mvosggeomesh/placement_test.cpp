@@ -191,9 +191,9 @@ TEST_P(PlacedModel, IsClippedInTheHostsFrame)
     for (const Triple& corner : {Triple{40, 20, 0}, Triple{60, 20, 0}, Triple{60, 30, 0}, Triple{40, 30, 0}})
         boundary.push_back(hostPoint(inHost(corner)));
     const auto scale = static_cast<double>(GetParam().transform.scale * GetParam().placement.scale);
-    constexpr int kInside = 0;
     std::vector<KdGePoint3d> found;
-    ASSERT_TRUE(model().clip(kInside, 0xFFFFFFFFU, &placement, &boundary, nullptr, 0, &found));
+    ASSERT_TRUE(
+        model().clip(MvGeoMesh::kClipInside, MvGeoMesh::kAllModelFiles, &placement, &boundary, nullptr, 0, &found));
     ASSERT_EQ(badTriangles(found), 0);
     ASSERT_NEAR(surfaceArea(found) / (scale * scale), 200.0, 1e-3);
     osg::Vec3d offset; // of the centre of area, from the first corner
