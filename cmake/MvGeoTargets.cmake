@@ -25,6 +25,7 @@ function(mvgeo_house_rules target)
         target_compile_options(${target} PRIVATE /W4 /utf-8 $<$<BOOL:${MVGEO_WARNINGS_AS_ERRORS}>:/WX>)
     else()
         target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+            $<$<COMPILE_LANG_AND_ID:CXX,Clang,AppleClang>:-Wthread-safety>
             $<$<BOOL:${MVGEO_WARNINGS_AS_ERRORS}>:-Werror>)
     endif()
     if(MVGEO_SANITIZE)

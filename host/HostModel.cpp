@@ -61,7 +61,7 @@ HostModel::HostModel(ModelType type, const Factory& factory, StatisticsReader st
         [this]
         {
             {
-                const std::lock_guard<std::mutex> guard(_wakeLock);
+                const Lock lock(_wakeLock);
                 _tilesArrived = true;
             }
             _wake.notify_one();
@@ -120,16 +120,16 @@ bool HostModel::waitForTiles(Clock::time_point deadline, const ProgressCallback&
 {
     for (;;)
     {
-        std::unique_lock<std::mutex> guard(_wakeLock);
-        _tilesArrived = false; // before the look: whatever arrives after it ends the wait below
-        guard.unlock();
-
+        {
+            const Lock lock(_wakeLock);
+            _tilesArrived = false; // before the look: whatever arrives after it ends the wait below
+        }
         statistics = this->statistics();
         if (statistics.idle != 0 || statistics.mergesWaiting > 0) return true;
         if (Clock::now() >= deadline) return false;
         tellProgress(progress, statistics);
-        guard.lock();
-        _wake.wait_for(guard, kLookInterval, [this] { return _tilesArrived; });
+        const Lock lock(_wakeLock);
+        if (!_tilesArrived) _wake.wait_for(_wakeLock, kLookInterval);
     }
 }
 

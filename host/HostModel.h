@@ -2,6 +2,7 @@
 
 #include "HostTileStore.h"
 #include "ModelInput.h"
+#include "Mutex.h"
 #include "ViewCamera.h"
 
 #include <mvgeothirdparty/GeoMeshStatistics.h>
@@ -15,7 +16,6 @@
 #include <condition_variable>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -101,9 +101,9 @@ private:
     /** Waits until loaded tiles can be merged or nothing is under way. False if `deadline` came first. */
     bool waitForTiles(Clock::time_point deadline, const ProgressCallback& progress, GeoMeshStatistics& statistics);
 
-    std::mutex _wakeLock;
-    std::condition_variable _wake;
-    bool _tilesArrived = false; // guarded by _wakeLock
+    Mutex _wakeLock;
+    std::condition_variable_any _wake;
+    bool _tilesArrived MVGEO_GUARDED_BY(_wakeLock) = false;
 
     ModelType _type;
     Taking _taking = Taking::Textured;

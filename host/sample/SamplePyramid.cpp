@@ -1,5 +1,6 @@
 #include "sample/SamplePyramid.h"
 
+#include "Mutex.h"
 #include "sample/TileFile.h"
 #include "sample/TileMesh.h"
 #include "sample/TileTexture.h"
@@ -11,7 +12,6 @@
 #include <condition_variable>
 #include <cstdio>
 #include <filesystem>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -40,23 +40,36 @@ constexpr const char* kMetadata = R"(<?xml version="1.0" encoding="utf-8"?>
 /** What the threads tell each other. */
 struct Work
 {
+    struct Done
+    {
+        int running = 0;   // threads that are not done yet
+        std::string error; // the first one stays
+        unsigned files = 0;
+        unsigned long long bytes = 0;
+    };
+
+    explicit Work(int threads) { done.running = threads; }
+
     std::atomic<int> nextRoot = 0;
     std::atomic<bool> stop = false;
 
-    std::mutex lock; // never held while a tile is made
-    std::condition_variable changed;
-    std::string error;            // guarded by lock; the first one stays
-    unsigned files = 0;           // guarded by lock
-    unsigned long long bytes = 0; // guarded by lock
-    int running = 0;              // guarded by lock
+    Mutex mutex; // never held while a tile is made
+    std::condition_variable_any changed;
+    Done done MVGEO_GUARDED_BY(mutex);
+
+    Done doneSoFar()
+    {
+        const Lock lock(mutex);
+        return done;
+    }
 
     /** Counts a file, or keeps its error and stops everybody. */
     bool note(const WriteResult& result)
     {
         {
-            const std::lock_guard<std::mutex> guard(lock);
-            if (result.ok()) ++files, bytes += result.bytes;
-            if (!result.ok() && error.empty()) error = result.error;
+            const Lock lock(mutex);
+            if (result.ok()) ++done.files, done.bytes += result.bytes;
+            if (!result.ok() && done.error.empty()) done.error = result.error;
         }
         if (!result.ok()) stop = true;
         changed.notify_one();
@@ -196,8 +209,8 @@ void writeRoots(Work& work, const CityLayout& city, const Noise& noise, const Sa
         RootTileWriter writer(city, noise, options, root % options.rootTilesX, root / options.rootTilesX, dataFolder);
         if (!writer.writeAll(work)) break;
     }
-    const std::lock_guard<std::mutex> guard(work.lock);
-    --work.running;
+    const Lock lock(work.mutex);
+    --work.done.running;
     work.changed.notify_one();
 }
 
@@ -211,10 +224,10 @@ bool superviseUntilDone(Work& work, const SamplePyramidOptions& options, int exp
         if (cancelled) work.stop = true;
         unsigned files = 0;
         {
-            std::unique_lock<std::mutex> guard(work.lock);
-            if (work.running > 0) work.changed.wait_for(guard, std::chrono::milliseconds(100));
-            running = work.running > 0;
-            files = work.files;
+            const Lock lock(work.mutex);
+            if (work.done.running > 0) work.changed.wait_for(work.mutex, std::chrono::milliseconds(100));
+            running = work.done.running > 0;
+            files = work.done.files;
         }
         if (options.progress && !work.stop) options.progress(static_cast<double>(files) / expectedFiles);
     }
@@ -237,10 +250,10 @@ SamplePyramidResult writeSamplePyramid(const std::string& directory, const Sampl
                           options.seed);
     const Noise noise(hashOf(options.seed, 0xC0104U));
     const int roots = options.rootTilesX * options.rootTilesY;
-    Work work;
-    work.running = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, std::min(roots, 8));
+    const int threadCount = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, std::min(roots, 8));
+    Work work(threadCount);
     std::vector<std::thread> threads;
-    for (int i = work.running; i > 0; --i)
+    for (int i = 0; i < threadCount; ++i)
         threads.emplace_back([&] { writeRoots(work, city, noise, options, dataFolder); });
     const int expectedFiles = roots * filesPerRoot(options.levels) + 1;
     const bool cancelled = superviseUntilDone(work, options, expectedFiles);
@@ -248,8 +261,9 @@ SamplePyramidResult writeSamplePyramid(const std::string& directory, const Sampl
         thread.join();
 
     // The metadata come last: a folder that has them is complete.
-    if (!cancelled && work.error.empty()) work.note(writeWholeFile(kMetadata, directory + "/metadata.xml"));
-    result.message = cancelled ? "cancelled; nothing was kept in " + directory : work.error;
+    if (!cancelled && work.doneSoFar().error.empty()) work.note(writeWholeFile(kMetadata, directory + "/metadata.xml"));
+    const Work::Done done = work.doneSoFar();
+    result.message = cancelled ? "cancelled; nothing was kept in " + directory : done.error;
     result.ok = result.message.empty();
     if (!result.ok)
     {
@@ -257,8 +271,8 @@ SamplePyramidResult writeSamplePyramid(const std::string& directory, const Sampl
         std::filesystem::remove_all(std::filesystem::u8path(dataFolder), ignored);
         return result;
     }
-    result.files = work.files;
-    result.bytes = work.bytes;
+    result.files = done.files;
+    result.bytes = done.bytes;
     result.dataFolder = dataFolder;
     if (options.progress) options.progress(1.0);
     return result;

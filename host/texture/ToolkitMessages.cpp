@@ -1,5 +1,7 @@
 #include "texture/ToolkitMessages.h"
 
+#include "Mutex.h"
+
 #include <algorithm>
 
 namespace mvgeo::host
@@ -10,13 +12,13 @@ public:
     void notify(osg::NotifySeverity severity, const char* message) override
     {
         if (severity > osg::WARN) return;
-        const std::lock_guard<std::mutex> guard(_lock);
+        const Lock lock(_lock);
         _text += message;
     }
 
     std::string text() const
     {
-        const std::lock_guard<std::mutex> guard(_lock);
+        const Lock lock(_lock);
         return _text;
     }
 
@@ -24,8 +26,8 @@ protected:
     ~Keeper() override = default;
 
 private:
-    mutable std::mutex _lock;
-    std::string _text; // guarded by _lock
+    mutable Mutex _lock;
+    std::string _text MVGEO_GUARDED_BY(_lock);
 };
 
 ToolkitMessages::ToolkitMessages() : _keeper(new Keeper), _before(osg::getNotifyHandler())

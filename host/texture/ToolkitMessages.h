@@ -3,7 +3,6 @@
 #include <osg/Notify>
 #include <osg/ref_ptr>
 
-#include <mutex>
 #include <string>
 
 namespace mvgeo::host

@@ -1,6 +1,7 @@
 #include "mvgeothirdparty/FileQueries.h"
 
-#include "mvgdaldatasetmanager/GdalSession.h"
+#include "mvgdaldatasetmanager/QuietGdal.h"
+#include "mvgdaldatasetmanager/RasterFile.h"
 #include "support/OsgPaths.h"
 #include "support/QuietOsg.h"
 #include "support/TileReader.h"

@@ -2,8 +2,6 @@
 
 #include "support/LogLine.h"
 
-#include <OpenThreads/ScopedLock>
-
 #include <osgDB/ReadFile>
 
 #include <algorithm>
@@ -11,8 +9,6 @@
 
 namespace
 {
-
-using Lock = OpenThreads::ScopedLock<OpenThreads::Mutex>;
 
 /** A damaged tile can make OSG throw; whoever measures goes on without it. */
 osg::ref_ptr<osg::Node> readGuarded(const std::string& fileName, const osgDB::Options* options)
@@ -54,7 +50,7 @@ osg::ref_ptr<osg::Node> DatabaseCacheReadCallback::readNodeFile(const std::strin
 
 osg::ref_ptr<osg::Node> DatabaseCacheReadCallback::find(const std::string& fileName)
 {
-    const Lock lock(_lock);
+    const mvgeo::Lock lock(_lock);
     const auto found = _nodes.find(fileName);
     if (found == _nodes.end()) return nullptr;
     MVGEO_LOG(INFO) << "Getting from cache " << fileName;
@@ -63,7 +59,7 @@ osg::ref_ptr<osg::Node> DatabaseCacheReadCallback::find(const std::string& fileN
 
 void DatabaseCacheReadCallback::store(const std::string& fileName, const osg::ref_ptr<osg::Node>& node)
 {
-    const Lock lock(_lock);
+    const mvgeo::Lock lock(_lock);
     if (_nodes.size() < _maximumFiles)
         MVGEO_LOG(INFO) << "Inserting into cache " << fileName;
     else

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <OpenThreads/Mutex>
+#include "support/Mutex.h"
 
 #include <osg/Node>
 #include <osg/ref_ptr>
@@ -38,9 +38,9 @@ protected:
 
 private:
     void store(const std::string& fileName, const osg::ref_ptr<osg::Node>& node);
-    void eraseFirstUnheld(); // with _lock held
+    void eraseFirstUnheld() MVGEO_REQUIRES(_lock);
 
     std::uint32_t _maximumFiles;
-    OpenThreads::Mutex _lock;
-    std::map<std::string, osg::ref_ptr<osg::Node>> _nodes; // by file name; guarded by _lock
+    mvgeo::Mutex _lock;
+    std::map<std::string, osg::ref_ptr<osg::Node>> _nodes MVGEO_GUARDED_BY(_lock); // by file name
 };

@@ -1,12 +1,11 @@
 #include "mvgdaldatasetmanager/ImageHeader.h"
 
-#include "mvgdaldatasetmanager/GdalSession.h"
+#include "mvgdaldatasetmanager/QuietGdal.h"
+#include "mvgdaldatasetmanager/RasterFile.h"
 #include "mvgdaldatasetmanager/RasterStamp.h"
 #include "support/LogLine.h"
 
 #include <OpenThreads/Thread>
-
-#include <gdal_priv.h>
 
 #include <algorithm>
 #include <cmath>
@@ -58,12 +57,12 @@ const char* georeferencingFault(GDALDataset& dataset, GeoTransform& transform)
     return canTellPixels ? nullptr : "its pixels are too small for the size of its coordinates";
 }
 
-bool isFirstWarning(const std::string& path)
+bool isFirstWarning(const std::string& text)
 {
-    static std::mutex lock;
-    static std::set<std::string> warned; // guarded by lock
-    const std::lock_guard<std::mutex> guard(lock);
-    return warned.insert(path).second;
+    static mvgeo::Mutex mutex;
+    static std::set<std::string> warned MVGEO_GUARDED_BY(mutex);
+    const mvgeo::Lock lock(mutex);
+    return warned.insert(text).second;
 }
 
 /** Said once a process and reason: tiles ask for a raster that is not there again and again. */
@@ -97,11 +96,7 @@ ImageHeader::ImageHeader() : _datasetsByThread(kThreadBuckets)
     _datasetsByThread.max_load_factor(1.0F);
 }
 
-ImageHeader::~ImageHeader()
-{
-    for (const auto& entry : _datasetsByThread)
-        if (entry.second) GDALClose(entry.second);
-}
+ImageHeader::~ImageHeader() = default;
 
 bool ImageHeader::open(const KdString& path)
 {
@@ -116,11 +111,12 @@ bool ImageHeader::open(const KdString& path)
         const mvgeo::QuietGdal quiet; // types whose no-data value is no double complain
         int isDeclared = 0;
         const double noData = dataset->GetRasterBand(1)->GetNoDataValue(&isDeclared);
-        _noData = isDeclared ? toFloat(noData) : kNoDataNone;
+        _noData = isDeclared ? toFloat(noData) : kUndeclaredNoData;
         _stamp = mvgeo::rasterStamp(*dataset);
     }
     warnIfSlow(*dataset, path.utf8Ptr());
-    _datasetsByThread[OpenThreads::Thread::CurrentThreadId()] = dataset.release();
+    const mvgeo::Lock lock(_datasetsLock);
+    _datasetsByThread[OpenThreads::Thread::CurrentThreadId()] = std::move(dataset);
     return true;
 }
 
@@ -132,23 +128,20 @@ GDALDataset* ImageHeader::getDataset()
 GDALDataset* ImageHeader::getDataset(std::uint64_t threadId)
 {
     {
-        const std::lock_guard<std::mutex> guard(_datasetsLock);
-        if (GDALDataset* known = _datasetsByThread[threadId]) return known;
+        const mvgeo::Lock lock(_datasetsLock);
+        if (const GDALDatasetUniquePtr& known = _datasetsByThread[threadId]) return known.get();
     }
     GDALDatasetUniquePtr dataset = mvgeo::openRaster(_path);
     if (!dataset || dataset->GetRasterCount() == 0) return nullptr;
-    const std::lock_guard<std::mutex> guard(_datasetsLock);
-    return _datasetsByThread[threadId] = dataset.release();
+    const mvgeo::Lock lock(_datasetsLock);
+    return (_datasetsByThread[threadId] = std::move(dataset)).get();
 }
 
 void ImageHeader::closeThreadDataset(std::uint64_t threadId)
 {
-    GDALDatasetUniquePtr closed; // after the lock
-    const std::lock_guard<std::mutex> guard(_datasetsLock);
-    const auto found = _datasetsByThread.find(threadId);
-    if (found == _datasetsByThread.end()) return;
-    closed.reset(found->second);
-    _datasetsByThread.erase(found);
+    DatasetsByThread::node_type closed; // when the lock is given up
+    const mvgeo::Lock lock(_datasetsLock);
+    closed = _datasetsByThread.extract(threadId);
 }
 
 const OrthoLayout& ImageHeader::orthoLayout(GDALDataset& dataset) const

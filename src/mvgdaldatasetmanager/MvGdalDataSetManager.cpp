@@ -2,60 +2,48 @@
 
 #include "support/LogLine.h"
 
-#include <mutex>
-#include <utility>
+#include <iterator>
 #include <vector>
 
-namespace
+osg::ref_ptr<ImageHeader> MvGdalDataSetManager::HeaderMap::find(const std::string& key) const
 {
-
-using HeaderMap = std::map<std::string, osg::ref_ptr<ImageHeader>>;
-using ReadLock = std::shared_lock<std::shared_mutex>;
-using WriteLock = std::unique_lock<std::shared_mutex>;
-
-osg::ref_ptr<ImageHeader> find(const HeaderMap& headers, std::shared_mutex& mutex, const std::string& key)
-{
-    const ReadLock lock(mutex);
-    const auto found = headers.find(key);
-    return found != headers.end() ? found->second : nullptr;
+    const mvgeo::SharedLock lock(_lock);
+    const auto found = _headers.find(key);
+    return found != _headers.end() ? found->second : nullptr;
 }
 
-bool tryInsert(HeaderMap& headers, std::shared_mutex& mutex, const std::string& key,
-               const osg::ref_ptr<ImageHeader>& header)
+bool MvGdalDataSetManager::HeaderMap::tryInsert(const std::string& key, const osg::ref_ptr<ImageHeader>& header)
 {
-    const WriteLock lock(mutex);
-    return headers.emplace(key, header).second;
+    const mvgeo::Lock lock(_lock);
+    return _headers.emplace(key, header).second;
 }
 
-bool insert(HeaderMap& headers, std::shared_mutex& mutex, const std::string& key,
-            const osg::ref_ptr<ImageHeader>& header)
+bool MvGdalDataSetManager::HeaderMap::insert(const std::string& key, const osg::ref_ptr<ImageHeader>& header)
 {
     if (!header) return false;
-    const bool isNew = tryInsert(headers, mutex, key, header);
+    const bool isNew = tryInsert(key, header);
     if (!isNew) MVGEO_LOG(WARN) << "have been existed:!" << key;
     return isNew;
 }
 
-/** Their datasets are to be closed without the lock, so they go to the caller. */
-void takeUnused(HeaderMap& headers, std::shared_mutex& mutex, std::vector<osg::ref_ptr<ImageHeader>>& unused)
+void MvGdalDataSetManager::HeaderMap::purgeUnused()
 {
-    const WriteLock lock(mutex); // nobody can take a reference out of the map meanwhile
-    for (auto entry = headers.begin(); entry != headers.end();)
+    std::vector<osg::ref_ptr<ImageHeader>> unused; // their datasets are closed when the lock is given up
+    const mvgeo::Lock lock(_lock);                 // nobody can take a reference out of the map meanwhile
+    for (auto entry = _headers.begin(); entry != _headers.end();)
     {
         const bool isUnused = entry->second->referenceCount() == 1;
         if (isUnused) unused.push_back(entry->second);
-        entry = isUnused ? headers.erase(entry) : std::next(entry);
+        entry = isUnused ? _headers.erase(entry) : std::next(entry);
     }
 }
 
-void closeThread(const HeaderMap& headers, std::shared_mutex& mutex, std::uint64_t threadId)
+void MvGdalDataSetManager::HeaderMap::closeThreadDatasets(std::uint64_t threadId) const
 {
-    const ReadLock lock(mutex);
-    for (const auto& entry : headers)
+    const mvgeo::SharedLock lock(_lock);
+    for (const auto& entry : _headers)
         entry.second->closeThreadDataset(threadId);
 }
-
-} // namespace
 
 MvGdalDataSetManager::MvGdalDataSetManager() = default;
 MvGdalDataSetManager::~MvGdalDataSetManager() = default;
@@ -69,33 +57,32 @@ MvGdalDataSetManager* MvGdalDataSetManager::instance()
 
 osg::ref_ptr<ImageHeader> MvGdalDataSetManager::findDomHeader(const std::string& key) const
 {
-    return find(_domHeaders, _domLock, key);
+    return _doms.find(key);
 }
 
 osg::ref_ptr<ImageHeader> MvGdalDataSetManager::findDemHeader(const std::string& key) const
 {
-    return find(_demHeaders, _demLock, key);
+    return _dems.find(key);
 }
 
 bool MvGdalDataSetManager::insertDomHeader(const std::string& key, osg::ref_ptr<ImageHeader> header)
 {
-    return insert(_domHeaders, _domLock, key, header);
+    return _doms.insert(key, header);
 }
 
 bool MvGdalDataSetManager::insertDemHeader(const std::string& key, osg::ref_ptr<ImageHeader> header)
 {
-    return insert(_demHeaders, _demLock, key, header);
+    return _dems.insert(key, header);
 }
 
 void MvGdalDataSetManager::purgeUnused()
 {
-    std::vector<osg::ref_ptr<ImageHeader>> unused;
-    takeUnused(_domHeaders, _domLock, unused);
-    takeUnused(_demHeaders, _demLock, unused);
+    _doms.purgeUnused();
+    _dems.purgeUnused();
 }
 
 void MvGdalDataSetManager::closeThreadDatasets(std::uint64_t threadId)
 {
-    closeThread(_domHeaders, _domLock, threadId);
-    closeThread(_demHeaders, _demLock, threadId);
+    _doms.closeThreadDatasets(threadId);
+    _dems.closeThreadDatasets(threadId);
 }

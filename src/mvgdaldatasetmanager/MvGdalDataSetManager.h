@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mvgdaldatasetmanager/ImageHeader.h"
+#include "support/Mutex.h"
 
 #include <OpenThreads/Mutex>
 
@@ -9,13 +10,12 @@
 
 #include <cstdint>
 #include <map>
-#include <shared_mutex>
 #include <string>
 
 /** The rasters of all terrain models of the process, each opened once a path and shared by its key.
  *
- *  A key is the decimal path hash of the raster's path (mvgeo::pathHashText). Thread: any. Lock order: a map's lock,
- *  then a header's; fileLock is never held together with another.
+ * A key is the decimal path hash of the raster's path (mvgeo::pathHashText). Thread: any. Lock order: a map's lock,
+ * then a header's; fileLock is never held together with another.
  */
 class MvGdalDataSetManager : public osg::Referenced
 {
@@ -44,11 +44,23 @@ protected:
     ~MvGdalDataSetManager() override;
 
 private:
-    using HeaderMap = std::map<std::string, osg::ref_ptr<ImageHeader>>;
+    /** The rasters of one kind. */
+    class HeaderMap
+    {
+    public:
+        [[nodiscard]] osg::ref_ptr<ImageHeader> find(const std::string& key) const;
+        bool insert(const std::string& key, const osg::ref_ptr<ImageHeader>& header);
+        void purgeUnused();
+        void closeThreadDatasets(std::uint64_t threadId) const;
 
-    // Not the toolkit's read-write mutex: there the last reader unlocks what the first one locked, on whichever thread.
-    mutable std::shared_mutex _domLock;
-    mutable std::shared_mutex _demLock;
-    HeaderMap _domHeaders; // guarded by _domLock
-    HeaderMap _demHeaders; // guarded by _demLock
+    private:
+        [[nodiscard]] bool tryInsert(const std::string& key, const osg::ref_ptr<ImageHeader>& header);
+
+        // Not OSG's read-write mutex: there the last reader unlocks what the first one locked, on whichever thread.
+        mutable mvgeo::SharedMutex _lock;
+        std::map<std::string, osg::ref_ptr<ImageHeader>> _headers MVGEO_GUARDED_BY(_lock);
+    };
+
+    HeaderMap _doms;
+    HeaderMap _dems;
 };

@@ -1,6 +1,6 @@
 #include "mvgdaldatasetmanager/OrthoLayout.h"
 
-#include "mvgdaldatasetmanager/GdalSession.h"
+#include "mvgdaldatasetmanager/QuietGdal.h"
 
 #include <gdal_priv.h>
 
@@ -77,7 +77,7 @@ std::array<int, 3> bandsOf(GDALDataset& dataset)
 }
 
 /** Adds evenly spread samples of the band, without those that are no-data or not finite. Nothing is asked of GDAL's own
- *  statistics: those may come from a side file, which must not change how the image looks. */
+ * statistics: those may come from a side file, which must not change how the image looks. */
 void addSamples(GDALRasterBand& band, std::vector<double>& result)
 {
     const int width = std::min(band.GetXSize(), kSampleSide);

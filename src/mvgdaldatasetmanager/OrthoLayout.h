@@ -20,6 +20,6 @@ struct OrthoLayout
 };
 
 /** Works the layout out: by colour tags if red, green and blue are all tagged, else the bands in order; one or two
- *  bands are grey; a fourth is left out. For other types than bytes the range, without 2 % at each end, is taken from
- *  the samples where it must be: it is the same in every process. */
+ * bands are grey; a fourth is left out. For other types than bytes the range, without 2 % at each end, is taken from
+ * the samples where it must be: it is the same in every process. */
 [[nodiscard]] OrthoLayout orthoLayoutOf(GDALDataset& dataset);

@@ -1,6 +1,6 @@
 #include "mvgdaldatasetmanager/RasterStamp.h"
 
-#include "mvgdaldatasetmanager/GdalSession.h"
+#include "mvgdaldatasetmanager/QuietGdal.h"
 #include "support/PathHash.h"
 
 #include <cpl_string.h>

@@ -5,8 +5,6 @@
 #include <osgDB/ReadFile>
 #include <osgDB/Registry>
 
-#include <omp.h>
-
 #include <algorithm>
 #include <cstring>
 
@@ -36,10 +34,10 @@ void readTexture(const TextureWorkItem& item)
 void readTextures(const std::vector<TextureWorkItem>& items)
 {
     if (items.empty()) return;
-    omp_set_num_threads(std::max(orloGetProcessorCoreCount(true), kLeastThreads));
-
+    const int threads = std::max(orloGetProcessorCoreCount(true), kLeastThreads);
     const int count = static_cast<int>(items.size());
-#pragma omp parallel for schedule(static)
+    // For this loop alone: the number that OpenMP keeps is the host's.
+#pragma omp parallel for schedule(static) num_threads(threads)
     for (int i = 0; i < count; ++i)
     {
         try

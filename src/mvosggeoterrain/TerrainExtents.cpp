@@ -1,6 +1,6 @@
 #include "mvosggeoterrain/TerrainExtents.h"
 
-#include "mvgdaldatasetmanager/GdalSession.h"
+#include "mvgdaldatasetmanager/QuietGdal.h"
 #include "readerwriterthreedimg/ElevationGrid.h"
 #include "support/VisitorGeometry.h"
 

@@ -1,11 +1,11 @@
 #include "readerwriterktx/KtxTranscoding.h"
 
 #include "readerwriterktx/KtxLog.h"
+#include "support/Mutex.h"
 
 #include <osg/Image>
 
 #include <cstdlib>
-#include <mutex>
 
 namespace mvgeo
 {
@@ -13,8 +13,8 @@ namespace mvgeo
 namespace
 {
 
-std::mutex defaultLock;
-int defaultValue = 0; // guarded by defaultLock
+Mutex defaultLock;
+int defaultValue MVGEO_GUARDED_BY(defaultLock) = 0;
 
 bool isPowerOfTwo(unsigned int size)
 {
@@ -31,13 +31,13 @@ bool isOn(const osgDB::Options* options, const char* name, bool otherwise)
 
 void setTranscodingDefault(int value)
 {
-    const std::lock_guard<std::mutex> lock(defaultLock);
+    const Lock lock(defaultLock);
     defaultValue = value;
 }
 
 int transcodingDefault()
 {
-    const std::lock_guard<std::mutex> lock(defaultLock);
+    const Lock lock(defaultLock);
     return defaultValue;
 }
 

@@ -1,8 +1,9 @@
 #include "readerwriterthreedimg/ElevationSampler.h"
 
+#include <gdal_priv.h>
+
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <limits>
 
 namespace mvgeo
@@ -11,17 +12,16 @@ namespace mvgeo
 namespace
 {
 
-/** What was read of the DEM, as elements of its own type. */
-template <typename Element>
+/** What was read of the DEM. */
 struct Cells
 {
-    std::vector<Element> values;
+    std::vector<double> values;
     std::size_t columns;
     float noData;
 
     [[nodiscard]] double at(int column, int row) const
     {
-        return static_cast<double>(values[static_cast<std::size_t>(row) * columns + static_cast<std::size_t>(column)]);
+        return values[static_cast<std::size_t>(row) * columns + static_cast<std::size_t>(column)];
     }
     // A conversion of a number that no float can hold is undefined; such a number is no elevation either.
     [[nodiscard]] bool hasData(double value) const
@@ -31,13 +31,29 @@ struct Cells
     }
 };
 
+/** Doubles hold the values of every supported type exactly. GDAL is asked for the DEM's own type all the same: a
+ * virtual raster of integers may compute fractions, and rounds them only for whoever reads integers. */
+std::optional<Cells> readCells(ImageHeader& demHeader, GDALDataset& demDataset, const RasterWindow& window)
+{
+    const GDALDataType type = demDataset.GetRasterBand(1)->GetRasterDataType();
+    const int valueSize = GDALGetDataTypeSizeBytes(type);
+    const auto columns = static_cast<std::size_t>(window.x.cells);
+    const std::size_t count = columns * static_cast<std::size_t>(window.y.cells);
+    std::vector<unsigned char> bytes(count * static_cast<std::size_t>(valueSize));
+    if (!readWindow(demHeader, demDataset, window, {1}, type, bytes.data())) return std::nullopt;
+
+    Cells cells{std::vector<double>(count), columns, demHeader.noData()};
+    GDALCopyWords64(bytes.data(), type, valueSize, cells.values.data(), GDT_Float64, sizeof(double),
+                    static_cast<GPtrDiff_t>(count));
+    return cells;
+}
+
 double lerp(double from, double to, double part)
 {
     return from + (to - from) * part;
 }
 
-template <typename Element>
-float sampleAt(const Cells<Element>& cells, const CellPosition& x, const CellPosition& y)
+float sampleAt(const Cells& cells, const CellPosition& x, const CellPosition& y)
 {
     if (!x.isInside() || !y.isInside()) return cells.noData;
     const double northWest = cells.at(x.lower, y.lower);
@@ -67,18 +83,13 @@ SampleGrid postsOf(const TerrainTileInfo& info)
     return posts;
 }
 
-template <typename Element>
-std::optional<ElevationGrid> sampleDemPosts(ImageHeader& demHeader, GDALDataset& demDataset, const SampleGrid& posts,
-                                            GDALDataType dataType)
+std::optional<ElevationGrid> sampleDemPosts(ImageHeader& demHeader, GDALDataset& demDataset, const SampleGrid& posts)
 {
     const RasterFrame raster = frameOf(demHeader);
     const std::optional<RasterWindow> window = windowOver(raster, posts);
     if (!window) return std::nullopt;
-
-    const auto columns = static_cast<std::size_t>(window->x.cells);
-    Cells<Element> cells{std::vector<Element>(columns * static_cast<std::size_t>(window->y.cells)), columns,
-                         demHeader.noData()};
-    if (!readWindow(demHeader, demDataset, *window, {1}, dataType, cells.values.data())) return std::nullopt;
+    const std::optional<Cells> cells = readCells(demHeader, demDataset, *window);
+    if (!cells) return std::nullopt;
 
     const std::vector<CellPosition> x = columnPositions(raster, posts, *window);
     const std::vector<CellPosition> y = rowPositions(raster, posts, *window);
@@ -86,41 +97,13 @@ std::optional<ElevationGrid> sampleDemPosts(ImageHeader& demHeader, GDALDataset&
     for (int row = 0; row < posts.rows; ++row)
         for (int column = 0; column < posts.columns; ++column)
             grid.at(column, row) =
-                sampleAt(cells, x[static_cast<std::size_t>(column)], y[static_cast<std::size_t>(row)]);
+                sampleAt(*cells, x[static_cast<std::size_t>(column)], y[static_cast<std::size_t>(row)]);
     return grid;
 }
 
-template <typename Element>
-std::optional<ElevationGrid> sampleDemGrid(ImageHeader& demHeader, GDALDataset& demDataset, const TerrainTileInfo& info,
-                                           GDALDataType dataType)
+std::optional<ElevationGrid> sampleDemGrid(ImageHeader& demHeader, GDALDataset& demDataset, const TerrainTileInfo& info)
 {
-    return sampleDemPosts<Element>(demHeader, demDataset, postsOf(info), dataType);
+    return sampleDemPosts(demHeader, demDataset, postsOf(info));
 }
-
-template std::optional<ElevationGrid> sampleDemPosts<std::uint16_t>(ImageHeader&, GDALDataset&, const SampleGrid&,
-                                                                    GDALDataType);
-template std::optional<ElevationGrid> sampleDemPosts<std::int16_t>(ImageHeader&, GDALDataset&, const SampleGrid&,
-                                                                   GDALDataType);
-template std::optional<ElevationGrid> sampleDemPosts<std::uint32_t>(ImageHeader&, GDALDataset&, const SampleGrid&,
-                                                                    GDALDataType);
-template std::optional<ElevationGrid> sampleDemPosts<std::int32_t>(ImageHeader&, GDALDataset&, const SampleGrid&,
-                                                                   GDALDataType);
-template std::optional<ElevationGrid> sampleDemPosts<float>(ImageHeader&, GDALDataset&, const SampleGrid&,
-                                                            GDALDataType);
-template std::optional<ElevationGrid> sampleDemPosts<double>(ImageHeader&, GDALDataset&, const SampleGrid&,
-                                                             GDALDataType);
-
-template std::optional<ElevationGrid> sampleDemGrid<std::uint16_t>(ImageHeader&, GDALDataset&, const TerrainTileInfo&,
-                                                                   GDALDataType);
-template std::optional<ElevationGrid> sampleDemGrid<std::int16_t>(ImageHeader&, GDALDataset&, const TerrainTileInfo&,
-                                                                  GDALDataType);
-template std::optional<ElevationGrid> sampleDemGrid<std::uint32_t>(ImageHeader&, GDALDataset&, const TerrainTileInfo&,
-                                                                   GDALDataType);
-template std::optional<ElevationGrid> sampleDemGrid<std::int32_t>(ImageHeader&, GDALDataset&, const TerrainTileInfo&,
-                                                                  GDALDataType);
-template std::optional<ElevationGrid> sampleDemGrid<float>(ImageHeader&, GDALDataset&, const TerrainTileInfo&,
-                                                           GDALDataType);
-template std::optional<ElevationGrid> sampleDemGrid<double>(ImageHeader&, GDALDataset&, const TerrainTileInfo&,
-                                                            GDALDataType);
 
 } // namespace mvgeo

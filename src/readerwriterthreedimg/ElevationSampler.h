@@ -10,22 +10,18 @@ namespace mvgeo
 {
 
 /** The posts of a tile's elevation grid. All tiles of a depth, and strips made of their grids, have their posts on one
- *  lattice, so that those that they share are the same to the last bit. */
+ * lattice, so that those that they share are the same to the last bit. */
 [[nodiscard]] SampleGrid postsOf(const TerrainTileInfo& info);
 
 /** Samples the DEM's band 1 on the posts. Between cells with data the elevation is blended, beside a cell without
- *  it is the nearest cell's; a post without data, or outside the raster, gets the raster's no-data value. Nothing if
+ * it is the nearest cell's; a post without data, or outside the raster, gets the raster's no-data value. Nothing if
  * the grid lies beside the raster or the read failed.
- *
- *  `Element` is the DEM's own type, which `dataType` names, so that GDAL converts nothing.
- *  Thread: the one that the dataset belongs to. */
-template <typename Element>
+ * Thread: the one that the dataset belongs to. */
 [[nodiscard]] std::optional<ElevationGrid> sampleDemPosts(ImageHeader& demHeader, GDALDataset& demDataset,
-                                                          const SampleGrid& posts, GDALDataType dataType);
+                                                          const SampleGrid& posts);
 
 /** The same for the tile's posts. */
-template <typename Element>
 [[nodiscard]] std::optional<ElevationGrid> sampleDemGrid(ImageHeader& demHeader, GDALDataset& demDataset,
-                                                         const TerrainTileInfo& info, GDALDataType dataType);
+                                                         const TerrainTileInfo& info);
 
 } // namespace mvgeo

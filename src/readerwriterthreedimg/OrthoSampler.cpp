@@ -132,8 +132,8 @@ struct InsideSamples
 };
 
 /** Blends cells over the columns of samples that lie inside the raster, a row of samples at a time, in two passes: each
- *  row of cells is blended in x once, and pairs of rows are then blended in y over contiguous memory. Where one of the
- *  four cells has no data the nearest one replaces the blend. */
+ * row of cells is blended in x once, and pairs of rows are then blended in y over contiguous memory. Where one of the
+ * four cells has no data the nearest one replaces the blend. */
 class RowBlender
 {
 public:

@@ -19,9 +19,9 @@ using RgbPixels = std::unique_ptr<unsigned char[]>;
 [[nodiscard]] RgbPixels uniformImage(const TerrainTileInfo& info, unsigned char value);
 
 /** Samples the ortho-image over the tile. Between cells with data the colour is blended, beside a cell without (judged
- *  by the first channel) it is the nearest cell's; pixels outside the raster are of the no-data byte. Null if the tile
- *  lies beside the raster or the read failed.
- *  Thread: the one that the dataset belongs to. */
+ * by the first channel) it is the nearest cell's; pixels outside the raster are of the no-data byte. Null if the tile
+ * lies beside the raster or the read failed.
+ * Thread: the one that the dataset belongs to. */
 [[nodiscard]] RgbPixels sampleDomImage(ImageHeader& domHeader, GDALDataset& domDataset, const TerrainTileInfo& info);
 
 } // namespace mvgeo

@@ -1,6 +1,6 @@
 #include "readerwriterthreedimg/RasterReading.h"
 
-#include "mvgdaldatasetmanager/GdalSession.h"
+#include "mvgdaldatasetmanager/QuietGdal.h"
 #include "support/LogLine.h"
 
 #include <cpl_error.h>
@@ -32,7 +32,7 @@ void repeatEdges(const RasterWindow& window, std::size_t cellSize, unsigned char
 }
 
 /** The window as real numbers too: with overviews GDAL would otherwise round its corner to whole overview pixels, and
- *  two windows would see the same cell differently. */
+ * two windows would see the same cell differently. */
 GDALRasterIOExtraArg exactWindow(const RasterWindow& window)
 {
     GDALRasterIOExtraArg extra;

@@ -40,7 +40,7 @@ double snapped(double pixel, const PixelLattice& lattice)
 }
 
 /** Full halvings that fit into the step. A step that misses a power of two by its rounding has it: neighbours, whose
- *  steps differ by no more, must be decimated alike. */
+ * steps differ by no more, must be decimated alike. */
 int levelFor(double step, double pixelSize)
 {
     constexpr double kRounding = 1e-6;

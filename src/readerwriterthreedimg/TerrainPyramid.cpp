@@ -13,8 +13,6 @@
 #include <osg/PagedLOD>
 #include <osgDB/FileNameUtils>
 
-#include <gdal_priv.h>
-
 #include <cmath>
 #include <optional>
 
@@ -56,8 +54,6 @@ void useThreadsDatasets(TerrainRasters& rasters)
 {
     rasters.domDataset = threadsDataset(rasters.dom);
     rasters.demDataset = threadsDataset(rasters.dem);
-    if (rasters.demDataset && rasters.demDataset->GetRasterCount() > 0)
-        rasters.demType = rasters.demDataset->GetRasterBand(1)->GetRasterDataType();
 }
 
 /** The square in pixel counts around the raster's extent, which stays in its middle; an odd pixel goes south or east.

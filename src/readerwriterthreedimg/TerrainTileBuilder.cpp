@@ -15,7 +15,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <limits>
 
 namespace mvgeo
@@ -54,8 +53,8 @@ RgbPixels tilePixels(const TerrainRasters& rasters, const TerrainTileInfo& info)
     return pixels;
 }
 
-/** A fiftieth of half the parent's diagonal, and never below what a float can hold. In doubles: the toolkit's own
- * radius is infinite for heights from 1e19 on. */
+/** A fiftieth of half the parent's diagonal, and never below what a float can hold. In doubles: OSG's own radius is
+ * infinite for heights from 1e19 on. */
 double skirtDepthFor(const osg::BoundingBox& parent)
 {
     const double radius = (osg::Vec3d(parent._max) - osg::Vec3d(parent._min)).length() / 2.0;
@@ -82,12 +81,10 @@ osg::ref_ptr<osg::Geometry> cutOutOfParent(const osg::ref_ptr<osg::Geometry>& pa
     return geometry;
 }
 
-template <typename Element>
 osg::ref_ptr<osg::Geometry> buildFromDem(const TerrainRasters& rasters, TerrainTileInfo& info)
 {
     const float noData = noDataOf(rasters.dem, rasters.demDataset);
-    std::optional<TileSurface> surface =
-        readDemWithEdges<Element>(rasters.dem.get(), rasters.demDataset, info, rasters.demType, info.normal);
+    std::optional<TileSurface> surface = readDemWithEdges(rasters.dem.get(), rasters.demDataset, info, info.normal);
     if (!surface) surface = flatSurface(info, noData, info.normal);
     const osg::ref_ptr<osg::Geometry> geometry = buildTileGeometry(*surface, noData, info);
     // A tile in the padding around the raster has nothing that could show a texture.
@@ -98,19 +95,10 @@ osg::ref_ptr<osg::Geometry> buildFromDem(const TerrainRasters& rasters, TerrainT
     return geometry;
 }
 
-template <typename Element>
-osg::ref_ptr<osg::Node> buildTile(const TerrainRasters& rasters, TerrainTileInfo& info, const osgDB::Options* options)
+/** The real types that are wider than a byte; GDAL numbers them one after the other. */
+bool isElevationType(GDALDataType type)
 {
-    osg::ref_ptr<osg::Geometry> geometry;
-    if (!rasters.dem || isDemExhausted(*rasters.dem, info))
-        if (const osg::ref_ptr<osg::Geometry> parent = parentGeometryIn(options))
-            geometry = cutOutOfParent(parent, rasters, info);
-    if (!geometry) geometry = buildFromDem<Element>(rasters, info);
-
-    const osg::ref_ptr<osg::MatrixTransform> tile =
-        new osg::MatrixTransform(osg::Matrixd::translate(info.offsetX, info.offsetY, 0.0));
-    tile->addChild(geometry);
-    return tile;
+    return type >= GDT_UInt16 && type <= GDT_Float64;
 }
 
 } // namespace
@@ -118,25 +106,21 @@ osg::ref_ptr<osg::Node> buildTile(const TerrainRasters& rasters, TerrainTileInfo
 osg::ref_ptr<osg::Node> buildTerrainTile(const TerrainRasters& rasters, TerrainTileInfo& info,
                                          const osgDB::Options* options)
 {
-    switch (rasters.demType)
+    if (rasters.demDataset && !isElevationType(rasters.demDataset->GetRasterBand(1)->GetRasterDataType()))
     {
-    case GDT_UInt16:
-        return buildTile<std::uint16_t>(rasters, info, options);
-    case GDT_Int16:
-        return buildTile<std::int16_t>(rasters, info, options);
-    case GDT_UInt32:
-        return buildTile<std::uint32_t>(rasters, info, options);
-    case GDT_Unknown: // no DEM
-    case GDT_Int32:
-        return buildTile<std::int32_t>(rasters, info, options);
-    case GDT_Float32:
-        return buildTile<float>(rasters, info, options);
-    case GDT_Float64:
-        return buildTile<double>(rasters, info, options);
-    default:
         MVGEO_LOG(WARN) << "dem not supported data Type";
         return nullptr;
     }
+    osg::ref_ptr<osg::Geometry> geometry;
+    if (!rasters.dem || isDemExhausted(*rasters.dem, info))
+        if (const osg::ref_ptr<osg::Geometry> parent = parentGeometryIn(options))
+            geometry = cutOutOfParent(parent, rasters, info);
+    if (!geometry) geometry = buildFromDem(rasters, info);
+
+    const osg::ref_ptr<osg::MatrixTransform> tile =
+        new osg::MatrixTransform(osg::Matrixd::translate(info.offsetX, info.offsetY, 0.0));
+    tile->addChild(geometry);
+    return tile;
 }
 
 } // namespace mvgeo

@@ -7,8 +7,6 @@
 #include <osg/ref_ptr>
 #include <osgDB/Options>
 
-#include <gdal.h>
-
 namespace mvgeo
 {
 
@@ -19,7 +17,6 @@ struct TerrainRasters
     osg::ref_ptr<ImageHeader> dem;
     GDALDataset* domDataset = nullptr; // belong to the headers
     GDALDataset* demDataset = nullptr;
-    GDALDataType demType = GDT_Unknown;
 };
 
 /** Builds one tile: a transform to the terrain's local origin above one textured geometry. Where the DEM has no finer

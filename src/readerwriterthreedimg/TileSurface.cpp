@@ -13,7 +13,7 @@ namespace
 {
 
 /** The distance of posts at one depth of a pyramid. Two tiles of a depth differ in their width by the rounding of their
- *  edges; what they share must be laid out with one number. */
+ * edges; what they share must be laid out with one number. */
 double sharedSpacing(double tileSize, int posts, int lod, double rootSize)
 {
     const double nominal = std::ldexp(rootSize, -lod);
@@ -42,16 +42,13 @@ struct Edge
     std::size_t count;
 };
 
-template <typename Element>
 class EdgeReader
 {
 public:
-    EdgeReader(ImageHeader& header, GDALDataset& dataset, const TerrainTileInfo& info, GDALDataType type,
-               TileSurface& surface)
+    EdgeReader(ImageHeader& header, GDALDataset& dataset, const TerrainTileInfo& info, TileSurface& surface)
         : _header(header),
           _dataset(dataset),
           _info(info),
-          _type(type),
           _surface(surface),
           _dx(sharedSpacing(info.endX - info.startX, info.demWidth, info.lod, rootSizeX(info))),
           _dy(sharedSpacing(info.endY - info.startY, info.demHeight, info.lod, rootSizeY(info)))
@@ -99,7 +96,7 @@ private:
      * apart in the strip, from `lineStart` on. */
     void replace(const SampleGrid& strip, const Edge& edge, std::size_t stride, int lineStart)
     {
-        const std::optional<ElevationGrid> grid = sampleDemPosts<Element>(_header, _dataset, strip, _type);
+        const std::optional<ElevationGrid> grid = sampleDemPosts(_header, _dataset, strip);
         if (!grid) return;
         std::vector<osg::Vec3d> normals;
         if (!_surface.normals.empty())
@@ -116,7 +113,6 @@ private:
     ImageHeader& _header;
     GDALDataset& _dataset;
     const TerrainTileInfo& _info;
-    GDALDataType _type;
     TileSurface& _surface;
     double _dx;
     double _dy;
@@ -132,12 +128,11 @@ TileSurface flatSurface(const TerrainTileInfo& info, float height, bool wantNorm
     return surface;
 }
 
-template <typename Element>
 std::optional<TileSurface> readDemWithEdges(ImageHeader* demHeader, GDALDataset* demDataset,
-                                            const TerrainTileInfo& info, GDALDataType dataType, bool wantNormals)
+                                            const TerrainTileInfo& info, bool wantNormals)
 {
     if (!demHeader || !demDataset) return std::nullopt;
-    std::optional<ElevationGrid> grid = sampleDemGrid<Element>(*demHeader, *demDataset, info, dataType);
+    std::optional<ElevationGrid> grid = sampleDemGrid(*demHeader, *demDataset, info);
     if (!grid) return std::nullopt;
 
     TileSurface surface;
@@ -145,21 +140,8 @@ std::optional<TileSurface> readDemWithEdges(ImageHeader* demHeader, GDALDataset*
     if (wantNormals)
         surface.normals = computeVertexNormals(surface.grid, static_cast<float>(info.postSpacingX()),
                                                static_cast<float>(info.postSpacingY()), demHeader->noData());
-    EdgeReader<Element>(*demHeader, *demDataset, info, dataType, surface).readAll();
+    EdgeReader(*demHeader, *demDataset, info, surface).readAll();
     return surface;
 }
-
-template std::optional<TileSurface> readDemWithEdges<std::uint16_t>(ImageHeader*, GDALDataset*, const TerrainTileInfo&,
-                                                                    GDALDataType, bool);
-template std::optional<TileSurface> readDemWithEdges<std::int16_t>(ImageHeader*, GDALDataset*, const TerrainTileInfo&,
-                                                                   GDALDataType, bool);
-template std::optional<TileSurface> readDemWithEdges<std::uint32_t>(ImageHeader*, GDALDataset*, const TerrainTileInfo&,
-                                                                    GDALDataType, bool);
-template std::optional<TileSurface> readDemWithEdges<std::int32_t>(ImageHeader*, GDALDataset*, const TerrainTileInfo&,
-                                                                   GDALDataType, bool);
-template std::optional<TileSurface> readDemWithEdges<float>(ImageHeader*, GDALDataset*, const TerrainTileInfo&,
-                                                            GDALDataType, bool);
-template std::optional<TileSurface> readDemWithEdges<double>(ImageHeader*, GDALDataset*, const TerrainTileInfo&,
-                                                             GDALDataType, bool);
 
 } // namespace mvgeo

@@ -18,7 +18,7 @@ FailedReads::FailedReads(std::function<Clock::time_point()> now) : _now(std::mov
 
 bool FailedReads::isResting(const std::string& fileName) const
 {
-    const std::lock_guard<std::mutex> lock(_lock);
+    const Lock lock(_lock);
     if (_rests.empty()) return false;
     const auto found = _rests.find(fileName);
     return found != _rests.end() && _now() < found->second.until;
@@ -26,7 +26,7 @@ bool FailedReads::isResting(const std::string& fileName) const
 
 bool FailedReads::noteFailure(const std::string& fileName)
 {
-    const std::lock_guard<std::mutex> lock(_lock);
+    const Lock lock(_lock);
     const auto [entry, isFirst] = _rests.try_emplace(fileName, Rest{{}, kFirstRest});
     Rest& rest = entry->second;
     if (!isFirst) rest.length = std::min(rest.length * 2, kLongestRest);
@@ -36,19 +36,19 @@ bool FailedReads::noteFailure(const std::string& fileName)
 
 void FailedReads::noteSuccess(const std::string& fileName)
 {
-    const std::lock_guard<std::mutex> lock(_lock);
+    const Lock lock(_lock);
     _rests.erase(fileName);
 }
 
 void FailedReads::clear()
 {
-    const std::lock_guard<std::mutex> lock(_lock);
+    const Lock lock(_lock);
     _rests.clear();
 }
 
 std::size_t FailedReads::count() const
 {
-    const std::lock_guard<std::mutex> lock(_lock);
+    const Lock lock(_lock);
     return _rests.size();
 }
 

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "support/Mutex.h"
+
 #include <chrono>
 #include <cstddef>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 
@@ -44,8 +45,8 @@ private:
     };
 
     std::function<Clock::time_point()> _now;
-    mutable std::mutex _lock;
-    std::unordered_map<std::string, Rest> _rests; // guarded by _lock
+    mutable Mutex _lock;
+    std::unordered_map<std::string, Rest> _rests MVGEO_GUARDED_BY(_lock);
 };
 
 } // namespace mvgeo

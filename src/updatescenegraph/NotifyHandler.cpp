@@ -32,7 +32,7 @@ void NotifyHandler::write(osg::NotifySeverity severity, const char* message)
     const auto tag = static_cast<std::size_t>(severity);
     if (!message || *message == '\0' || tag >= kTags.size()) return;
 
-    const std::lock_guard<std::mutex> lock(_lineLock);
+    const mvgeo::Lock lock(_lineLock);
     if (!_file.is_open()) return;
     _file << '[' << timeStamp() << "] " << kTags[tag] << message << std::endl; // flushed: a crash loses no line
 }

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "support/Mutex.h"
 #include "support/QuietOsg.h"
 
 #include <fstream>
-#include <mutex>
 #include <string>
 
 /** Writes what the toolkit's notify stream carries, our own lines among it, to one log file:
@@ -24,6 +24,6 @@ protected:
     void write(osg::NotifySeverity severity, const char* message) override;
 
 private:
-    std::mutex _lineLock;
-    std::ofstream _file; // guarded by _lineLock
+    mvgeo::Mutex _lineLock;
+    std::ofstream _file MVGEO_GUARDED_BY(_lineLock);
 };

@@ -81,7 +81,7 @@ void ReadFileCallback::prepareTile(osg::Node& tile, const osgDB::Options* option
     mvgeo::makeTexturesUpright(tile);
     if (_generateNormals)
     {
-        const std::lock_guard<std::mutex> lock(_normalVisitorLock);
+        const mvgeo::Lock lock(_normalVisitorLock);
         tile.accept(_normalVisitor);
     }
     if (!options) return;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "readerwriterthreedimg/TileOrigin.h"
+#include "support/Mutex.h"
 #include "updatescenegraph/FailedReads.h"
 #include "updatescenegraph/GenerateNormalVisitor.h"
 
@@ -8,7 +9,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 /** Through this every tile of a model is read. After the toolkit has read a tile it gets smoothed normals if asked for,
@@ -59,8 +59,8 @@ private:
     void prepareTile(osg::Node& tile, const osgDB::Options* options);
 
     std::atomic<bool> _generateNormals{false};
-    GenerateNormalVisitor _normalVisitor; // guarded by _normalVisitorLock: a visitor keeps the path it walks
-    std::mutex _normalVisitorLock;
+    mvgeo::Mutex _normalVisitorLock;
+    GenerateNormalVisitor _normalVisitor MVGEO_GUARDED_BY(_normalVisitorLock); // a visitor keeps the path it walks
     mvgeo::FailedReads _failedReads;
     std::atomic<std::uint64_t> _loadedCount{0};
     std::atomic<std::uint64_t> _builtCount{0};

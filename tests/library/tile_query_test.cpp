@@ -121,7 +121,7 @@ TEST_F(TileQuery, IsTrueForCompressedTilesAndRootsThatAreNotPaged)
     options.isCompressed = true;
     EXPECT_TRUE(isTile(TilePyramid(folder / "a", options).rootFile()));
     options = {};
-    options.rootKind = TilePyramidOptions::RootKind::EmptyNode;
+    options.rootKind = TilePyramidOptions::RootKind::emptyNode;
     EXPECT_TRUE(isTile(TilePyramid(folder / "b", options).rootFile()));
 }
 
@@ -136,7 +136,7 @@ TEST_F(TileQuery, IsFalseForWhatIsNoTile)
 TEST_F(TileQuery, IsFalseForATileCutOffAnywhere)
 {
     TilePyramidOptions options;
-    options.textures = TilePyramidOptions::Textures::None;
+    options.textures = TilePyramidOptions::Textures::none;
     for (const bool isCompressed : {false, true})
     {
         options.isCompressed = isCompressed;
@@ -203,7 +203,7 @@ TEST_F(TileQuery, AsksAReaderThatStandsFirstAlsoForWhatTheToolkitCannotRead)
 TEST_F(TileQuery, IsFalseForACutOffTileThatAnotherReaderLeavesToTheToolkit)
 {
     TilePyramidOptions options;
-    options.textures = TilePyramidOptions::Textures::None;
+    options.textures = TilePyramidOptions::Textures::none;
     const std::string path = tile(options);
     const std::string whole = readFile(path);
     scope.addReader(new ReaderOfNames(notHandled), true);

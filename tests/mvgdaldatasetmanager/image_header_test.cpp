@@ -1,5 +1,5 @@
-#include "mvgdaldatasetmanager/GdalSession.h"
 #include "mvgdaldatasetmanager/OpenedHeader.h"
+#include "mvgdaldatasetmanager/QuietGdal.h"
 #include "support/LogRecorder.h"
 #include "support/TemporaryDirectory.h"
 #include "support/TestRaster.h"

@@ -213,7 +213,7 @@ TEST_F(Clip, TakesTheTilesInMemoryWithoutReadingAny)
 TEST_F(Clip, TakesTheFinestTilesIfAsked)
 {
     options = kFinest;
-    for (const auto mode : {TilePyramidOptions::RangeMode::PixelSize, TilePyramidOptions::RangeMode::Distance})
+    for (const auto mode : {TilePyramidOptions::RangeMode::pixelSize, TilePyramidOptions::RangeMode::distance})
     {
         model().clear();
         TilePyramidOptions wanted;

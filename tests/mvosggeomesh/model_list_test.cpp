@@ -249,7 +249,7 @@ TEST_F(ModelList, ExtentsOfAnEmptyModelStayEmptyUnderAPlacement)
 TEST_F(ModelList, ExtentsOfAFileWithoutAnythingAreEmpty)
 {
     TilePyramidOptions options;
-    options.rootKind = TilePyramidOptions::RootKind::EmptyNode;
+    options.rootKind = TilePyramidOptions::RootKind::emptyNode;
     EXPECT_EQ(driver.add(pyramid(options, "empty").rootFile()), 0);
     expectEmpty(model().extents());
 }
@@ -292,7 +292,7 @@ TEST_F(ModelList, TakesPathsWithBlanksQuotesAndChinese)
 TEST_F(ModelList, TakesEveryKindOfRoot)
 {
     using Kind = TilePyramidOptions::RootKind;
-    for (const Kind kind : {Kind::PagedLOD, Kind::Group, Kind::Geode, Kind::EmptyNode})
+    for (const Kind kind : {Kind::pagedLod, Kind::group, Kind::geode, Kind::emptyNode})
     {
         SCOPED_TRACE(static_cast<int>(kind));
         ModelDriver one;
@@ -302,10 +302,10 @@ TEST_F(ModelList, TakesEveryKindOfRoot)
         ASSERT_EQ(one.add(data.rootFile()), 0);
         one.view = fromAbove();
         ASSERT_TRUE(one.converge());
-        const bool isPaged = kind == Kind::PagedLOD || kind == Kind::Group;
+        const bool isPaged = kind == Kind::pagedLod || kind == Kind::group;
         EXPECT_EQ(one.statistics().tilesHeld, isPaged ? 2U : 1U);
         EXPECT_EQ(one.statistics().tilesFailed, 0U);
-        EXPECT_EQ(one.receiver.meshes().empty(), kind == Kind::EmptyNode);
+        EXPECT_EQ(one.receiver.meshes().empty(), kind == Kind::emptyNode);
         EXPECT_THAT(one.receiver.errors, testing::IsEmpty());
     }
 }

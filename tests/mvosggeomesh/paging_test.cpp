@@ -16,7 +16,7 @@ using testing::Not;
 TilePyramidOptions byDistance()
 {
     TilePyramidOptions options{2};
-    options.rangeMode = TilePyramidOptions::RangeMode::Distance;
+    options.rangeMode = TilePyramidOptions::RangeMode::distance;
     options.threshold = 200.0F;
     return options;
 }

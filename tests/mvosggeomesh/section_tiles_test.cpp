@@ -84,7 +84,7 @@ TEST_F(Section, IsTheSameWhicheverTilesAreLoaded)
 TEST_F(Section, ByDistanceTheNearestLevelIsTheFinest)
 {
     TilePyramidOptions options;
-    options.rangeMode = TilePyramidOptions::RangeMode::Distance;
+    options.rangeMode = TilePyramidOptions::RangeMode::distance;
     addPyramid(options);
     const Lines lines = drape({{0, 5, 0}, {20, 5, 0}});
     ASSERT_THAT(lines, SizeIs(1));

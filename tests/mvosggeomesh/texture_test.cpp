@@ -2,11 +2,16 @@
 #include "mvosggeomesh/TiledModelFixture.h"
 #include "support/VisitorGeometry.h"
 
+#include <osgDB/Registry>
 #include <osgDB/WriteFile>
 
 #include <csignal>
 #include <filesystem>
+#include <mutex>
+#include <set>
+#include <thread>
 
+#include <omp.h>
 #include <sys/resource.h>
 
 namespace fs = std::filesystem;
@@ -116,7 +121,7 @@ TEST_F(Textures, WithoutExtractionAreNotHandedOverButCanBeHadLater)
 TEST_F(Textures, BesideTheTileAreFound)
 {
     TilePyramidOptions options;
-    options.textures = TilePyramidOptions::Textures::Named;
+    options.textures = TilePyramidOptions::Textures::named;
     converge(options);
     for (const RecordingMesh* mesh : receiver().meshes())
         expectOwnColour(*mesh);
@@ -126,7 +131,7 @@ TEST_F(Textures, BesideTheTileAreFound)
 TEST_F(Textures, WithoutNameAreNamedByTheirPixels)
 {
     TilePyramidOptions options{2};
-    options.textures = TilePyramidOptions::Textures::Unnamed;
+    options.textures = TilePyramidOptions::Textures::unnamed;
     converge(options);
     for (const RecordingMesh* mesh : receiver().meshes())
     {
@@ -230,7 +235,7 @@ private:
 TEST_F(Textures, SurviveADiskThatIsFullAndLeaveNoCutFile)
 {
     for (const TilePyramidOptions::Textures kind :
-         {TilePyramidOptions::Textures::Embedded, TilePyramidOptions::Textures::Unnamed})
+         {TilePyramidOptions::Textures::embedded, TilePyramidOptions::Textures::unnamed})
     {
         TilePyramidOptions options{2};
         options.textures = kind;
@@ -270,7 +275,7 @@ TEST_F(Textures, SurviveACacheFolderThatIsADevice)
 TEST_F(Textures, NamedButNotFoundGiveAMeshAllTheSame)
 {
     TilePyramidOptions options{2};
-    options.textures = TilePyramidOptions::Textures::Named;
+    options.textures = TilePyramidOptions::Textures::named;
     const TilePyramid data = pyramid(options);
     for (const auto& entry : fs::directory_iterator(folder / "data/Tile_0"))
         if (entry.path().extension() == ".png") fs::remove(entry.path());
@@ -309,6 +314,66 @@ TEST(TextureReading, FillsEveryTargetFromItsOwnFile)
         EXPECT_EQ(target.getPacking(), 1U);
         EXPECT_EQ(target.getRowLength(), 0);
     }
+}
+
+/** Counts the threads that read images while it lives. No image can be read meanwhile. */
+class ReadingThreads
+{
+public:
+    ReadingThreads() { osgDB::Registry::instance()->setReadFileCallback(_callback); }
+    ~ReadingThreads() { osgDB::Registry::instance()->setReadFileCallback(nullptr); }
+    ReadingThreads(const ReadingThreads&) = delete;
+    ReadingThreads& operator=(const ReadingThreads&) = delete;
+
+    [[nodiscard]] std::size_t count() const { return _callback->threads.size(); }
+
+private:
+    struct Callback : public osgDB::ReadFileCallback
+    {
+        osgDB::ReaderWriter::ReadResult readImage(const std::string&, const osgDB::Options*) override
+        {
+            const std::lock_guard<std::mutex> guard(lock);
+            threads.insert(std::this_thread::get_id());
+            return osgDB::ReaderWriter::ReadResult::FILE_NOT_FOUND;
+        }
+
+        std::mutex lock;
+        std::set<std::thread::id> threads;
+    };
+
+    const osg::ref_ptr<Callback> _callback = new Callback;
+};
+
+/** The number of threads for OpenMP's loops, as a host may have set it. */
+class HostsThreadCount
+{
+public:
+    explicit HostsThreadCount(int count) : _before(omp_get_max_threads()) { omp_set_num_threads(count); }
+    ~HostsThreadCount() { omp_set_num_threads(_before); }
+    HostsThreadCount(const HostsThreadCount&) = delete;
+    HostsThreadCount& operator=(const HostsThreadCount&) = delete;
+
+private:
+    int _before;
+};
+
+// On a machine with fewer cores, too: reading waits for the disk.
+TEST(TextureReading, UsesEightThreadsOrMore)
+{
+    const HostsThreadCount two(2);
+    const ReadingThreads readers;
+    mvgeo::readTextures(std::vector<mvgeo::TextureWorkItem>(64));
+    EXPECT_GE(readers.count(), 8U);
+}
+
+TEST(TextureReading, LeavesTheHostsOwnNumberOfThreadsAsItWas)
+{
+    const HostsThreadCount three(3);
+    std::vector<mvgeo::TextureWorkItem> items(64);
+    for (mvgeo::TextureWorkItem& item : items)
+        item.target = new osg::Image;
+    mvgeo::readTextures(items);
+    EXPECT_EQ(omp_get_max_threads(), 3);
 }
 
 TEST(TextureReading, OfNothingReturns)

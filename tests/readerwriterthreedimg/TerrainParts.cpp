@@ -154,7 +154,6 @@ mvgeo::TerrainRasters openedRasters(const std::string& domPath, const std::strin
     if (!demPath.empty()) rasters.dem = openedHeader(demPath);
     if (rasters.dom) rasters.domDataset = rasters.dom->getDataset();
     if (rasters.dem) rasters.demDataset = rasters.dem->getDataset();
-    if (rasters.demDataset) rasters.demType = rasters.demDataset->GetRasterBand(1)->GetRasterDataType();
     return rasters;
 }
 
@@ -176,18 +175,20 @@ TestRaster colourDom(int width, int height)
     return raster;
 }
 
-void writeVirtualRaster(const std::string& path, const TestRaster& raster, const std::string& source)
+void writeVirtualRaster(const std::string& path, const TestRaster& raster, const std::string& source, double factor)
 {
+    const std::string kind = factor == 1.0 ? "SimpleSource" : "ComplexSource";
     std::ostringstream text;
     text.precision(17);
     text << "<VRTDataset rasterXSize=\"" << raster.width << "\" rasterYSize=\"" << raster.height << "\"><GeoTransform>"
          << raster.originX << ", " << raster.pixelWidth << ", 0, " << raster.originY << ", 0, " << raster.pixelHeight
          << "</GeoTransform>";
     for (int band = 1; band <= raster.bands; ++band)
-        text << "<VRTRasterBand dataType=\"" << GDALGetDataTypeName(raster.type) << "\" band=\"" << band
-             << "\"><SimpleSource><SourceFilename>" << source << "</SourceFilename><SourceBand>" << band
-             << "</SourceBand><SourceProperties RasterXSize=\"" << raster.width << "\" RasterYSize=\"" << raster.height
-             << "\" DataType=\"" << GDALGetDataTypeName(raster.type) << "\"/></SimpleSource></VRTRasterBand>";
+        text << "<VRTRasterBand dataType=\"" << GDALGetDataTypeName(raster.type) << "\" band=\"" << band << "\"><"
+             << kind << "><SourceFilename>" << source << "</SourceFilename><SourceBand>" << band
+             << "</SourceBand><ScaleRatio>" << factor << "</ScaleRatio><SourceProperties RasterXSize=\"" << raster.width
+             << "\" RasterYSize=\"" << raster.height << "\" DataType=\"" << GDALGetDataTypeName(raster.type) << "\"/></"
+             << kind << "></VRTRasterBand>";
     text << "</VRTDataset>";
     writeFile(path, text.str());
 }

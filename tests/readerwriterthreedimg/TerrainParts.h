@@ -38,8 +38,9 @@ using cliptest::Rectangle;
 [[nodiscard]] TestRaster floatDem(int width, int height);
 /** Three bands of bytes, likewise placed. */
 [[nodiscard]] TestRaster colourDom(int width, int height);
-/** A virtual raster of this look whose only source is another file. */
-void writeVirtualRaster(const std::string& path, const TestRaster& raster, const std::string& source);
+/** A virtual raster of this look whose only source is another file, its values multiplied by `factor`. */
+void writeVirtualRaster(const std::string& path, const TestRaster& raster, const std::string& source,
+                        double factor = 1.0);
 
 /** The geometry below the transform of a built tile, or below a paged node's; null if there is none. */
 [[nodiscard]] osg::Geometry* geometryOf(osg::Node* tile);
@@ -56,7 +57,7 @@ void writeVirtualRaster(const std::string& path, const TestRaster& raster, const
 [[nodiscard]] osg::Geometry* parentGeometryOn(const osg::Referenced& options);
 
 /** Everything that a tile is made of as text, so that two tiles are equal if their texts are: structure, transforms,
- *  ranges, spheres, file names, user values, read options, arrays bit for bit, texture parameters, pixels. */
+ * ranges, spheres, file names, user values, read options, arrays bit for bit, texture parameters, pixels. */
 [[nodiscard]] std::string describe(osg::Node* node);
 
 /** What the terrain model asks the reader-writer with. */
@@ -76,7 +77,7 @@ struct TerrainRequest
 [[nodiscard]] osg::ref_ptr<osg::Node> readChildren(osg::PagedLOD& node);
 
 /** A folder for the rasters with a cache folder inside. The dataset manager is the process's own, so that each test
- *  leaves it empty. */
+ * leaves it empty. */
 class TerrainTest : public testing::Test
 {
 protected:

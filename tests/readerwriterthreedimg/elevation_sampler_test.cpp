@@ -12,27 +12,13 @@ using mvgeo::ElevationGrid;
 using mvgeo::sampleDemGrid;
 using testing::Each;
 using testing::ElementsAre;
+using testing::ElementsAreArray;
 
 namespace
 {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-
-template <typename Element>
-constexpr GDALDataType kTypeOf = GDT_Unknown;
-template <>
-constexpr GDALDataType kTypeOf<std::uint16_t> = GDT_UInt16;
-template <>
-constexpr GDALDataType kTypeOf<std::int16_t> = GDT_Int16;
-template <>
-constexpr GDALDataType kTypeOf<std::uint32_t> = GDT_UInt32;
-template <>
-constexpr GDALDataType kTypeOf<std::int32_t> = GDT_Int32;
-template <>
-constexpr GDALDataType kTypeOf<float> = GDT_Float32;
-template <>
-constexpr GDALDataType kTypeOf<double> = GDT_Float64;
 
 /** A DEM in memory, pixels of one unit. */
 class Dem
@@ -44,15 +30,13 @@ public:
         _rasters = openedRasters("", _path);
     }
 
-    template <typename Element = float>
     [[nodiscard]] std::optional<ElevationGrid> sample(const TerrainTileInfo& info)
     {
-        return sampleDemGrid<Element>(*_rasters.dem, *_rasters.demDataset, info, _rasters.demType);
+        return sampleDemGrid(*_rasters.dem, *_rasters.demDataset, info);
     }
-    template <typename Element = float>
     [[nodiscard]] std::vector<float> heights(const TerrainTileInfo& info)
     {
-        return sample<Element>(info).value_or(ElevationGrid()).heights;
+        return sample(info).value_or(ElevationGrid()).heights;
     }
     [[nodiscard]] float noData() const { return _rasters.dem->noData(); }
 
@@ -71,61 +55,83 @@ Dem demOf(const std::vector<double>& values, GDALDataType type = GDT_Float32)
             [&values](int, int column, int row) { return values.at(static_cast<std::size_t>(4 * row + column)); }};
 }
 
+/** The heights of a grid whose rows are all the same. */
+std::vector<float> repeated(const std::vector<float>& row, int rows)
+{
+    std::vector<float> heights;
+    for (int i = 0; i < rows; ++i)
+        heights.insert(heights.end(), row.begin(), row.end());
+    return heights;
+}
+
 double ramp(int /*band*/, int column, int row)
 {
     return 1000.0 + 10.0 * column + 100.0 * row;
 }
 
-template <typename Element>
-class ElevationSamplerOf : public testing::Test
+class ElevationSamplerOf : public testing::TestWithParam<GDALDataType>
 {
-};
-using Elements = testing::Types<std::uint16_t, std::int16_t, std::uint32_t, std::int32_t, float, double>;
+protected:
+    ElevationSamplerOf() { raster.type = GetParam(); }
 
-struct ElementName
-{
-    template <typename Element>
-    static std::string GetName(int)
-    {
-        return GDALGetDataTypeName(kTypeOf<Element>);
-    }
+    TestRaster raster = floatDem(4, 4);
 };
-TYPED_TEST_SUITE(ElevationSamplerOf, Elements, ElementName);
+INSTANTIATE_TEST_SUITE_P(Real, ElevationSamplerOf,
+                         testing::Values(GDT_UInt16, GDT_Int16, GDT_UInt32, GDT_Int32, GDT_Float32, GDT_Float64),
+                         [](const auto& type) { return std::string(GDALGetDataTypeName(type.param)); });
 
 // Posts on pixel edges lie midway between two columns and two rows.
-TYPED_TEST(ElevationSamplerOf, ElementBlendsFourNeighbours)
+TEST_P(ElevationSamplerOf, TypeBlendsFourNeighbours)
 {
-    TestRaster raster = floatDem(4, 4);
-    raster.type = kTypeOf<TypeParam>;
-    Dem dem(raster, ramp);
-    EXPECT_THAT(dem.heights<TypeParam>(tileOver({1, 3, 1, 3}, 3)),
+    EXPECT_THAT(Dem(raster, ramp).heights(tileOver({1, 3, 1, 3}, 3)),
                 ElementsAre(1055, 1065, 1075, 1155, 1165, 1175, 1255, 1265, 1275));
 }
 
 // Column 0.75 - 0.5, row 0.5: 1000 + 2.5 + 50.
-TYPED_TEST(ElevationSamplerOf, ElementIsWeightedByDistance)
+TEST_P(ElevationSamplerOf, TypeIsWeightedByDistance)
 {
+    EXPECT_FLOAT_EQ(Dem(raster, ramp).heights(tileOver({0.75, 1.25, 2.5, 3}, 2)).at(0), 1052.5F);
+}
+
+// Every second post lies halfway between two columns: integers would lose the halves.
+TEST_P(ElevationSamplerOf, TypeKeepsTheFractionsOfItsBlends)
+{
+    Dem dem(raster, [](int, int column, int) { return column == 0 ? 10.0 : column == 1 ? 11.0 : 14.0; });
+    EXPECT_THAT(dem.heights(tileOver({0.5, 2.5, 1, 3}, 5)),
+                ElementsAreArray(repeated({10.0F, 10.5F, 11.0F, 12.5F, 14.0F}, 5)));
+}
+
+// A file that GDAL computes from another: 0.3, 1.2, 2.7 and 3.3 are whole numbers once they are integers.
+TEST(ElevationSampler, ReadsWhatADemOfIntegersRoundsTo)
+{
+    const TemporaryDirectory folder;
     TestRaster raster = floatDem(4, 4);
-    raster.type = kTypeOf<TypeParam>;
-    Dem dem(raster, ramp);
-    EXPECT_FLOAT_EQ(dem.heights<TypeParam>(tileOver({0.75, 1.25, 2.5, 3}, 2)).at(0), 1052.5F);
+    raster.type = GDT_Int16;
+    writeRaster(folder / "tenths.tif", raster,
+                [](int, int column, int) {
+                    return std::array{3, 12, 27, 33}.at(column);
+                });
+    writeVirtualRaster(folder / "dem.vrt", raster, folder / "tenths.tif", 0.1);
+    const mvgeo::TerrainRasters rasters = openedRasters("", folder / "dem.vrt");
+    ASSERT_NE(rasters.demDataset, nullptr);
+    const std::optional<ElevationGrid> grid =
+        sampleDemGrid(*rasters.dem, *rasters.demDataset, tileOver({0.5, 3.5, 0.5, 3.5}, 4));
+    ASSERT_TRUE(grid);
+    EXPECT_THAT(grid->heights, ElementsAreArray(repeated({0.0F, 1.0F, 3.0F, 3.0F}, 4)));
 }
 
 TEST(ElevationSampler, KeepsLargeAndNegativeValues)
 {
     TestRaster raster = floatDem(4, 4);
     raster.type = GDT_UInt32;
-    EXPECT_THAT(Dem(raster, [](int, int, int) { return 4.0e9; }).heights<std::uint32_t>(tileOver({1, 3, 1, 3}, 2)),
-                Each(4.0e9F));
+    EXPECT_THAT(Dem(raster, [](int, int, int) { return 4.0e9; }).heights(tileOver({1, 3, 1, 3}, 2)), Each(4.0e9F));
     raster.type = GDT_Int32;
-    EXPECT_THAT(Dem(raster, [](int, int, int) { return -2.0e9; }).heights<std::int32_t>(tileOver({1, 3, 1, 3}, 2)),
-                Each(-2.0e9F));
+    EXPECT_THAT(Dem(raster, [](int, int, int) { return -2.0e9; }).heights(tileOver({1, 3, 1, 3}, 2)), Each(-2.0e9F));
     raster.type = GDT_Int16;
-    EXPECT_THAT(Dem(raster, [](int, int, int) { return -32768.0; }).heights<std::int16_t>(tileOver({1, 3, 1, 3}, 2)),
+    EXPECT_THAT(Dem(raster, [](int, int, int) { return -32768.0; }).heights(tileOver({1, 3, 1, 3}, 2)),
                 Each(-32768.0F));
     raster.type = GDT_UInt16;
-    EXPECT_THAT(Dem(raster, [](int, int, int) { return 65535.0; }).heights<std::uint16_t>(tileOver({1, 3, 1, 3}, 2)),
-                Each(65535.0F));
+    EXPECT_THAT(Dem(raster, [](int, int, int) { return 65535.0; }).heights(tileOver({1, 3, 1, 3}, 2)), Each(65535.0F));
 }
 
 TEST(ElevationSampler, HoldsTheOuterHalfPixelsAtTheLastOnes)
@@ -215,7 +221,7 @@ TEST_P(ElevationHole, IsNoDataThoughUndeclared)
         raster.type = type;
         Dem dem(raster, [](int, int column, int row) { return column == 1 && row == 1 ? GetParam() : 8.0; });
         const TerrainTileInfo info = tileOver({0, 4, 0, 4}, 17);
-        const std::vector<float> heights = type == GDT_Float32 ? dem.heights<float>(info) : dem.heights<double>(info);
+        const std::vector<float> heights = dem.heights(info);
         ASSERT_EQ(heights.size(), 289U);
         int holes = 0;
         for (const float height : heights)
@@ -237,10 +243,10 @@ TEST(ElevationSampler, TakesDoublesBeyondFloatsForNoData)
     for (const double value : {1e300, -1e300, std::numeric_limits<double>::max(), -std::numeric_limits<double>::max()})
     {
         Dem dem(raster, [value](int, int, int) { return value; });
-        EXPECT_THAT(dem.heights<double>(tileOver({0, 4, 0, 4}, 5)), Each(dem.noData()));
+        EXPECT_THAT(dem.heights(tileOver({0, 4, 0, 4}, 5)), Each(dem.noData()));
         raster.noData = -std::numeric_limits<double>::max();
         Dem declared(raster, [value](int, int, int) { return value; });
-        EXPECT_THAT(declared.heights<double>(tileOver({0, 4, 0, 4}, 5)), Each(declared.noData()));
+        EXPECT_THAT(declared.heights(tileOver({0, 4, 0, 4}, 5)), Each(declared.noData()));
         raster.noData.reset();
     }
 }
@@ -277,7 +283,7 @@ TEST(ElevationSampler, FailsAndSaysSoOnceWhereTheRasterCannotBeRead)
     mvgeo::TerrainRasters rasters = openedRasters("", folder / "dem.vrt");
     ASSERT_NE(rasters.demDataset, nullptr);
     for (int i = 0; i < 3; ++i)
-        EXPECT_FALSE(sampleDemGrid<float>(*rasters.dem, *rasters.demDataset, tileOver({0, 4, 0, 4}, 5), GDT_Float32));
+        EXPECT_FALSE(sampleDemGrid(*rasters.dem, *rasters.demDataset, tileOver({0, 4, 0, 4}, 5)));
     EXPECT_EQ(log.count(osg::WARN, "cannot read " + (folder / "dem.vrt")), 1);
     EXPECT_EQ(log.lines().size(), 1U);
     EXPECT_EQ(rasters.dem->readFailureCount(), 3U);

@@ -28,7 +28,6 @@ TEST(ExhaustedDem, IsDecidedAlikeForAllTilesOfADepth)
     mvgeo::TerrainRasters rasters = mvgeo::openRasters("", path);
     ASSERT_TRUE(rasters.dem);
     rasters.demDataset = rasters.dem->getDataset(OpenThreads::Thread::CurrentThreadId());
-    rasters.demType = GDT_Float32;
     const osg::ref_ptr<osgDB::Options> none = new osgDB::Options;
     const osg::ref_ptr<osg::Node> root = mvgeo::buildTerrainNode("", path, "", none);
     ASSERT_TRUE(root);

@@ -270,7 +270,7 @@ RasterValue valueOf(const std::vector<int>& values)
 }
 
 /** The same by the formula, one sample after the other. The raster's pixels are units, its south-western corner the
- *  origin. */
+ * origin. */
 double expectedByte(const std::vector<int>& values, int channel, double x, double y)
 {
     const auto at = [&](double column, double row)

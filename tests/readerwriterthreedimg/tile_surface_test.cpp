@@ -30,7 +30,7 @@ mvgeo::TerrainRasters risingDem()
 std::optional<TileSurface> surfaceOver(const mvgeo::TerrainRasters& rasters, const TerrainTileInfo& info,
                                        bool wantNormals = true)
 {
-    return readDemWithEdges<float>(rasters.dem, rasters.demDataset, info, rasters.demType, wantNormals);
+    return readDemWithEdges(rasters.dem, rasters.demDataset, info, wantNormals);
 }
 
 void expectDirection(const osg::Vec3d& normal, osg::Vec3d expected)
@@ -97,8 +97,8 @@ TEST(TileSurface, IsNothingWithoutADem)
 {
     const mvgeo::TerrainRasters rasters = risingDem();
     const TerrainTileInfo info = tileOver({2, 8, 2, 8}, 7);
-    EXPECT_FALSE(readDemWithEdges<float>(nullptr, rasters.demDataset, info, GDT_Float32, true));
-    EXPECT_FALSE(readDemWithEdges<float>(rasters.dem, nullptr, info, GDT_Float32, true));
+    EXPECT_FALSE(readDemWithEdges(nullptr, rasters.demDataset, info, true));
+    EXPECT_FALSE(readDemWithEdges(rasters.dem, nullptr, info, true));
 }
 
 TEST(TileSurface, IsNothingBesideTheDem)

@@ -1,5 +1,7 @@
 #include "support/LogRecorder.h"
 
+#include "support/Mutex.h"
+
 #include <algorithm>
 
 class LogRecorder::RecordingHandler : public ::NotifyHandler
@@ -7,8 +9,8 @@ class LogRecorder::RecordingHandler : public ::NotifyHandler
 public:
     RecordingHandler() : ::NotifyHandler(std::string()) {}
 
-    std::mutex lock;
-    std::vector<Line> lines; // guarded by lock
+    mvgeo::Mutex mutex;
+    std::vector<Line> lines MVGEO_GUARDED_BY(mutex);
 
 protected:
     ~RecordingHandler() override = default;
@@ -20,7 +22,7 @@ protected:
         if (text.empty()) return;
         while (!text.empty() && text.back() == '\n')
             text.pop_back();
-        const std::lock_guard<std::mutex> guard(lock);
+        const mvgeo::Lock lock(mutex);
         lines.push_back({severity, text});
     }
 };
@@ -40,7 +42,7 @@ LogRecorder::~LogRecorder()
 
 std::vector<LogRecorder::Line> LogRecorder::lines() const
 {
-    const std::lock_guard<std::mutex> guard(_handler->lock);
+    const mvgeo::Lock lock(_handler->mutex);
     return _handler->lines;
 }
 
@@ -61,6 +63,6 @@ int LogRecorder::count(const std::string& text) const
 
 void LogRecorder::clear()
 {
-    const std::lock_guard<std::mutex> guard(_handler->lock);
+    const mvgeo::Lock lock(_handler->mutex);
     _handler->lines.clear();
 }

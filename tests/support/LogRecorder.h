@@ -4,14 +4,13 @@
 
 #include <osg/ref_ptr>
 
-#include <mutex>
 #include <string>
 #include <vector>
 
 /** Keeps what goes to OSG's notify stream while it lives; afterwards the earlier handler and level are back.
  *
- *  Make it before the model: the model then takes it for its own log handler and installs none.
- *  Thread: any; messages come from the database threads too.
+ * Make it before the model: the model then takes it for its own log handler and installs none.
+ * Thread: any; messages come from the database threads too.
  */
 class LogRecorder
 {

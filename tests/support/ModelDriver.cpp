@@ -7,8 +7,8 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kPatience{30};
-// A read that fails calls nobody, so the state is looked at again after this time at the latest.
-constexpr std::chrono::milliseconds kLookAgain{2};
+// A read that fails calls nobody, so the state is looked at in these intervals too.
+constexpr std::chrono::milliseconds kPollInterval{2};
 
 } // namespace
 
@@ -50,7 +50,7 @@ bool ModelDriver::waitFor(Condition condition)
     while (!condition())
     {
         if (Clock::now() > deadline) return false;
-        _refresh.wait_for(guard, kLookAgain);
+        _refresh.wait_for(guard, kPollInterval);
     }
     return true;
 }

@@ -56,7 +56,7 @@ public:
 };
 
 /** A strict host: whatever breaks the contract becomes a text in `errors`. It has tiles as soon as it holds one, unless
- *  forget() was called. Call finishUpdate() when update() has returned. */
+ * forget() was called. Call finishUpdate() when update() has returned. */
 class RecordingReceiver : public GeoMeshUpdateReceiver
 {
 public:

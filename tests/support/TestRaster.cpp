@@ -6,25 +6,18 @@
 #include <gdal_priv.h>
 #include <ogr_spatialref.h>
 
-#include <memory>
 #include <mutex>
 #include <stdexcept>
 
 namespace
 {
 
-struct Closer
-{
-    void operator()(GDALDataset* dataset) const { GDALClose(dataset); }
-};
-using DatasetPtr = std::unique_ptr<GDALDataset, Closer>;
-
 void check(bool succeeded, const std::string& path)
 {
     if (!succeeded) throw std::runtime_error("cannot write " + path + ": " + CPLGetLastErrorMsg());
 }
 
-DatasetPtr create(const std::string& path, const TestRaster& raster)
+GDALDatasetUniquePtr create(const std::string& path, const TestRaster& raster)
 {
     static std::once_flag registered;
     std::call_once(registered, GDALAllRegister);
@@ -33,7 +26,7 @@ DatasetPtr create(const std::string& path, const TestRaster& raster)
     CPLStringList options;
     for (const std::string& option : raster.creationOptions)
         options.AddString(option.c_str());
-    return DatasetPtr(
+    return GDALDatasetUniquePtr(
         driver->Create(path.c_str(), raster.width, raster.height, raster.bands, raster.type, options.List()));
 }
 
@@ -90,7 +83,7 @@ bool writePixels(GDALDataset& dataset, const TestRaster& raster, const RasterVal
 void writeRaster(const std::string& path, const TestRaster& raster, const RasterValue& value)
 {
     CPLErrorReset();
-    const DatasetPtr dataset = create(path, raster);
+    const GDALDatasetUniquePtr dataset = create(path, raster);
     check(dataset != nullptr, path);
     describe(*dataset, raster);
     check(writePixels(*dataset, raster, value), path);

@@ -10,7 +10,7 @@
 #include <vector>
 
 /** What a raster is to look like. The default is north-up, 4 x 4 pixels of one unit, its south-western corner at the
- *  origin. */
+ * origin. */
 struct TestRaster
 {
     int width = 4;
@@ -40,11 +40,11 @@ using RasterValue = std::function<double(int band, int column, int row)>;
 
 /** Writes a raster file; an existing one is replaced. A path is UTF-8, also one that GDAL alone knows ("/vsimem/...").
  *
- *      TestRaster dem;
- *      dem.type = GDT_Float32;
- *      writeRaster(folder / "dem.tif", dem, [](int, int column, int) { return 10.0 * column; });
+ *     TestRaster dem;
+ *     dem.type = GDT_Float32;
+ *     writeRaster(folder / "dem.tif", dem, [](int, int column, int) { return 10.0 * column; });
  *
- *  Throws std::runtime_error with GDAL's reason if that fails. Thread: any. */
+ * Throws std::runtime_error with GDAL's reason if that fails. Thread: any. */
 void writeRaster(const std::string& path, const TestRaster& raster, const RasterValue& value);
 
 /** One value everywhere. */

@@ -101,8 +101,8 @@ TilePyramid::TilePyramid(std::string folder, const TilePyramidOptions& options)
         writeRoot(rootTile);
     }
     for (int rootTile = 0; rootTile < _options.rootTiles && _options.levels > 1; ++rootTile)
-        if (_options.rootKind == TilePyramidOptions::RootKind::PagedLOD ||
-            _options.rootKind == TilePyramidOptions::RootKind::Group)
+        if (_options.rootKind == TilePyramidOptions::RootKind::pagedLod ||
+            _options.rootKind == TilePyramidOptions::RootKind::group)
             writeChildren(rootTile, 1, "", kRootSize * rootTile, 0.0, kRootSize);
 }
 
@@ -120,11 +120,11 @@ void TilePyramid::writeRoot(int rootTile)
 {
     using Kind = TilePyramidOptions::RootKind;
     const double x = kRootSize * rootTile;
-    osg::ref_ptr<osg::Node> root = _options.rootKind == Kind::EmptyNode ? osg::ref_ptr<osg::Node>(new osg::Node)
+    osg::ref_ptr<osg::Node> root = _options.rootKind == Kind::emptyNode ? osg::ref_ptr<osg::Node>(new osg::Node)
                                                                         : content(rootTile, "", 0, x, 0.0, kRootSize);
-    const bool isPaged = _options.rootKind == Kind::PagedLOD || _options.rootKind == Kind::Group;
+    const bool isPaged = _options.rootKind == Kind::pagedLod || _options.rootKind == Kind::group;
     if (isPaged && _options.levels > 1) root = paged(root, tileName(rootTile) + "_L1.osgb", x, 0.0, kRootSize, 0);
-    if (_options.rootKind == Kind::Group)
+    if (_options.rootKind == Kind::group)
     {
         const osg::ref_ptr<osg::Group> group = new osg::Group;
         group->addChild(root);
@@ -165,12 +165,12 @@ osg::ref_ptr<osg::Node> TilePyramid::content(int rootTile, const std::string& su
 {
     using Textures = TilePyramidOptions::Textures;
     const osg::ref_ptr<osg::Geometry> geometry = makeSquare(x, y, level, size, _options.indexBits);
-    if (_options.textures != Textures::None)
+    if (_options.textures != Textures::none)
     {
         const std::vector<unsigned char> colour = colourOf(level, x, y);
-        const std::string name = _options.textures == Textures::Unnamed ? "" : tileName(rootTile) + suffix + ".png";
+        const std::string name = _options.textures == Textures::unnamed ? "" : tileName(rootTile) + suffix + ".png";
         const osg::ref_ptr<osg::Image> image = makeImage(name, colour[0], colour[1], colour[2]);
-        if (_options.textures == Textures::Named)
+        if (_options.textures == Textures::named)
             osgDB::writeImageFile(*image, _folder + '/' + tileName(rootTile) + '/' + name);
         const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(image);
         geometry->getOrCreateStateSet()->setTextureAttributeAndModes(0, texture);
@@ -185,7 +185,7 @@ osg::ref_ptr<osg::Node> TilePyramid::content(int rootTile, const std::string& su
 osg::ref_ptr<osg::Node> TilePyramid::paged(const osg::ref_ptr<osg::Node>& inlineChild, const std::string& childFile,
                                            double x, double y, double size, int level) const
 {
-    const bool byDistance = _options.rangeMode == TilePyramidOptions::RangeMode::Distance;
+    const bool byDistance = _options.rangeMode == TilePyramidOptions::RangeMode::distance;
     osg::ref_ptr<osg::PagedLOD> lod = new osg::PagedLOD;
     lod->setRangeMode(byDistance ? osg::LOD::DISTANCE_FROM_EYE_POINT : osg::LOD::PIXEL_SIZE_ON_SCREEN);
     lod->setCenterMode(osg::LOD::USER_DEFINED_CENTER);
@@ -202,7 +202,7 @@ void TilePyramid::write(const osg::Node& node, int rootTile, const std::string& 
 {
     const std::string folder = _folder + '/' + tileName(rootTile) + '/';
     const std::string path = folder + tileName(rootTile) + suffix + ".osgb";
-    const bool imagesBeside = _options.textures == TilePyramidOptions::Textures::Named;
+    const bool imagesBeside = _options.textures == TilePyramidOptions::Textures::named;
     writeTile(node, path, _options.isCompressed, imagesBeside);
     _files.push_back(path);
 }

@@ -12,47 +12,47 @@ struct TilePyramidOptions
 {
     enum class RangeMode
     {
-        PixelSize,
-        Distance
+        pixelSize,
+        distance
     };
     enum class Textures
     {
-        None,
-        Embedded, ///< pixels in the tile, with the name "<tile>.png" of a file that does not exist
-        Named,    ///< pixels in a file beside the tile
-        Unnamed   ///< pixels in the tile, without any name
+        none,
+        embedded, ///< pixels in the tile, with the name "<tile>.png" of a file that does not exist
+        named,    ///< pixels in a file beside the tile
+        unnamed   ///< pixels in the tile, without any name
     };
     enum class RootKind
     {
-        PagedLOD,
-        Group, ///< a group with the paged node in it
-        Geode, ///< one level only, whatever `levels` says
-        EmptyNode
+        pagedLod,
+        group, ///< a group with the paged node in it
+        geode, ///< one level only, whatever `levels` says
+        emptyNode
     };
 
     int levels = 3;
     int rootTiles = 1;
     int childrenPerTile = 4; ///< 4: quadrants; 1: a chain of tiles with equal bounds
-    RangeMode rangeMode = RangeMode::PixelSize;
+    RangeMode rangeMode = RangeMode::pixelSize;
     /** Pixels of a tile's radius above which its child replaces it, or metres of distance below which it does. */
     float threshold = 200.0F;
-    Textures textures = Textures::Embedded;
+    Textures textures = Textures::embedded;
     int indexBits = 32;                ///< 8, 16 or 32
     bool addsUntextured = false;       ///< a second, untextured geometry beside each textured one
     bool hasTransform = false;         ///< a MatrixTransform that lifts by 100 between geode and geometry
     bool transformAbovePaging = false; ///< a MatrixTransform that lifts by 100 above each root file's paged node
     bool isCompressed = false;         ///< zlib
-    RootKind rootKind = RootKind::PagedLOD;
+    RootKind rootKind = RootKind::pagedLod;
 };
 
 /** Writes real tile files:
  *
- *      <folder>/Tile_<r>/Tile_<r>.osgb                       level 0: the whole square
- *      <folder>/Tile_<r>/Tile_<r>_L1.osgb                    level 1: a group of its quadrants
- *      <folder>/Tile_<r>/Tile_<r>_L2_<q>.osgb                level 2: a group of the quadrants of quadrant q, and so on
+ *     <folder>/Tile_<r>/Tile_<r>.osgb                       level 0: the whole square
+ *     <folder>/Tile_<r>/Tile_<r>_L1.osgb                    level 1: a group of its quadrants
+ *     <folder>/Tile_<r>/Tile_<r>_L2_<q>.osgb                level 2: a group of the quadrants of quadrant q, and so on
  *
- *  Tile r covers x from 100 r to 100 r + 100 and y from 0 to 100; level n lies at z = n. Its four vertices run from the
- *  south-west corner counter-clockwise, and its two triangles are 0 1 2 and 0 2 3. Every texture is 8 x 4 pixels of RGB
+ * Tile r covers x from 100 r to 100 r + 100 and y from 0 to 100; level n lies at z = n. Its four vertices run from the
+ * south-west corner counter-clockwise, and its two triangles are 0 1 2 and 0 2 3. Every texture is 8 x 4 pixels of RGB
  * in one colour, see colourOf(). The content node of quadrant q in a file is the q-th that is tagged there.
  */
 class TilePyramid

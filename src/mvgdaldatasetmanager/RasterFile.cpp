@@ -1,6 +1,6 @@
-#include "mvgdaldatasetmanager/GdalSession.h"
+#include "mvgdaldatasetmanager/RasterFile.h"
 
-#include <cpl_error.h>
+#include "mvgdaldatasetmanager/QuietGdal.h"
 
 #include <mutex>
 
@@ -13,16 +13,6 @@ GDALDatasetUniquePtr openRaster(const KdString& path)
     std::call_once(registered, GDALAllRegister);
     const QuietGdal quiet;
     return GDALDatasetUniquePtr(GDALDataset::FromHandle(GDALOpen(path.utf8Ptr(), GA_ReadOnly)));
-}
-
-QuietGdal::QuietGdal()
-{
-    CPLPushErrorHandler(CPLQuietErrorHandler);
-}
-
-QuietGdal::~QuietGdal()
-{
-    CPLPopErrorHandler();
 }
 
 } // namespace mvgeo
