@@ -8,8 +8,8 @@
 namespace mvgeo::bench
 {
 
-/** The yardstick for paging: the same files below OSG's own pager and cull traversal, as its viewer drives
- * them, without drawing. */
+/** The yardstick for paging: the same files below OSG's own pager and cull traversal, as its viewer drives them,
+ * without drawing. */
 class OsgPaging
 {
 public:

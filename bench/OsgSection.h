@@ -38,8 +38,8 @@ using OsgSection = SurfaceLines (*)(osg::Node& root, const osg::Vec3d& start, co
 [[nodiscard]] SurfaceLines elevationSlice(osg::Node& root, const osg::Vec3d& start, const osg::Vec3d& end,
                                           TileKeeper& tiles);
 
-/** OSG's plain intersection visitor with its plane intersector: as many lines as there are tiles, in no order,
- * skirts included. */
+/** OSG's plain intersection visitor with its plane intersector: as many lines as there are tiles, in no order, skirts
+ * included. */
 [[nodiscard]] SurfaceLines planeCut(osg::Node& root, const osg::Vec3d& start, const osg::Vec3d& end, TileKeeper& tiles);
 
 } // namespace mvgeo::bench

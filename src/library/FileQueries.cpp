@@ -53,7 +53,7 @@ KdString pathBetween(const KdString& baseFile, const KdString& targetPath)
 /** The registry's options without its caches: an answer leaves nothing behind, and is not an old one. */
 osg::ref_ptr<const osgDB::Options> readOptions()
 {
-    constexpr int kKeepsNothing = osgDB::Options::CACHE_ARCHIVES; // the toolkit's own default; a tile is no archive
+    constexpr int kKeepsNothing = osgDB::Options::CACHE_ARCHIVES; // OSG's own default; a tile is no archive
     const osgDB::Options* global = osgDB::Registry::instance()->getOptions();
     if (!global || (global->getObjectCacheHint() & ~kKeepsNothing) == 0) return global;
     const osg::ref_ptr<osgDB::Options> uncached = global->cloneOptions();

@@ -6,8 +6,8 @@
 namespace mvgeo
 {
 
-/** Has a reader-writer registered with the toolkit for as long as it lives itself. Meant for static objects: the
- * registry, which the constructor asks for, outlives them. */
+/** Has a reader-writer registered with OSG for as long as it lives itself. Meant for static objects: the registry,
+ * which the constructor asks for, outlives them. */
 template <typename Reader>
 class ReaderWriterRegistration
 {

@@ -7,8 +7,8 @@ namespace mvgeo
 
 /** Keeps what OSG says on this thread out of every log while it lives. They may be nested.
  *
- * OSG knows one handler for all threads. The first object finds out whether the installed one is ours; before
- * one that is not it puts one of ours, for good, which hands on what other threads say.
+ * OSG knows one handler for all threads. The first object finds out whether the installed one is ours; before one that
+ * is not it puts one of ours, for good, which hands on what other threads say.
  * Thread: the one that made it.
  */
 class QuietOsg

@@ -8,9 +8,9 @@
 namespace mvgeo
 {
 
-/** The bytes of one file: OSG asks for a tile number by number, which a file stream answers at three times the
- * price. The thread keeps the memory for its next file, because taking a megabyte from the system for each costs as
- * much as reading it; a tile that is read in the middle of another gets memory of its own. */
+/** The bytes of one file: OSG asks for a tile number by number, which a file stream answers at three times the price.
+ * The thread keeps the memory for its next file, because taking a megabyte from the system for each costs as much as
+ * reading it; a tile that is read in the middle of another gets memory of its own. */
 class FileBytes
 {
 public:
@@ -31,9 +31,9 @@ public:
 
 /** Reads a tile file as the registry does, but gives up at once if an ".osgb" ends too early.
  *
- * OSG's reader goes on behind the end of a cut-off file: it takes what it read last for a number of entries, up
- * to four thousand million, and writes lines to the log for each. An ".osgb" that it does not take for its own is left
- * to the other installed readers; about one that it finds damaged no other is asked. May throw what a reader throws.
+ * OSG's reader goes on behind the end of a cut-off file: it takes what it read last for a number of entries, up to four
+ * thousand million, and writes lines to the log for each. An ".osgb" that it does not take for its own is left to the
+ * other installed readers; about one that it finds damaged no other is asked. May throw what a reader throws.
  * Thread: any.
  */
 [[nodiscard]] osgDB::ReaderWriter::ReadResult readTileFile(const std::string& fileName, const osgDB::Options* options);

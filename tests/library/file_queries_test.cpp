@@ -70,7 +70,7 @@ TEST_F(FileQueries, SayNothingAnywhere)
     std::vector<std::string> paths = badFiles();
     TilePyramidOptions options;
     std::string strange = readFile(tile(options));
-    strange.replace(strange.find("osg::PagedLOD"), 13, "osg::NoSuchOD"); // the toolkit complains about the class
+    strange.replace(strange.find("osg::PagedLOD"), 13, "osg::NoSuchOD"); // OSG complains about the class
     paths.push_back(file("strange.osgb", strange));
     const auto askAll = [&paths]
     {
@@ -85,7 +85,7 @@ TEST_F(FileQueries, SayNothingAnywhere)
     };
     testing::internal::CaptureStderr();
     testing::internal::CaptureStdout();
-    askAll(); // with the toolkit's own handler, which writes to both
+    askAll(); // with OSG's own handler, which writes to both
     {
         const LogRecorder log;
         askAll();

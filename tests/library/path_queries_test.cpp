@@ -174,7 +174,7 @@ TEST(RelativePath, TakesVeryLongPaths)
     EXPECT_EQ(relative("a/scene.dwg", deep.c_str()).size(), 2U + 2U * 20000U - 1U); // ".\\x/x/.../x"
 }
 
-// The toolkit says something of paths with different roots at its finer levels.
+// OSG says something of paths with different roots at its finer levels.
 TEST(PathQueries, LeaveTheLogAlone)
 {
     LogRecorder log;

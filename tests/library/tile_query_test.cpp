@@ -141,7 +141,7 @@ TEST_F(TileQuery, IsFalseForATileCutOffAnywhere)
     {
         options.isCompressed = isCompressed;
         const std::string whole = readFile(TilePyramid(folder / "cut", options).rootFile());
-        const std::size_t checkSum = isCompressed ? 4 : 0; // bytes behind the scene, at which the toolkit does not look
+        const std::size_t checkSum = isCompressed ? 4 : 0; // bytes behind the scene, at which OSG does not look
         for (std::size_t size = 0; size < whole.size() - checkSum; ++size)
             ASSERT_FALSE(isTile(file("cut.osgb", whole.substr(0, size))))
                 << size << " of " << whole.size() << " bytes, compressed " << isCompressed;
@@ -190,7 +190,7 @@ TEST_F(TileQuery, AsksAReaderThatOnlyKnowsFileNamesWhereverItStands)
     EXPECT_FALSE(isTile(text));
 }
 
-TEST_F(TileQuery, AsksAReaderThatStandsFirstAlsoForWhatTheToolkitCannotRead)
+TEST_F(TileQuery, AsksAReaderThatStandsFirstAlsoForWhatOsgCannotRead)
 {
     const osg::ref_ptr<ReaderOfNames> reader = new ReaderOfNames([] { return new osg::Group; });
     const std::string whole = readFile(tile());
@@ -200,7 +200,7 @@ TEST_F(TileQuery, AsksAReaderThatStandsFirstAlsoForWhatTheToolkitCannotRead)
     EXPECT_THAT(reader->asked, ElementsAre(half));
 }
 
-TEST_F(TileQuery, IsFalseForACutOffTileThatAnotherReaderLeavesToTheToolkit)
+TEST_F(TileQuery, IsFalseForACutOffTileThatAnotherReaderLeavesToOsg)
 {
     TilePyramidOptions options;
     options.textures = TilePyramidOptions::Textures::none;
@@ -245,7 +245,7 @@ TEST_F(TileQuery, ReleasesTheNode)
     EXPECT_FALSE(node.valid());
 }
 
-TEST_F(TileQuery, NeitherFillsNorAsksTheToolkitsCache)
+TEST_F(TileQuery, NeitherFillsNorAsksTheCacheOfOsg)
 {
     const osg::ref_ptr<osgDB::Options> options = new osgDB::Options;
     options->setObjectCacheHint(osgDB::Options::CACHE_ALL);
