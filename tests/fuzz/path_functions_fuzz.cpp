@@ -28,7 +28,7 @@ void checkFileName(const KdString& path)
     std::size_t begin = whole.size();
     while (begin > 0 && !isSeparator(whole[begin - 1]))
         --begin;
-    // A unit that is no character becomes a question mark on its way through the toolkit, so only the lack of
+    // A unit that is no character becomes a question mark on its way through OSG, so only the lack of
     // separators is certain there.
     const Text found = name.kwszPtr();
     for (const KdChar unit : found)
