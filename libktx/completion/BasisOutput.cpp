@@ -20,7 +20,7 @@ struct ImageSlices
 };
 
 /** The encoder's own file. It was written a moment ago by code in this process, so its offsets are not doubted beyond
- *  what keeps a mistake from reading past the end. */
+ * what keeps a mistake from reading past the end. */
 class BasisFile
 {
 public:
@@ -74,19 +74,13 @@ ImageSlices appendImage(const BasisFile& file, std::size_t image, std::size_t& n
     return slices;
 }
 
-void appendUint16(Bytes& bytes, std::uint32_t value)
-{
-    bytes.push_back(static_cast<unsigned char>(value));
-    bytes.push_back(static_cast<unsigned char>(value >> 8));
-}
-
 void appendSlices(Bytes& global, const ImageSlices& slices)
 {
-    appendUint32(global, 0); // flags: not a frame of a video that builds on the one before
-    appendUint32(global, static_cast<std::uint32_t>(slices.colourOffset));
-    appendUint32(global, static_cast<std::uint32_t>(slices.colourSize));
-    appendUint32(global, static_cast<std::uint32_t>(slices.alphaOffset));
-    appendUint32(global, static_cast<std::uint32_t>(slices.alphaSize));
+    append(global, 4, 0); // flags: not a frame of a video that builds on the one before
+    append(global, 4, slices.colourOffset);
+    append(global, 4, slices.colourSize);
+    append(global, 4, slices.alphaOffset);
+    append(global, 4, slices.alphaSize);
 }
 
 /** The codebooks that all images of an ETC1S texture share, and where each image's slices are. */
@@ -94,16 +88,14 @@ Bytes globalData(const BasisFile& file, const std::vector<ImageSlices>& images)
 {
     const basist::basis_file_header& header = file.header();
     Bytes global;
-    appendUint16(global, header.m_total_endpoints);
-    appendUint16(global, header.m_total_selectors);
-    appendUint32(global, header.m_endpoint_cb_file_size);
-    appendUint32(global, header.m_selector_cb_file_size);
-    appendUint32(global, header.m_tables_file_size);
-    appendUint32(global, 0); // no extended data
+    append(global, 2, header.m_total_endpoints);
+    append(global, 2, header.m_total_selectors);
+    append(global, 4, header.m_endpoint_cb_file_size);
+    append(global, 4, header.m_selector_cb_file_size);
+    append(global, 4, header.m_tables_file_size);
+    append(global, 4, 0); // no extended data
     for (const ImageSlices& slices : images)
-    {
         appendSlices(global, slices);
-    }
     file.append(global, header.m_endpoint_cb_file_ofs, header.m_endpoint_cb_file_size);
     file.append(global, header.m_selector_cb_file_ofs, header.m_selector_cb_file_size);
     file.append(global, header.m_tables_file_ofs, header.m_tables_file_size);

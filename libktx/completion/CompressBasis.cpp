@@ -1,9 +1,8 @@
-// ktxTexture2_CompressBasis and ktxTexture2_CompressBasisEx, with the encoder of Basis Universal.
+// ktxTexture2_CompressBasisEx, with the encoder of Basis Universal.
 
 #include "BasisInput.h"
 #include "BasisOutput.h"
 #include "Guarded.h"
-#include "Metadata.h"
 
 #include <ktxint.h>
 
@@ -11,7 +10,6 @@
 #include <vkformat_enum.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <thread>
 
@@ -19,8 +17,14 @@ namespace mvgeo
 {
 namespace
 {
-constexpr ktx_uint32_t kDefaultCompressionLevel = 2;
-constexpr int kDefaultQualityLevel = 128;
+/** Only what ReaderWriterKTX asks for is done; what else would change the result is refused rather than passed over. */
+bool isSupported(const ktxBasisParams& params)
+{
+    const bool areChannelsChanged = params.inputSwizzle[0] != 0 || params.preSwizzle || params.normalMap;
+    const bool isEtc1sTuned = params.maxEndpoints > 0 || params.maxSelectors > 0 || params.endpointRDOThreshold > 0 ||
+                              params.selectorRDOThreshold > 0 || params.noEndpointRDO || params.noSelectorRDO;
+    return !areChannelsChanged && !isEtc1sTuned && !params.uastcRDO && params.uastcFlags == 0;
+}
 
 ktx_uint32_t threadCount(const ktxBasisParams& params)
 {
@@ -29,64 +33,23 @@ ktx_uint32_t threadCount(const ktxBasisParams& params)
     return std::clamp(params.threadCount, 1U, most);
 }
 
-void setEtc1sParameters(const ktxBasisParams& params, basisu::basis_compressor_params& to)
-{
-    to.m_compression_level = static_cast<int>(std::min(params.compressionLevel, basisu::BASISU_MAX_COMPRESSION_LEVEL));
-    if (params.maxEndpoints > 0 && params.maxSelectors > 0)
-    {
-        to.m_etc1s_max_endpoint_clusters = params.maxEndpoints;
-        to.m_etc1s_max_selector_clusters = params.maxSelectors;
-    }
-    else
-    {
-        to.m_etc1s_quality_level =
-            params.qualityLevel == 0 ? kDefaultQualityLevel : static_cast<int>(std::min(params.qualityLevel, 255U));
-    }
-    if (params.endpointRDOThreshold > 0) to.m_endpoint_rdo_thresh = params.endpointRDOThreshold;
-    if (params.selectorRDOThreshold > 0) to.m_selector_rdo_thresh = params.selectorRDOThreshold;
-    to.m_no_endpoint_rdo = params.noEndpointRDO || params.normalMap;
-    to.m_no_selector_rdo = params.noSelectorRDO || params.normalMap;
-}
-
-void setUastcParameters(const ktxBasisParams& params, basisu::basis_compressor_params& to)
-{
-    to.m_pack_uastc_ldr_4x4_flags = params.uastcFlags;
-    to.m_rdo_uastc_ldr_4x4 = params.uastcRDO;
-    if (params.uastcRDOQualityScalar > 0) to.m_rdo_uastc_ldr_4x4_quality_scalar = params.uastcRDOQualityScalar;
-    if (params.uastcRDODictSize > 0)
-    {
-        to.m_rdo_uastc_ldr_4x4_dict_size = static_cast<int>(std::min(params.uastcRDODictSize, 65536U));
-    }
-    if (params.uastcRDOMaxSmoothBlockErrorScale > 0)
-    {
-        to.m_rdo_uastc_ldr_4x4_max_smooth_block_error_scale = params.uastcRDOMaxSmoothBlockErrorScale;
-    }
-    if (params.uastcRDOMaxSmoothBlockStdDev > 0)
-    {
-        to.m_rdo_uastc_ldr_4x4_smooth_block_max_std_dev = params.uastcRDOMaxSmoothBlockStdDev;
-    }
-    to.m_rdo_uastc_ldr_4x4_favor_simpler_modes_in_rdo_mode = !params.uastcRDODontFavorSimplerModes;
-    to.m_rdo_uastc_ldr_4x4_multithreading = !params.uastcRDONoMultithreading;
-}
-
-void setParameters(const ktxBasisParams& params, const BasisSwizzle& swizzle, bool srgb,
-                   basisu::basis_compressor_params& to)
+void setParameters(const ktxBasisParams& params, int channels, bool isSrgb, basisu::basis_compressor_params& to)
 {
     to.m_uastc = params.uastc;
+    to.m_pack_uastc_ldr_4x4_flags = params.uastcFlags;
+    to.m_compression_level = static_cast<int>(std::min(params.compressionLevel, basisu::BASISU_MAX_COMPRESSION_LEVEL));
+    to.m_etc1s_quality_level = static_cast<int>(std::clamp(params.qualityLevel, 1U, 255U));
     to.m_status_output = params.verbose;
-    to.m_perceptual = srgb;
+    to.m_perceptual = isSrgb;
     // The second of two channels must be there even if it happens to be 255 everywhere.
-    to.m_force_alpha = swizzle.channels == BasisChannels::RedGreen;
-    to.m_check_for_alpha = swizzle.channels == BasisChannels::Colour;
+    to.m_force_alpha = channels == 2;
+    to.m_check_for_alpha = channels > 2;
     to.m_multithreading = threadCount(params) > 1;
     to.m_mip_gen = false;
     // Levels are given as images: the encoder's own idea of levels has no place for those of a 3-D texture.
     to.m_tex_type = basist::cBASISTexType2D;
-    setEtc1sParameters(params, to);
-    setUastcParameters(params, to);
 }
 
-// The encoder is built without SSE code: a texture's wish to do without it needs nothing.
 ktx_error_code_e encode(const basisu::basis_compressor_params& params, basisu::basis_compressor& compressor)
 {
     if (!compressor.init(params)) return KTX_INVALID_OPERATION;
@@ -104,28 +67,17 @@ ktx_error_code_e encode(const basisu::basis_compressor_params& params, basisu::b
     }
 }
 
-std::vector<std::size_t> imagesPerLevel(const ktxTexture2& texture)
-{
-    std::vector<std::size_t> counts;
-    for (ktx_uint32_t level = 0; level < texture.numLevels; ++level)
-    {
-        const ktx_uint32_t perLayer = texture.isCubemap ? texture.numFaces : std::max(1U, texture.baseDepth >> level);
-        counts.push_back(std::size_t(texture.numLayers) * perLayer);
-    }
-    return counts;
-}
-
 /** Channel numbers of the data format descriptor; one for each sample. */
-std::vector<ktx_uint32_t> sampleChannels(bool uastc, BasisChannels channels, bool hasAlpha)
+std::vector<ktx_uint32_t> sampleChannels(bool uastc, int channels, bool hasAlpha)
 {
     if (uastc)
     {
-        if (channels == BasisChannels::Red) return {KHR_DF_CHANNEL_UASTC_RRR};
-        if (channels == BasisChannels::RedGreen) return {KHR_DF_CHANNEL_UASTC_RRRG};
+        if (channels == 1) return {KHR_DF_CHANNEL_UASTC_RRR};
+        if (channels == 2) return {KHR_DF_CHANNEL_UASTC_RRRG};
         return {hasAlpha ? KHR_DF_CHANNEL_UASTC_RGBA : KHR_DF_CHANNEL_UASTC_RGB};
     }
-    if (channels == BasisChannels::Red) return {KHR_DF_CHANNEL_ETC1S_RRR};
-    if (channels == BasisChannels::RedGreen) return {KHR_DF_CHANNEL_ETC1S_RRR, KHR_DF_CHANNEL_ETC1S_GGG};
+    if (channels == 1) return {KHR_DF_CHANNEL_ETC1S_RRR};
+    if (channels == 2) return {KHR_DF_CHANNEL_ETC1S_RRR, KHR_DF_CHANNEL_ETC1S_GGG};
     if (hasAlpha) return {KHR_DF_CHANNEL_ETC1S_RGB, KHR_DF_CHANNEL_ETC1S_AAA};
     return {KHR_DF_CHANNEL_ETC1S_RGB};
 }
@@ -157,71 +109,36 @@ std::vector<ktx_uint32_t> compressedDfd(const ktx_uint32_t* before, bool uastc,
     return dfd;
 }
 
-void becomeCompressed(ktxTexture2& texture, ktx_uint32_t* dfd)
-{
-    std::free(texture.pDfd);
-    texture.pDfd = dfd;
-    texture.vkFormat = VK_FORMAT_UNDEFINED;
-    texture.isCompressed = KTX_TRUE;
-    texture._protected->_typeSize = 1;
-    ktxFormatSize_initFromDfd(&texture._protected->_formatSize, texture.pDfd);
-}
-
 ktx_error_code_e compress(ktxTexture2& texture, const ktxBasisParams& params)
 {
-    BasisSwizzle swizzle;
-    ktx_error_code_e result = chooseBasisSwizzle(texture, params, swizzle);
-    if (result != KTX_SUCCESS) return result;
-    result = loadImageData(*ktxTexture(&texture));
-    if (result != KTX_SUCCESS) return result;
+    const int channels = encodableChannels(texture);
+    if (channels == 0) return KTX_INVALID_OPERATION;
 
     basisu::basisu_encoder_init(); // does nothing after the first time, under its own lock
     basisu::job_pool threads(threadCount(params));
     basisu::basis_compressor_params encoderParams;
-    encoderParams.m_source_images = basisImages(texture, swizzle);
+    encoderParams.m_source_images = basisImages(texture, channels);
     encoderParams.m_pJob_pool = &threads;
-    setParameters(params, swizzle, KHR_DFDVAL(texture.pDfd + 1, TRANSFER) == KHR_DF_TRANSFER_SRGB, encoderParams);
+    setParameters(params, channels, KHR_DFDVAL(texture.pDfd + 1, TRANSFER) == KHR_DF_TRANSFER_SRGB, encoderParams);
     basisu::basis_compressor compressor;
-    result = encode(encoderParams, compressor);
+    const ktx_error_code_e result = encode(encoderParams, compressor);
     if (result != KTX_SUCCESS) return result;
 
-    const LevelData data = levelDataOf(compressor.get_output_basis_file(), imagesPerLevel(texture));
-    const std::vector<ktx_uint32_t> dfd =
-        compressedDfd(texture.pDfd, params.uastc,
-                      sampleChannels(params.uastc, swizzle.channels, compressor.get_any_source_image_has_alpha()));
-    auto* const ownDfd = static_cast<ktx_uint32_t*>(std::malloc(dfd[0]));
-    if (!ownDfd) return KTX_OUT_OF_MEMORY;
-    std::memcpy(ownDfd, dfd.data(), dfd[0]);
-    result = replaceLevels(texture, data);
-    if (result != KTX_SUCCESS)
-    {
-        std::free(ownDfd);
-        return result;
-    }
-    becomeCompressed(texture, ownDfd);
-    if (params.preSwizzle) removePair(texture.kvDataHead, KTX_SWIZZLE_KEY);
+    const bool hasAlpha = compressor.get_any_source_image_has_alpha();
+    replaceLevels(texture, levelDataOf(compressor.get_output_basis_file(), imagesPerLevel(texture)),
+                  compressedDfd(texture.pDfd, params.uastc, sampleChannels(params.uastc, channels, hasAlpha)));
+    texture.vkFormat = VK_FORMAT_UNDEFINED;
+    texture.isCompressed = KTX_TRUE;
+    texture._protected->_typeSize = 1;
+    ktxFormatSize_initFromDfd(&texture._protected->_formatSize, texture.pDfd);
     return KTX_SUCCESS;
 }
 } // namespace
 } // namespace mvgeo
 
-extern "C"
+extern "C" KTX_error_code ktxTexture2_CompressBasisEx(ktxTexture2* This, ktxBasisParams* params)
 {
-    const ktx_uint32_t KTX_ETC1S_DEFAULT_COMPRESSION_LEVEL = mvgeo::kDefaultCompressionLevel;
-
-    KTX_error_code ktxTexture2_CompressBasisEx(ktxTexture2* This, ktxBasisParams* params)
-    {
-        if (!This || !params || params->structSize != sizeof(ktxBasisParams)) return KTX_INVALID_VALUE;
-        return mvgeo::guarded([&] { return mvgeo::compress(*This, *params); });
-    }
-
-    KTX_error_code ktxTexture2_CompressBasis(ktxTexture2* This, ktx_uint32_t quality)
-    {
-        ktxBasisParams params = {};
-        params.structSize = sizeof(params);
-        params.threadCount = 1;
-        params.compressionLevel = KTX_ETC1S_DEFAULT_COMPRESSION_LEVEL;
-        params.qualityLevel = quality;
-        return ktxTexture2_CompressBasisEx(This, &params);
-    }
+    if (!This || !params || params->structSize != sizeof(ktxBasisParams)) return KTX_INVALID_VALUE;
+    if (!mvgeo::isSupported(*params)) return KTX_UNSUPPORTED_FEATURE;
+    return mvgeo::guarded([&] { return mvgeo::compress(*This, *params); });
 }

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 
 namespace mvgeo
 {
@@ -26,6 +27,14 @@ Memory allocate(std::size_t size)
     return memory;
 }
 
+Memory copyOf(const void* bytes, std::size_t size)
+{
+    if (size == 0) return nullptr;
+    Memory memory = allocate(size);
+    std::memcpy(memory.get(), bytes, size);
+    return memory;
+}
+
 /** Smallest first, as in a file. */
 std::vector<std::size_t> levelOffsets(const LevelData& data, std::size_t& total)
 {
@@ -40,12 +49,13 @@ std::vector<std::size_t> levelOffsets(const LevelData& data, std::size_t& total)
 }
 } // namespace
 
-ktx_error_code_e replaceLevels(ktxTexture2& texture, const LevelData& data)
+void replaceLevels(ktxTexture2& texture, const LevelData& data, const std::vector<ktx_uint32_t>& dfd)
 {
     std::size_t total = 0;
     const std::vector<std::size_t> offsets = levelOffsets(data, total);
     Memory pixels = allocate(total);
-    Memory global = data.globalData.empty() ? nullptr : allocate(data.globalData.size());
+    Memory global = copyOf(data.globalData.data(), data.globalData.size());
+    Memory descriptor = copyOf(dfd.data(), dfd.size() * sizeof(ktx_uint32_t));
 
     ktxTexture2_private& own = *texture._private;
     for (std::size_t level = 0; level < offsets.size(); ++level)
@@ -54,17 +64,17 @@ ktx_error_code_e replaceLevels(ktxTexture2& texture, const LevelData& data)
         std::memcpy(pixels.get() + offsets[level], bytes.data(), bytes.size());
         own._levelIndex[level] = {offsets[level], bytes.size(), data.uncompressedSizes[level]};
     }
-    if (global) std::memcpy(global.get(), data.globalData.data(), data.globalData.size());
 
     std::free(texture.pData);
+    std::free(texture.pDfd);
     std::free(own._supercompressionGlobalData);
     texture.pData = pixels.release();
     texture.dataSize = total;
+    texture.pDfd = reinterpret_cast<ktx_uint32_t*>(descriptor.release());
     texture.supercompressionScheme = data.scheme;
     own._supercompressionGlobalData = global.release();
     own._sgdByteLength = data.globalData.size();
     own._requiredLevelAlignment = static_cast<ktx_uint32_t>(data.alignment);
     own._firstLevelFileOffset = 0;
-    return KTX_SUCCESS;
 }
 } // namespace mvgeo

@@ -1,10 +1,14 @@
 #pragma once
 
-#include "FileContent.h"
+#include "Bytes.h"
+
+#include <ktx.h>
+
+#include <cstddef>
 
 namespace mvgeo
 {
-/** The image data of a texture's levels after compressing, largest level first. */
+/** The image data of a texture's levels after encoding, largest level first. */
 struct LevelData
 {
     std::vector<Bytes> levels;
@@ -15,6 +19,7 @@ struct LevelData
     std::size_t alignment = 1;
 };
 
-/** Puts the data in place of the texture's own. The texture is left alone unless all went well. */
-ktx_error_code_e replaceLevels(ktxTexture2& texture, const LevelData& data);
+/** Puts the data and its format descriptor in place of the texture's own. The texture is left alone if there is no
+ * memory, which throws std::bad_alloc. */
+void replaceLevels(ktxTexture2& texture, const LevelData& data, const std::vector<ktx_uint32_t>& dfd);
 } // namespace mvgeo

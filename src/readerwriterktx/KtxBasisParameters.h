@@ -1,6 +1,6 @@
 #pragma once
 
-#include "readerwriterktx/KtxWriting.h"
+#include "readerwriterktx/KtxSettings.h"
 
 #include <ktx.h>
 

@@ -8,8 +8,8 @@
 namespace mvgeo
 {
 
-/** One line of the toolkit's log, as a plug-in writes it: its own prefix instead of a source path. It reaches the log
- * in one piece when the object ends. Thread: any. */
+/** One line of OSG's log, as a plug-in writes it: its own prefix instead of a source path. It reaches the log in one
+ * piece when the object ends. Thread: any. */
 class KtxLog
 {
 public:

@@ -1,11 +1,11 @@
 #include "readerwriterktx/KtxReading.h"
 
 #include "readerwriterktx/KtxFormats.h"
-#include "readerwriterktx/KtxHeader.h"
 #include "readerwriterktx/KtxLog.h"
 #include "readerwriterktx/KtxRows.h"
 #include "readerwriterktx/KtxTexture.h"
 #include "readerwriterktx/KtxTranscoding.h"
+#include "readerwriterktx/guard/KtxHeaderCheck.h"
 
 #include <osg/ImageSequence>
 #include <osg/ValueObject>
@@ -21,9 +21,9 @@ namespace mvgeo
 namespace
 {
 
-static_assert(static_cast<int>(TranscodeTarget::kRgba32) == KTX_TTF_RGBA32);
-static_assert(static_cast<int>(TranscodeTarget::kEtc) == KTX_TTF_ETC);
-static_assert(static_cast<int>(TranscodeTarget::kBc1Or3) == KTX_TTF_BC1_OR_3);
+static_assert(static_cast<int>(TranscodeTarget::rgba32) == KTX_TTF_RGBA32);
+static_assert(static_cast<int>(TranscodeTarget::etc) == KTX_TTF_ETC);
+static_assert(static_cast<int>(TranscodeTarget::bc1Or3) == KTX_TTF_BC1_OR_3);
 
 constexpr std::size_t kMagicSize = 12;
 
@@ -115,7 +115,7 @@ std::string metadata(const ktxTexture& texture, const char* key)
 }
 
 /** Whether the first row is the lowest one. Without a key it is the highest, as both versions of the format have it. */
-bool startsBelow(const ktxTexture& texture)
+bool startsAtBottom(const ktxTexture& texture)
 {
     std::string text = metadata(texture, KTX_ORIENTATION_KEY);
     if (text.empty()) text = metadata(texture, "KTXOrientation"); // the capital of some writers
@@ -134,10 +134,10 @@ public:
           _vkFormat(vkFormatOf(texture, format)),
           _block(blockOfVk(_vkFormat).value())
     {
-        const bool isTurned = !texture.isCubemap && !startsBelow(texture);
+        const bool isTurned = !texture.isCubemap && !startsAtBottom(texture);
         _isFlipping = isTurned && canFlipAllLevels();
-        const bool startsAbove = texture.isCubemap || (isTurned && !_isFlipping);
-        _origin = startsAbove && texture.baseHeight > 1 ? osg::Image::TOP_LEFT : osg::Image::BOTTOM_LEFT;
+        const bool startsAtTop = texture.isCubemap || (isTurned && !_isFlipping);
+        _origin = startsAtTop && texture.baseHeight > 1 ? osg::Image::TOP_LEFT : osg::Image::BOTTOM_LEFT;
     }
 
     /** Whether the texture holds exactly the bytes that its images take. Logged if not. */
@@ -222,22 +222,22 @@ private:
         return code == KTX_SUCCESS ? offset : ktxTexture_GetDataSize(&_texture); // not reached with valid indices
     }
 
-    /** The image's own pixels, `size` bytes of them and filling behind if the toolkit counts with more: for PVRTC it
-     *  takes blocks for twice their size. */
+    /** The image's own pixels, `size` bytes of them and filling behind if OSG counts with more: for PVRTC it takes
+     * blocks for twice their size. */
     unsigned char* allocate(std::size_t size, const osg::Image::MipmapDataType& offsets, osg::Image& image) const
     {
-        const auto give = [&](unsigned char* pixels)
+        const auto setPixels = [&](unsigned char* pixels)
         {
             image.setImage(static_cast<int>(_texture.baseWidth), static_cast<int>(_texture.baseHeight),
                            static_cast<int>(_texture.baseDepth), _format.internalFormat, _format.pixelFormat,
                            _format.dataType, pixels, osg::Image::USE_NEW_DELETE, 1);
             image.setMipmapLevels(offsets);
         };
-        give(nullptr);
+        setPixels(nullptr);
         const std::size_t counted = image.getTotalSizeInBytesIncludingMipmaps();
         auto* pixels = new unsigned char[std::max(size, counted)];
         if (counted > size) std::memset(pixels + size, 0, counted - size);
-        give(pixels);
+        setPixels(pixels);
         return pixels;
     }
 
@@ -272,7 +272,7 @@ osg::ref_ptr<osg::Image> imagesOf(const ktxTexture& texture, const TextureCopier
 }
 
 /** A sequence's images are told as well: they may go their own ways. */
-void keepMetadata(const ktxTexture& texture, osg::Image& image)
+void setUserValues(const ktxTexture& texture, osg::Image& image)
 {
     if (texture.isCubemap) image.setUserValue("KTXcubemap", true);
     const std::string swizzle = metadata(texture, KTX_SWIZZLE_KEY);
@@ -300,7 +300,7 @@ osg::ref_ptr<osg::Image> readKtx(const unsigned char* bytes, std::size_t size, c
     const TextureCopier copier(*texture, *format);
     if (!copier.sizesAgree(fault)) return nullptr;
     const osg::ref_ptr<osg::Image> image = imagesOf(*texture, copier);
-    keepMetadata(*texture, *image);
+    setUserValues(*texture, *image);
     return image;
 }
 

@@ -1,6 +1,7 @@
 #include "readerwriterktx/KtxRows.h"
 
 #include "readerwriterktx/KtxFormats.h"
+#include "readerwriterktx/VkFormats.h"
 
 #include <algorithm>
 #include <cstring>
@@ -13,10 +14,9 @@ namespace
 
 constexpr unsigned int kRowsOfBlock = 4; // of BC1 to BC5
 
-/** VK_FORMAT_BC1_RGB_UNORM_BLOCK to VK_FORMAT_BC5_SNORM_BLOCK. */
 bool isBc1To5(std::uint32_t vkFormat)
 {
-    return vkFormat >= 131 && vkFormat <= 142;
+    return vkFormat >= vk::kBc1RgbUnorm && vkFormat <= vk::kBc5Snorm;
 }
 
 bool isOfPixels(std::uint32_t vkFormat)
@@ -63,17 +63,17 @@ void flipBlocks(const KtxRows& rows, unsigned char* row)
 {
     const unsigned int inside = std::min(rows.height, kRowsOfBlock); // below them a small level has only filling
     const unsigned char* end = row + rows.bytes;
-    if (rows.vkFormat <= 134) // BC1
+    if (rows.vkFormat <= vk::kBc1RgbaSrgb)
         Colours::flip(inside, row, end, 8);
-    else if (rows.vkFormat <= 136) // BC2
+    else if (rows.vkFormat <= vk::kBc2Srgb)
         PlainAlphas::flip(inside, row, end, 16);
-    else if (rows.vkFormat == 139 || rows.vkFormat == 140) // BC4
+    else if (rows.vkFormat == vk::kBc4Unorm || rows.vkFormat == vk::kBc4Snorm)
         Choices::flip(inside, row, end, 8);
     else // BC3, BC5
         Choices::flip(inside, row, end, 16);
-    if (rows.vkFormat >= 135 && rows.vkFormat <= 138) // BC2, BC3
+    if (rows.vkFormat >= vk::kBc2Unorm && rows.vkFormat <= vk::kBc3Srgb)
         Colours::flip(inside, row + 8, end, 16);
-    else if (rows.vkFormat >= 141) // BC5
+    else if (rows.vkFormat >= vk::kBc5Unorm)
         Choices::flip(inside, row + 8, end, 16);
 }
 

@@ -1,4 +1,4 @@
-#include "readerwriterktx/KtxWriting.h"
+#include "readerwriterktx/KtxSettings.h"
 
 #include <cstdlib>
 

@@ -29,8 +29,8 @@ inline std::string ktxErrorText(KTX_error_code code)
 }
 
 /** libktx sets up the tables of its Basis coder in the first call that gets that far, without a lock, and the encoder
- *  sets up the transcoder's too: until a call of a kind has succeeded, they go one at a time. One object for each kind.
- *  Thread: any. */
+ * sets up the transcoder's too: until a call of a kind has succeeded, they go one at a time. One object for each kind.
+ * Thread: any. */
 class KtxFirstCall
 {
 public:

@@ -50,11 +50,11 @@ TranscodeTarget transcodeTarget(unsigned int width, unsigned int height, const o
         if (!isRgbaWanted)
             KtxLog(osg::NOTICE) << "Found NPOT image: " << width << " x " << height
                                 << ", will not transcode to compressing texture format";
-        return TranscodeTarget::kRgba32;
+        return TranscodeTarget::rgba32;
     }
-    if (isRgbaWanted) return TranscodeTarget::kRgba32;
-    if (isOn(options, "UseETC", false)) return TranscodeTarget::kEtc;
-    return isOn(options, "UseDXT", byDefault == 0) ? TranscodeTarget::kBc1Or3 : TranscodeTarget::kRgba32;
+    if (isRgbaWanted) return TranscodeTarget::rgba32;
+    if (isOn(options, "UseETC", false)) return TranscodeTarget::etc;
+    return isOn(options, "UseDXT", byDefault == 0) ? TranscodeTarget::bc1Or3 : TranscodeTarget::rgba32;
 }
 
 } // namespace mvgeo

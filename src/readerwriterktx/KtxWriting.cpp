@@ -5,6 +5,7 @@
 #include "readerwriterktx/KtxLog.h"
 #include "readerwriterktx/KtxRows.h"
 #include "readerwriterktx/KtxTexture.h"
+#include "readerwriterktx/VkFormats.h"
 
 #include <osg/ValueObject>
 
@@ -79,19 +80,13 @@ std::string encodedSwizzle(std::string swizzle, unsigned int channels)
     return swizzle;
 }
 
-/** VK_FORMAT_D16_UNORM to VK_FORMAT_D32_SFLOAT_S8_UINT, with stencil between them. */
-bool isDepth(std::uint32_t vkFormat)
-{
-    return vkFormat >= 124 && vkFormat <= 130;
-}
-
 /** What libktx says of shapes that no texture has. It is not asked, because it loses memory when it refuses. */
 KTX_error_code shapeFault(const ktxTextureCreateInfo& info)
 {
     if (info.numFaces != 1 && info.numFaces != kFacesOfCube) return KTX_INVALID_VALUE;
     if (info.numFaces != 1 && (info.numDimensions != 2 || info.baseWidth != info.baseHeight))
         return KTX_INVALID_OPERATION;
-    if (info.numDimensions == 3 && (info.isArray || isDepth(info.vkFormat))) return KTX_INVALID_OPERATION;
+    if (info.numDimensions == 3 && (info.isArray || isDepthOrStencil(info.vkFormat))) return KTX_INVALID_OPERATION;
     const int mostLevels = osg::Image::computeNumberOfMipmapLevels(
         static_cast<int>(info.baseWidth), static_cast<int>(info.baseHeight), static_cast<int>(info.baseDepth));
     return info.numLevels > static_cast<unsigned int>(mostLevels) ? KTX_INVALID_OPERATION : KTX_SUCCESS;
@@ -122,20 +117,20 @@ public:
         if (!findFormat() || !createTexture()) return false;
         for (std::size_t i = 0; i < _images.size(); ++i)
         {
-            if (!isLikeReference(_images[i]))
+            if (!matchesReference(_images[i]))
                 KtxLog(osg::WARN) << "Mismatched image format while saving KTX texture";
             else if (!copyImage(*_images[i], i))
                 return false;
         }
-        describe();
+        addOrientationAndWriter();
         return true;
     }
 
-    void describeChannels(bool isEncoded)
+    void addSwizzle(bool isEncoded)
     {
         std::string swizzle = swizzleOf(_reference);
         if (isEncoded) swizzle = encodedSwizzle(swizzle, osg::Image::computeNumComponents(_reference.getPixelFormat()));
-        if (!swizzle.empty() && swizzle != "rgba") put(KTX_SWIZZLE_KEY, swizzle);
+        if (!swizzle.empty() && swizzle != "rgba") addKeyValue(KTX_SWIZZLE_KEY, swizzle);
     }
 
     [[nodiscard]] ktxTexture2& texture() const { return *_texture; }
@@ -187,7 +182,7 @@ private:
         return false;
     }
 
-    [[nodiscard]] bool isLikeReference(const osg::Image* image) const
+    [[nodiscard]] bool matchesReference(const osg::Image* image) const
     {
         if (!hasPixels(image) || image->s() != _reference.s() || image->t() != _reference.t()) return false;
         if (image->getInternalTextureFormat() != _reference.getInternalTextureFormat()) return false;
@@ -231,7 +226,7 @@ private:
     KTX_error_code copyLevel(const osg::Image& image, std::size_t index, unsigned int level)
     {
         const KtxRows rows(_vkFormat, _block, sizeAt(_reference.s(), level), sizeAt(_reference.t(), level));
-        if (isShort(image, level, rows.size())) return KTX_INVALID_VALUE;
+        if (hasTooFewBytes(image, level, rows.size())) return KTX_INVALID_VALUE;
         const std::size_t pitch = pitchOf(image, level, rows);
         const auto layer = static_cast<unsigned int>(_isCubeMap ? 0 : index);
         const auto face = static_cast<unsigned int>(_isCubeMap ? index : 0);
@@ -252,8 +247,8 @@ private:
         return KTX_SUCCESS;
     }
 
-    /** Whether a level of a format with a least number of blocks has fewer: the toolkit does not know of it. */
-    [[nodiscard]] bool isShort(const osg::Image& image, unsigned int level, std::size_t size) const
+    /** Whether a level of a format with a least number of blocks has fewer: OSG does not know of it. */
+    [[nodiscard]] bool hasTooFewBytes(const osg::Image& image, unsigned int level, std::size_t size) const
     {
         if (_block.leastCount <= 1) return false;
         const std::size_t begin = image.getMipmapOffset(level);
@@ -263,7 +258,7 @@ private:
     }
 
     /** From row to row in the image: only rows of pixels may have something behind them, and a row length of their own
-     *  only in the first level. */
+     * only in the first level. */
     [[nodiscard]] static std::size_t pitchOf(const osg::Image& image, unsigned int level, const KtxRows& rows)
     {
         if (image.isCompressed()) return rows.bytes;
@@ -272,15 +267,15 @@ private:
                                                   image.getDataType(), static_cast<int>(image.getPacking()));
     }
 
-    void describe()
+    void addOrientationAndWriter()
     {
-        const bool startsAbove = _isCubeMap || _reference.getOrigin() == osg::Image::TOP_LEFT;
-        const std::string orientation = std::string("r") + (startsAbove ? 'd' : 'u') + 'i';
-        put(KTX_ORIENTATION_KEY, orientation.substr(0, dimensions()));
-        put(KTX_WRITER_KEY, "MvGeoThirdparty " MVGEO_VERSION);
+        const bool startsAtTop = _isCubeMap || _reference.getOrigin() == osg::Image::TOP_LEFT;
+        const std::string orientation = std::string("r") + (startsAtTop ? 'd' : 'u') + 'i';
+        addKeyValue(KTX_ORIENTATION_KEY, orientation.substr(0, dimensions()));
+        addKeyValue(KTX_WRITER_KEY, "MvGeoThirdparty " MVGEO_VERSION);
     }
 
-    void put(const char* key, const std::string& value)
+    void addKeyValue(const char* key, const std::string& value)
     {
         ktxHashList_AddKVPair(&_texture->kvDataHead, key, static_cast<unsigned int>(value.size() + 1), value.c_str());
     }
@@ -297,7 +292,7 @@ private:
 KTX_error_code encodeBlock()
 {
     ktxTextureCreateInfo info = {};
-    info.vkFormat = 37; // R8G8B8A8
+    info.vkFormat = vk::kR8G8B8A8Unorm;
     info.baseWidth = info.baseHeight = 4;
     info.baseDepth = 1;
     info.numDimensions = 2;
@@ -348,7 +343,7 @@ std::string writeKtx(const std::vector<const osg::Image*>& images, bool isCubeMa
     }
     TextureBuilder builder(images, isCubeMap);
     if (!builder.build()) return {};
-    builder.describeChannels(settings.useBasis && compress(builder.texture(), settings));
+    builder.addSwizzle(settings.useBasis && compress(builder.texture(), settings));
     return bytesOf(builder.texture());
 }
 

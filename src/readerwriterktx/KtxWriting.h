@@ -1,7 +1,8 @@
 #pragma once
 
+#include "readerwriterktx/KtxSettings.h"
+
 #include <osg/Image>
-#include <osgDB/Options>
 
 #include <string>
 #include <vector>
@@ -9,27 +10,14 @@
 namespace mvgeo
 {
 
-/** How to encode; numbers that are not above 0 stand for others (see KtxBasisParameters.cpp). */
-struct KtxSettings
-{
-    bool useBasis = true;
-    bool useUastc = false;
-    int threadCount = 1;
-    int compressLevel = 2;
-    int qualityLevel = 128;
-};
-
-/** From the plug-in options; the values above only without any options. A missing option counts as 0. */
-[[nodiscard]] KtxSettings ktxSettings(const osgDB::Options* options);
-
 /** The bytes of a KTX 2 file with these images as its layers, or as the faces of a cube map; empty if it cannot be
  * made, which is logged but for an empty list and a cube map with fewer than six faces.
  *
- *  The first image says what format, size and number of levels all of them have; one that differs is left out, and its
- *  layer is black. The rows are stored as they are, with the key that says which one is the first; those of a cube map
- *  count as starting at the top. The user value "KTXswizzle" of the first image becomes the key of that name.
+ * The first image says what format, size and number of levels all of them have; one that differs is left out, and its
+ * layer is black. The rows are stored as they are, with the key that says which one is the first; those of a cube map
+ * count as starting at the top. The user value "KTXswizzle" of the first image becomes the key of that name.
  *
- *  Thread: any, several at once. May throw (no memory). */
+ * Thread: any, several at once. May throw (no memory). */
 [[nodiscard]] std::string writeKtx(const std::vector<const osg::Image*>& images, bool isCubeMap,
                                    const KtxSettings& settings);
 

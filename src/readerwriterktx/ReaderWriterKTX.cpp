@@ -2,6 +2,7 @@
 
 #include "readerwriterktx/KtxLog.h"
 #include "readerwriterktx/KtxReading.h"
+#include "readerwriterktx/KtxSettings.h"
 #include "readerwriterktx/KtxWriting.h"
 #include "support/FileReplacement.h"
 
@@ -48,7 +49,7 @@ private:
 
 /** What is left of a stream. What it says of its length is a guess for the first piece only, so that a folder, a pipe
  * or a file that grows does no harm; the pieces double, so that copying them takes no longer than reading. */
-Bytes restOf(std::istream& stream)
+Bytes readToEnd(std::istream& stream)
 {
     constexpr std::streamsize kLeast = std::streamsize{1} << 14;
     constexpr std::streamsize kMost = std::streamsize{1} << 26;
@@ -146,7 +147,7 @@ ReaderWriterKTX::ReaderWriterKTX()
 
 ReaderWriterKTX::~ReaderWriterKTX() = default;
 
-// The toolkit's alias leads from a name to a library only, and then asks each reader for the name as it is.
+// OSG's alias leads from a name to a library only, and then asks each reader for the name as it is.
 bool ReaderWriterKTX::acceptsExtension(const std::string& extension) const
 {
     return ReaderWriter::acceptsExtension(extension) || osgDB::equalCaseInsensitive(extension, kExtensionOfKtx2);
@@ -164,7 +165,7 @@ osgDB::ReaderWriter::ReadResult ReaderWriterKTX::readObject(std::istream& stream
 }
 
 // The file is read here and not by libktx under its name: what the header check saw is then what libktx gets, even if
-// the file is written anew meanwhile, and the toolkit's names, of any code page, are opened by the toolkit.
+// the file is written anew meanwhile, and OSG's names, of any code page, are opened by OSG.
 osgDB::ReaderWriter::ReadResult ReaderWriterKTX::readImage(const std::string& fileName,
                                                            const osgDB::Options* options) const
 {
@@ -175,7 +176,7 @@ osgDB::ReaderWriter::ReadResult ReaderWriterKTX::readImage(const std::string& fi
                                    const std::string path = osgDB::findDataFile(fileName, options);
                                    osgDB::ifstream file(path.c_str(), std::ios::in | std::ios::binary);
                                    if (!path.empty() && file.is_open())
-                                       return readBytes(restOf(file), options, fileName);
+                                       return readBytes(readToEnd(file), options, fileName);
                                    mvgeo::KtxLog(osg::WARN) << "Unable to read from: " << fileName;
                                    return path.empty() ? ReadResult::FILE_NOT_FOUND : ReadResult::ERROR_IN_READING_FILE;
                                });
@@ -184,7 +185,7 @@ osgDB::ReaderWriter::ReadResult ReaderWriterKTX::readImage(const std::string& fi
 osgDB::ReaderWriter::ReadResult ReaderWriterKTX::readImage(std::istream& stream, const osgDB::Options* options) const
 {
     return guarded<ReadResult>(ReadResult::ERROR_IN_READING_FILE,
-                               [&] { return readBytes(restOf(stream), options, std::string()); });
+                               [&] { return readBytes(readToEnd(stream), options, std::string()); });
 }
 
 osgDB::ReaderWriter::WriteResult ReaderWriterKTX::writeImage(const osg::Image& image, const std::string& fileName,

@@ -5,13 +5,13 @@
 /** Reads and writes KTX 1 and KTX 2 textures; Basis textures are transcoded on the way in and can be made on the way
  * out.
  *
- *  It answers for files named ".ktx" and, by an alias, ".ktx2", whatever version is inside. The declared options are
- *  for writing; reading looks at "UseDXT", "UseETC" and "UseRGBA" (KtxTranscoding.h).
+ * It answers for files named ".ktx" and, by an alias, ".ktx2", whatever version is inside. The declared options are for
+ * writing; reading looks at "UseDXT", "UseETC" and "UseRGBA" (KtxTranscoding.h).
  *
- *  A file that is refused stays refused: the toolkit would look for a plug-in of its own for ".ktx" then, which takes
- *  sizes on trust and writes what was not to be written. The first object made therefore sends it where there is none.
+ * A file that is refused stays refused: OSG would look for a plug-in of its own for ".ktx" then, which takes sizes on
+ * trust and writes what was not to be written. The first object made therefore sends it where there is none.
  *
- *  Thread: any, several at once; it keeps no state. Exceptions end here.
+ * Thread: any, several at once; it keeps no state. Exceptions end here.
  */
 class ReaderWriterKTX : public osgDB::ReaderWriter
 {

@@ -1,6 +1,7 @@
-#include "readerwriterktx/KtxBytes.h"
-#include "readerwriterktx/KtxHeader.h"
 #include "readerwriterktx/ReaderWriterKTX.h"
+#include "readerwriterktx/guard/KtxBytes.h"
+#include "readerwriterktx/guard/KtxExtent.h"
+#include "readerwriterktx/guard/KtxHeaderCheck.h"
 
 #include "fuzz/FuzzTarget.h"
 

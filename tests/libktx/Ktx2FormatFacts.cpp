@@ -1,5 +1,7 @@
 #include "Ktx2FormatFacts.h"
 
+#include "readerwriterktx/VkFormats.h"
+
 #include <string_view>
 
 namespace mvgeo
@@ -18,13 +20,13 @@ constexpr unsigned kAlpha = 15;
 
 enum class Numbers
 {
-    Unorm,
-    Snorm,
-    Uint,
-    Sint,
-    Srgb,
-    Sfloat,
-    Ufloat
+    unorm,
+    snorm,
+    uint,
+    sint,
+    srgb,
+    sfloat,
+    ufloat
 };
 
 unsigned channelOf(char letter)
@@ -37,19 +39,19 @@ Ktx2Sample sample(unsigned bitOffset, unsigned bits, unsigned channel, Numbers n
     const std::uint32_t most = bits >= 32 ? 0xFFFFFFFF : (1U << bits) - 1;
     switch (numbers)
     {
-    case Numbers::Unorm:
+    case Numbers::unorm:
         return {bitOffset, bits, channel, 0, most};
-    case Numbers::Snorm:
+    case Numbers::snorm:
         return {bitOffset, bits, channel | kSigned, ~(most >> 1) + 1, most >> 1};
-    case Numbers::Uint:
+    case Numbers::uint:
         return {bitOffset, bits, channel, 0, 1};
-    case Numbers::Sint:
+    case Numbers::sint:
         return {bitOffset, bits, channel | kSigned, 0xFFFFFFFF, 1};
-    case Numbers::Srgb:
+    case Numbers::srgb:
         return {bitOffset, bits, channel == kAlpha ? kAlpha | kLinear : channel, 0, most};
-    case Numbers::Sfloat:
+    case Numbers::sfloat:
         return {bitOffset, bits, channel | kFloat | kSigned, kFloatMinusOne, kFloatOne};
-    case Numbers::Ufloat:
+    case Numbers::ufloat:
         return {bitOffset, bits, channel | kFloat, 0, kFloatOne};
     }
     return {};
@@ -61,8 +63,8 @@ Ktx2FormatFacts plain(std::string_view letters, unsigned bytesOfChannel, Numbers
     Ktx2FormatFacts facts;
     facts.typeSize = bytesOfChannel;
     facts.blockBytes = bytesOfChannel * static_cast<unsigned>(letters.size());
-    facts.srgb = numbers == Numbers::Srgb;
-    facts.hasSrgbTwin = numbers == Numbers::Unorm && bytesOfChannel == 1;
+    facts.srgb = numbers == Numbers::srgb;
+    facts.hasSrgbTwin = numbers == Numbers::unorm && bytesOfChannel == 1;
     unsigned bit = 0;
     for (const char letter : letters)
     {
@@ -82,25 +84,25 @@ struct Packed
 };
 
 constexpr Packed kPacked[] = {
-    {1, "GR", "44", 1, Numbers::Unorm},
-    {2, "ABGR", "4444", 2, Numbers::Unorm},
-    {3, "ARGB", "4444", 2, Numbers::Unorm},
-    {4, "BGR", "565", 2, Numbers::Unorm},
-    {5, "RGB", "565", 2, Numbers::Unorm},
-    {6, "ABGR", "1555", 2, Numbers::Unorm},
-    {7, "ARGB", "1555", 2, Numbers::Unorm},
-    {8, "BGRA", "5551", 2, Numbers::Unorm},
-    {58, "BGRA", "aaa2", 4, Numbers::Unorm},
-    {59, "BGRA", "aaa2", 4, Numbers::Snorm},
-    {62, "BGRA", "aaa2", 4, Numbers::Uint},
-    {63, "BGRA", "aaa2", 4, Numbers::Sint},
-    {64, "RGBA", "aaa2", 4, Numbers::Unorm},
-    {65, "RGBA", "aaa2", 4, Numbers::Snorm},
-    {68, "RGBA", "aaa2", 4, Numbers::Uint},
-    {69, "RGBA", "aaa2", 4, Numbers::Sint},
-    {122, "RGB", "bba", 4, Numbers::Ufloat},
-    {1000340000, "BGRA", "4444", 2, Numbers::Unorm},
-    {1000340001, "RGBA", "4444", 2, Numbers::Unorm},
+    {1, "GR", "44", 1, Numbers::unorm},
+    {2, "ABGR", "4444", 2, Numbers::unorm},
+    {3, "ARGB", "4444", 2, Numbers::unorm},
+    {4, "BGR", "565", 2, Numbers::unorm},
+    {5, "RGB", "565", 2, Numbers::unorm},
+    {6, "ABGR", "1555", 2, Numbers::unorm},
+    {7, "ARGB", "1555", 2, Numbers::unorm},
+    {8, "BGRA", "5551", 2, Numbers::unorm},
+    {58, "BGRA", "aaa2", 4, Numbers::unorm},
+    {59, "BGRA", "aaa2", 4, Numbers::snorm},
+    {62, "BGRA", "aaa2", 4, Numbers::uint},
+    {63, "BGRA", "aaa2", 4, Numbers::sint},
+    {64, "RGBA", "aaa2", 4, Numbers::unorm},
+    {65, "RGBA", "aaa2", 4, Numbers::snorm},
+    {68, "RGBA", "aaa2", 4, Numbers::uint},
+    {69, "RGBA", "aaa2", 4, Numbers::sint},
+    {122, "RGB", "bba", 4, Numbers::ufloat},
+    {1000340000, "BGRA", "4444", 2, Numbers::unorm},
+    {1000340001, "RGBA", "4444", 2, Numbers::unorm},
 };
 
 Ktx2FormatFacts packed(const Packed& format)
@@ -147,11 +149,11 @@ std::optional<Ktx2FormatFacts> inFamilies(std::uint32_t vkFormat, const Families
 std::optional<Ktx2FormatFacts> uncompressed(std::uint32_t vkFormat)
 {
     // Third and fourth are the "scaled" ones, which KTX 2 does not allow.
-    static const std::optional<Numbers> table8[] = {Numbers::Unorm, Numbers::Snorm, {},           {},
-                                                    Numbers::Uint,  Numbers::Sint,  Numbers::Srgb};
-    static const std::optional<Numbers> table16[] = {Numbers::Unorm, Numbers::Snorm, {}, {}, Numbers::Uint,
-                                                     Numbers::Sint,  Numbers::Sfloat};
-    static const std::optional<Numbers> table32[] = {Numbers::Uint, Numbers::Sint, Numbers::Sfloat};
+    static const std::optional<Numbers> table8[] = {Numbers::unorm, Numbers::snorm, {},           {},
+                                                    Numbers::uint,  Numbers::sint,  Numbers::srgb};
+    static const std::optional<Numbers> table16[] = {Numbers::unorm, Numbers::snorm, {}, {}, Numbers::uint,
+                                                     Numbers::sint,  Numbers::sfloat};
+    static const std::optional<Numbers> table32[] = {Numbers::uint, Numbers::sint, Numbers::sfloat};
     if (auto facts = inFamilies(vkFormat, kFamilies8, table8)) return facts;
     if (auto facts = inFamilies(vkFormat, kFamilies16, table16)) return facts;
     if (auto facts = inFamilies(vkFormat, kFamilies32, table32)) return facts;
@@ -177,12 +179,12 @@ std::optional<Ktx2FormatFacts> depthOrStencil(std::uint32_t vkFormat)
 {
     switch (vkFormat)
     {
-    case 124:
-        return alone(kDepth, 2, Numbers::Unorm);
-    case 126:
-        return alone(kDepth, 4, Numbers::Sfloat);
-    case 127:
-        return alone(kStencil, 1, Numbers::Uint);
+    case vk::kD16Unorm:
+        return alone(kDepth, 2, Numbers::unorm);
+    case vk::kD32Sfloat:
+        return alone(kDepth, 4, Numbers::sfloat);
+    case vk::kS8Uint:
+        return alone(kStencil, 1, Numbers::uint);
     default:
         return std::nullopt;
     }
@@ -225,49 +227,49 @@ std::optional<Ktx2FormatFacts> blockCompressed(std::uint32_t vkFormat)
     const bool second = vkFormat % 2 == 0; // of a pair that begins with an odd number
     switch (vkFormat)
     {
-    case 131:
-    case 132:
+    case vk::kBc1RgbUnorm:
+    case vk::kBc1RgbSrgb:
         return pair(128, 8, second, {whole(0, 64, 0)});
-    case 133:
-    case 134:
+    case vk::kBc1RgbaUnorm:
+    case vk::kBc1RgbaSrgb:
         return pair(128, 8, second, {whole(0, 64, 1)});
-    case 135:
-    case 136:
+    case vk::kBc2Unorm:
+    case vk::kBc2Srgb:
         return pair(129, 16, second, {whole(0, 64, kAlpha), whole(64, 64, 0)});
-    case 137:
-    case 138:
+    case vk::kBc3Unorm:
+    case vk::kBc3Srgb:
         return pair(130, 16, second, {whole(0, 64, kAlpha), whole(64, 64, 0)});
-    case 139:
+    case vk::kBc4Unorm:
         return blocks(131, 8, false, false, {whole(0, 64, 0)});
-    case 140:
+    case vk::kBc4Snorm:
         return blocks(131, 8, false, false, {wholeSigned(0, 64, 0)});
-    case 141:
+    case vk::kBc5Unorm:
         return blocks(132, 16, false, false, {whole(0, 64, 0), whole(64, 64, 1)});
-    case 142:
+    case vk::kBc5Snorm:
         return blocks(132, 16, false, false, {wholeSigned(0, 64, 0), wholeSigned(64, 64, 1)});
-    case 143:
+    case vk::kBc6hUfloat:
         return blocks(133, 16, false, false, {{0, 128, kFloat, 0, kFloatOne}});
-    case 144:
+    case vk::kBc6hSfloat:
         return blocks(133, 16, false, false, {{0, 128, kFloat | kSigned, kFloatMinusOne, kFloatOne}});
-    case 145:
-    case 146:
+    case vk::kBc7Unorm:
+    case vk::kBc7Srgb:
         return pair(134, 16, second, {whole(0, 128, 0)});
-    case 147:
-    case 148:
+    case vk::kEtc2R8G8B8Unorm:
+    case vk::kEtc2R8G8B8Srgb:
         return pair(161, 8, second, {whole(0, 64, 2)});
-    case 149:
-    case 150:
+    case vk::kEtc2R8G8B8A1Unorm:
+    case vk::kEtc2R8G8B8A1Srgb:
         return pair(161, 8, second, {whole(0, 64, 2), whole(0, 64, kAlpha)});
-    case 151:
-    case 152:
+    case vk::kEtc2R8G8B8A8Unorm:
+    case vk::kEtc2R8G8B8A8Srgb:
         return pair(161, 16, second, {whole(0, 64, kAlpha), whole(64, 64, 2)});
-    case 153:
+    case vk::kEacR11Unorm:
         return blocks(161, 8, false, false, {whole(0, 64, 0)});
-    case 154:
+    case vk::kEacR11Snorm:
         return blocks(161, 8, false, false, {wholeSigned(0, 64, 0)});
-    case 155:
+    case vk::kEacR11G11Unorm:
         return blocks(161, 16, false, false, {whole(0, 64, 0), whole(64, 64, 1)});
-    case 156:
+    case vk::kEacR11G11Snorm:
         return blocks(161, 16, false, false, {wholeSigned(0, 64, 0), wholeSigned(64, 64, 1)});
     default:
         return std::nullopt;
@@ -278,7 +280,7 @@ std::optional<Ktx2FormatFacts> astc(std::uint32_t vkFormat)
 {
     static constexpr unsigned sizes[][2] = {{4, 4}, {5, 4},  {5, 5},  {6, 5},  {6, 6},   {8, 5},   {8, 6},
                                             {8, 8}, {10, 5}, {10, 6}, {10, 8}, {10, 10}, {12, 10}, {12, 12}};
-    constexpr std::uint32_t first = 157;
+    constexpr std::uint32_t first = vk::kAstc4x4Unorm;
     if (vkFormat < first || vkFormat >= first + 2 * std::size(sizes)) return std::nullopt;
     Ktx2FormatFacts facts = pair(162, 16, (vkFormat - first) % 2 == 1, {whole(0, 128, 0)});
     facts.blockWidth = sizes[(vkFormat - first) / 2][0];
@@ -289,7 +291,7 @@ std::optional<Ktx2FormatFacts> astc(std::uint32_t vkFormat)
 /** The first version: two bits a pixel in wide blocks or four, each first linear and then, four numbers on, sRGB. */
 std::optional<Ktx2FormatFacts> pvrtc(std::uint32_t vkFormat)
 {
-    constexpr std::uint32_t first = 1000054000;
+    constexpr std::uint32_t first = vk::kPvrtc1_2BppUnorm;
     if (vkFormat < first || vkFormat >= first + 8 || (vkFormat - first) % 4 > 1) return std::nullopt;
     Ktx2FormatFacts facts = pair(164, 8, vkFormat >= first + 4, {whole(0, 64, 0)});
     facts.blockWidth = vkFormat % 2 == 0 ? 8 : 4;

@@ -22,13 +22,7 @@ constexpr std::uint64_t kImageDescriptionSize = 20;
 constexpr std::uint32_t kModelEtc1s = 163;
 constexpr std::uint32_t kModelUastc = 166;
 
-enum Scheme : std::uint32_t
-{
-    None = 0,
-    BasisLz = 1,
-    Zstd = 2,
-    Zlib = 3
-};
+constexpr std::uint32_t kNone = 0, kBasisLz = 1, kZlib = 3; // schemes of supercompression
 
 struct Fault : std::runtime_error
 {
@@ -94,11 +88,11 @@ private:
         // The core formats and the range of the extensions that add some.
         require(_vkFormat <= 184 || (_vkFormat >= 1000054000 && _vkFormat < 1001000000), "the format is unknown");
         require(!isProhibitedInKtx2(_vkFormat), "KTX 2 does not allow the format");
-        require(_scheme <= Zlib, "the supercompression scheme is unknown");
+        require(_scheme <= kZlib, "the supercompression scheme is unknown");
         _facts = ktx2FormatFacts(_vkFormat);
         require(!_facts || _typeSize == _facts->typeSize, "typeSize is wrong for the format");
         require(_vkFormat != 0 || _typeSize == 1, "typeSize must be 1 without a format");
-        require(_scheme != BasisLz || _vkFormat == 0, "BasisLZ goes with no Vulkan format");
+        require(_scheme != kBasisLz || _vkFormat == 0, "BasisLZ goes with no Vulkan format");
     }
 
     void checkShape() const
@@ -169,7 +163,7 @@ private:
     void checkUniversal(std::uint64_t block, std::uint32_t samples, std::uint32_t transfer)
     {
         require(_model == kModelEtc1s || _model == kModelUastc, "without a format the colour model must be universal");
-        require((_model == kModelEtc1s) == (_scheme == BasisLz), "ETC1S goes with BasisLZ and nothing else");
+        require((_model == kModelEtc1s) == (_scheme == kBasisLz), "ETC1S goes with BasisLZ and nothing else");
         require(transfer == 1 || transfer == 2, "the transfer function is neither linear nor sRGB");
         require(word(block + 12) == 0x303, "the texel block is not 4 x 4");
         require(samples == 1 || (samples == 2 && _model == kModelEtc1s), "the number of samples is wrong");
@@ -198,7 +192,7 @@ private:
     {
         require(word(block + 20) == 0, "planes 4 to 7 are not 0");
         const std::uint32_t planes = word(block + 16);
-        require(planes == (first | second << 8) || (planes == 0 && _scheme != None), "the bytes of a plane are wrong");
+        require(planes == (first | second << 8) || (planes == 0 && _scheme != kNone), "the bytes of a plane are wrong");
     }
 
     Ktx2Sample sampleAt(std::uint64_t block, std::uint32_t index) const
@@ -282,7 +276,7 @@ private:
     {
         const std::uint64_t offset = longWord(64);
         const std::uint64_t size = longWord(72);
-        require((size > 0) == (_scheme == BasisLz), "only BasisLZ has global data, and must have it");
+        require((size > 0) == (_scheme == kBasisLz), "only BasisLZ has global data, and must have it");
         require(size > 0 || offset == 0, "there is an offset without global data");
         if (size == 0) return end;
         require(offset == alignedUp(end, 8), "the global data is not at the next multiple of 8");
@@ -340,7 +334,7 @@ private:
         require(!ofBlocks || _height > 0, "blocks need a height");
         require(!ofBlocks || _levelCount > 0, "levels of blocks cannot be made by the reader");
         const std::uint64_t alignment =
-            _scheme == None && _blockBytes > 0 ? std::lcm(_blockBytes, std::uint64_t(4)) : 1;
+            _scheme == kNone && _blockBytes > 0 ? std::lcm(_blockBytes, std::uint64_t(4)) : 1;
         for (std::uint32_t index = levels(); index-- > 0;)
         {
             const Level entry = level(index);
@@ -358,11 +352,11 @@ private:
     void checkSizes(std::uint32_t index, const Level& entry, const std::string& name) const
     {
         require(entry.size > 0, name + " is empty");
-        require(_scheme != BasisLz || entry.uncompressedSize == 0,
+        require(_scheme != kBasisLz || entry.uncompressedSize == 0,
                 name + " of BasisLZ must have an uncompressed size of 0");
-        if (_scheme == BasisLz || _blockBytes == 0) return;
+        if (_scheme == kBasisLz || _blockBytes == 0) return;
         require(entry.uncompressedSize == levelSize(index), name + " has the wrong uncompressed size");
-        require(_scheme != None || entry.size == entry.uncompressedSize, name + " has two sizes");
+        require(_scheme != kNone || entry.size == entry.uncompressedSize, name + " has two sizes");
     }
 
     const unsigned char* _bytes;

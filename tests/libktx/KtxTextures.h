@@ -1,5 +1,7 @@
 #pragma once
 
+#include "readerwriterktx/VkFormats.h"
+
 #include <ktx.h>
 
 #include <cstdint>
@@ -9,32 +11,11 @@
 
 namespace mvgeo
 {
-template <typename Texture>
-struct KtxDestroy
+struct Ktx2Destroy
 {
-    void operator()(Texture* texture) const { ktxTexture_Destroy(ktxTexture(texture)); }
+    void operator()(ktxTexture2* texture) const { ktxTexture_Destroy(ktxTexture(texture)); }
 };
-using Ktx1Ptr = std::unique_ptr<ktxTexture1, KtxDestroy<ktxTexture1>>;
-using Ktx2Ptr = std::unique_ptr<ktxTexture2, KtxDestroy<ktxTexture2>>;
-
-/** Vulkan's numbers of the formats that the tests name. */
-enum VulkanFormat : std::uint32_t
-{
-    kR8 = 9,
-    kRg8 = 16,
-    kRgb8 = 23,
-    kRgb8Srgb = 29,
-    kRgba8 = 37,
-    kRgba8Srgb = 43,
-    kRgba16Float = 97,
-    kDepth16 = 124,
-    kDepth32Float = 126,
-    kStencil8 = 127,
-    kBc1 = 131,
-    kBc7 = 145,
-    kPvrtc2 = 1000054000,
-    kPvrtc4Srgb = 1000054005
-};
+using Ktx2Ptr = std::unique_ptr<ktxTexture2, Ktx2Destroy>;
 
 /** What a texture is like; 0 layers: not an array. */
 struct KtxShape

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <random>
 
 using namespace mvgeo;
@@ -58,7 +57,7 @@ class CompressBasisShapes : public testing::TestWithParam<std::tuple<KtxShape, b
 TEST_P(CompressBasisShapes, MakesAValidFileWithEachPictureInItsPlace)
 {
     const auto& [shape, uastc] = GetParam();
-    const Ktx2Ptr texture = makePictureKtx2(kRgba8, shape);
+    const Ktx2Ptr texture = makePictureKtx2(vk::kR8G8B8A8Unorm, shape);
     const std::vector<KtxBytes> pictures = imagesOf(ktxTexture(texture.get()));
     ASSERT_EQ(compress(texture, basisParams(uastc)), KTX_SUCCESS);
     EXPECT_EQ(texture->vkFormat, 0U);
@@ -77,7 +76,8 @@ INSTANTIATE_TEST_SUITE_P(Ktx, CompressBasisShapes, testing::Combine(testing::Val
 
 TEST(CompressBasis, TakesOneToFourChannelsInBothTransferFunctions)
 {
-    for (const std::uint32_t format : {9U, 15U, 16U, 22U, 23U, 29U, 37U, 43U})
+    for (const std::uint32_t format : {vk::kR8Unorm, vk::kR8Srgb, vk::kR8G8Unorm, vk::kR8G8Srgb, vk::kR8G8B8Unorm,
+                                       vk::kR8G8B8Srgb, vk::kR8G8B8A8Unorm, vk::kR8G8B8A8Srgb})
     {
         for (const bool uastc : {false, true})
         {
@@ -94,7 +94,7 @@ TEST(CompressBasis, TakesOneToFourChannelsInBothTransferFunctions)
 // The first channel goes into all three colours, the second into alpha.
 TEST(CompressBasis, SpreadsTwoChannelsOverColourAndAlpha)
 {
-    const Ktx2Ptr texture = makeKtx2(kRg8, {8, 8, 1, 1, 0, 1});
+    const Ktx2Ptr texture = makeKtx2(vk::kR8G8Unorm, {8, 8, 1, 1, 0, 1});
     KtxBytes texels;
     for (int i = 0; i < 64; ++i)
         texels.insert(texels.end(), {200, 60});
@@ -108,23 +108,6 @@ TEST(CompressBasis, SpreadsTwoChannelsOverColourAndAlpha)
     EXPECT_NEAR(back[3], 60, 3);
 }
 
-TEST(CompressBasis, AppliesTheInputSwizzle)
-{
-    const Ktx2Ptr texture = makePictureKtx2(kRgba8, {16, 16, 1, 1, 0, 1});
-    const KtxBytes picture = imageOf(ktxTexture(texture.get()), 0, 0, 0);
-    ktxBasisParams params = basisParams(true);
-    std::memcpy(params.inputSwizzle, "br01", 4);
-    ASSERT_EQ(compress(texture, params), KTX_SUCCESS);
-    const KtxBytes back = decoded(texture).at(0);
-    for (std::size_t texel = 0; texel < 256; ++texel)
-    {
-        ASSERT_NEAR(back[4 * texel], picture[4 * texel + 2], 4);
-        ASSERT_NEAR(back[4 * texel + 1], picture[4 * texel], 4);
-        ASSERT_EQ(back[4 * texel + 2], 0);
-        ASSERT_EQ(back[4 * texel + 3], 255);
-    }
-}
-
 TEST(CompressBasis, QualityDecidesTheSize)
 {
     std::minstd_rand random(1);
@@ -135,7 +118,7 @@ TEST(CompressBasis, QualityDecidesTheSize)
     }
     const auto sizeAt = [&](ktx_uint32_t quality)
     {
-        const Ktx2Ptr texture = makeKtx2(kRgb8, {128, 128, 1, 1, 0, 1});
+        const Ktx2Ptr texture = makeKtx2(vk::kR8G8B8Unorm, {128, 128, 1, 1, 0, 1});
         EXPECT_EQ(ktxTexture_SetImageFromMemory(ktxTexture(texture.get()), 0, 0, 0, noise.data(), noise.size()),
                   KTX_SUCCESS);
         ktxBasisParams params = basisParams(false);
@@ -149,7 +132,7 @@ TEST(CompressBasis, QualityDecidesTheSize)
 // 128 as a compression level is what a caller may hand on who mixes the two up.
 TEST(CompressBasis, TakesACompressionLevelBeyondTheHighestAsTheHighest)
 {
-    const Ktx2Ptr texture = makePictureKtx2(kRgb8, {32, 32, 1, 1, 0, 1});
+    const Ktx2Ptr texture = makePictureKtx2(vk::kR8G8B8Unorm, {32, 32, 1, 1, 0, 1});
     ktxBasisParams params = basisParams(false);
     params.compressionLevel = 128;
     params.qualityLevel = 1;
@@ -157,42 +140,19 @@ TEST(CompressBasis, TakesACompressionLevelBeyondTheHighestAsTheHighest)
     EXPECT_EQ(decoded(texture).size(), 1U);
 }
 
-TEST(CompressBasis, RateDistortionOptimizedUastcDeflatesBetter)
-{
-    const auto sizeWith = [](bool rdo)
-    {
-        const Ktx2Ptr texture = makePictureKtx2(kRgb8, {128, 128, 1, 1, 0, 1});
-        ktxBasisParams params = basisParams(true);
-        params.uastcRDO = rdo;
-        params.uastcRDOQualityScalar = 4.0F;
-        EXPECT_EQ(compress(texture, params), KTX_SUCCESS);
-        EXPECT_EQ(ktxTexture2_DeflateZstd(texture.get(), 10), KTX_SUCCESS);
-        EXPECT_EQ(decoded(texture).size(), 1U);
-        return written(ktxTexture(texture.get())).size();
-    };
-    EXPECT_LT(sizeWith(true), sizeWith(false));
-}
-
-TEST(CompressBasis, ShortFormMakesEtc1s)
-{
-    const Ktx2Ptr texture = makePictureKtx2(kRgba8, {16, 16, 1, 1, 0, 1});
-    ASSERT_EQ(ktxTexture2_CompressBasis(texture.get(), 0), KTX_SUCCESS);
-    EXPECT_EQ(texture->supercompressionScheme, KTX_SS_BASIS_LZ);
-    EXPECT_EQ(decoded(texture).size(), 1U);
-}
-
 TEST(CompressBasis, CanBeTranscodedAtOnce)
 {
-    const Ktx2Ptr texture = makePictureKtx2(kRgb8, {16, 16, 1, 3, 0, 1});
+    const Ktx2Ptr texture = makePictureKtx2(vk::kR8G8B8Unorm, {16, 16, 1, 3, 0, 1});
     ASSERT_EQ(compress(texture, basisParams(false)), KTX_SUCCESS);
     ASSERT_EQ(ktxTexture2_TranscodeBasis(texture.get(), KTX_TTF_BC1_OR_3, 0), KTX_SUCCESS);
-    EXPECT_EQ(texture->vkFormat, kBc1);
+    EXPECT_EQ(texture->vkFormat, vk::kBc1RgbUnorm);
     EXPECT_EQ(faultOf(written(ktxTexture(texture.get()))), "");
 }
 
 TEST(CompressBasis, RefusesWhatIsNotEightBitsAChannel)
 {
-    for (const std::uint32_t format : {4U, 70U, 97U, 109U, 131U, 145U})
+    for (const std::uint32_t format : {vk::kR5G6B5Unorm, vk::kR16Unorm, vk::kR16G16B16A16Sfloat,
+                                       vk::kR32G32B32A32Sfloat, vk::kBc1RgbUnorm, vk::kBc7Unorm})
     {
         const Ktx2Ptr texture = makeFilledKtx2(format, {});
         const auto images = imagesOf(ktxTexture(texture.get()));
@@ -203,19 +163,15 @@ TEST(CompressBasis, RefusesWhatIsNotEightBitsAChannel)
 
 TEST(CompressBasis, RefusesWhatIsCompressedAlready)
 {
-    const Ktx2Ptr texture = makePictureKtx2(kRgb8, {});
+    const Ktx2Ptr texture = makePictureKtx2(vk::kR8G8B8Unorm, {});
     ASSERT_EQ(compress(texture, basisParams(false)), KTX_SUCCESS);
     EXPECT_EQ(compress(texture, basisParams(false)), KTX_INVALID_OPERATION);
 }
 
-TEST(CompressBasis, RefusesTwoSwizzlesAndABlockOfAnotherSize)
+TEST(CompressBasis, RefusesAParameterBlockOfAnotherSize)
 {
-    const Ktx2Ptr texture = makePictureKtx2(kRgb8, {});
+    const Ktx2Ptr texture = makePictureKtx2(vk::kR8G8B8Unorm, {});
     ktxBasisParams params = basisParams(false);
-    params.preSwizzle = KTX_TRUE;
-    std::memcpy(params.inputSwizzle, "rgb1", 4);
-    EXPECT_EQ(compress(texture, params), KTX_INVALID_OPERATION);
-    params = basisParams(false);
     params.structSize = 1;
     EXPECT_EQ(compress(texture, params), KTX_INVALID_VALUE);
 }
@@ -224,22 +180,4 @@ TEST(CompressBasis, RefusesTwoSwizzlesAndABlockOfAnotherSize)
 TEST(CompressBasis, HasAParameterBlockOf76Bytes)
 {
     EXPECT_EQ(sizeof(ktxBasisParams), 76U);
-}
-
-TEST(CompressBasis, AppliesTheTexturesOwnSwizzleAndForgetsIt)
-{
-    const Ktx2Ptr texture = makePictureKtx2(kRgba8, {16, 16, 1, 1, 0, 1});
-    const KtxBytes picture = imageOf(ktxTexture(texture.get()), 0, 0, 0);
-    ASSERT_EQ(ktxHashList_AddKVPair(&texture->kvDataHead, KTX_SWIZZLE_KEY, 5, "0rb1"), KTX_SUCCESS);
-    ktxBasisParams params = basisParams(true);
-    params.preSwizzle = KTX_TRUE;
-    ASSERT_EQ(compress(texture, params), KTX_SUCCESS);
-    const KtxBytes back = decoded(texture).at(0);
-    EXPECT_EQ(back[0], 0);
-    EXPECT_NEAR(back[1], picture[0], 4);
-    EXPECT_NEAR(back[2], picture[2], 4);
-
-    unsigned int size = 0;
-    void* value = nullptr;
-    EXPECT_EQ(ktxHashList_FindValue(&texture->kvDataHead, KTX_SWIZZLE_KEY, &size, &value), KTX_NOT_FOUND);
 }

@@ -18,7 +18,7 @@ namespace
 {
 KtxBytes validFile()
 {
-    return written(ktxTexture(makeFilledKtx2(kRgb8, {4, 4, 1, 3, 0, 1}).get()));
+    return written(ktxTexture(makeFilledKtx2(vk::kR8G8B8Unorm, {4, 4, 1, 3, 0, 1}).get()));
 }
 
 class Ktx2ValidationRealData : public testing::Test
@@ -69,11 +69,12 @@ TEST(Ktx2Validation, RefusesAByteTooMany)
 // known.
 TEST(Ktx2Validation, NoticesEveryChangedByteBeforeTheKeyValueData)
 {
-    for (const std::uint32_t format : {kRgb8, kBc1, kDepth16, kDepth32Float, kStencil8, kPvrtc2, kPvrtc4Srgb})
+    for (const std::uint32_t format : {vk::kR8G8B8Unorm, vk::kBc1RgbUnorm, vk::kD16Unorm, vk::kD32Sfloat, vk::kS8Uint,
+                                       vk::kPvrtc1_2BppUnorm, vk::kPvrtc1_4BppSrgb})
     {
         const KtxBytes bytes = written(ktxTexture(makeFilledKtx2(format, {16, 16, 1, 3, 0, 1}).get()));
         const std::size_t dfd = 80 + 3 * 24;
-        const std::size_t dfdSize = 4 + 24 + (format == kRgb8 ? 3 : 1) * 16;
+        const std::size_t dfdSize = 4 + 24 + (format == vk::kR8G8B8Unorm ? 3 : 1) * 16;
         for (std::size_t at = 0; at < dfd + dfdSize; ++at)
         {
             if (at >= dfd + 4 + 9 && at <= dfd + 4 + 11) continue;

@@ -1,5 +1,11 @@
 #include "readerwriterktx/KtxTestFiles.h"
 
+#include "readerwriterktx/VkFormats.h"
+
+#include <osg/GL>
+
+#include <GL/glext.h>
+
 #include <algorithm>
 #include <vector>
 
@@ -8,8 +14,6 @@ namespace ktxfiles
 
 namespace
 {
-
-constexpr std::uint32_t kRgba8 = 37;
 
 std::string counting(std::size_t count)
 {
@@ -83,7 +87,7 @@ std::string ktx2(unsigned int width, unsigned int height, std::uint32_t vkFormat
 
 std::string rgba(unsigned int width, unsigned int height, unsigned int scheme, const std::vector<Level>& levels)
 {
-    return ktx2(width, height, kRgba8, rgbaDescriptor(scheme == 0 ? 4 : 0), scheme, levels);
+    return ktx2(width, height, mvgeo::vk::kR8G8B8A8Unorm, rgbaDescriptor(scheme == 0 ? 4 : 0), scheme, levels);
 }
 
 std::string number(std::uint32_t value, bool isBigEndian)
@@ -169,8 +173,8 @@ std::string ktx2Uastc(unsigned int width, unsigned int height, std::uint32_t rgb
 std::string ktx1Rgba(unsigned int width, unsigned int height, unsigned int levels, bool isBigEndian)
 {
     std::string file("\xABKTX 11\xBB\r\n\x1A\n", 12);
-    for (const std::uint32_t word :
-         {0x04030201U, 0x1401U, 1U, 0x1908U, 0x8058U, 0x1908U, width, height, 0U, 0U, 1U, levels, 0U})
+    for (const std::uint32_t word : {0x04030201U, unsigned{GL_UNSIGNED_BYTE}, 1U, unsigned{GL_RGBA}, unsigned{GL_RGBA8},
+                                     unsigned{GL_RGBA}, width, height, 0U, 0U, 1U, levels, 0U})
         file += number(word, isBigEndian);
     for (unsigned int level = 0; level < levels; ++level)
     {
@@ -183,8 +187,8 @@ std::string ktx1Rgba(unsigned int width, unsigned int height, unsigned int level
 std::string ktx1Rgb565(unsigned int width, unsigned int height, unsigned int levels, bool isLastRowFilled)
 {
     std::string file("\xABKTX 11\xBB\r\n\x1A\n", 12);
-    for (const std::uint32_t word :
-         {0x04030201U, 0x8363U, 2U, 0x1907U, 0x8D62U, 0x1907U, width, height, 0U, 0U, 1U, levels, 0U})
+    for (const std::uint32_t word : {0x04030201U, unsigned{GL_UNSIGNED_SHORT_5_6_5}, 2U, unsigned{GL_RGB},
+                                     unsigned{GL_RGB565}, unsigned{GL_RGB}, width, height, 0U, 0U, 1U, levels, 0U})
         file += little(word, 4);
     for (unsigned int level = 0; level < levels; ++level)
     {

@@ -12,13 +12,13 @@ std::string little(std::uint64_t number, unsigned int count);
 /** The file with a number of `count` bytes put over what is at `offset`. */
 std::string patched(std::string file, std::size_t offset, std::uint64_t number, unsigned int count);
 
-/** KTX 2, R8G8B8A8, one key ("KTXorientation" = "rd"). The pixels count upwards from 1.
- *  Its places for 4 x 4 pixels with 3 levels: index 80, descriptor 152 (92 bytes), keys and values 244 (24), then the
- * levels 2 (4 bytes), 1 (16) and 0 (64) from 268 to 352. */
+/** KTX 2, R8G8B8A8, one key ("KTXorientation" = "rd"). The pixels count upwards from 1. Its places for 4 x 4 pixels
+ * with 3 levels: index 80, descriptor 152 (92 bytes), keys and values 244 (24), then the levels 2 (4 bytes), 1 (16) and
+ * 0 (64) from 268 to 352. */
 std::string ktx2Rgba(unsigned int width, unsigned int height, unsigned int levels);
 
 /** KTX 2 with one level of R8G8B8A8 that Zstandard has squeezed: every byte of it is 7.
- *  @param blocks  how many blocks of 128 KiB the compressed data holds; the right number is width * height / 32768 */
+ * @param blocks  how many blocks of 128 KiB the compressed data holds; the right number is width * height / 32768 */
 std::string ktx2Zstd(unsigned int width, unsigned int height, unsigned int blocks);
 
 /** KTX 2 with one level of R8G8B8A8 packed as zlib does, in one block without compression. */

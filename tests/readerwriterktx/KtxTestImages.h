@@ -30,7 +30,7 @@ protected:
 };
 
 /** An image whose bytes follow from their place: `first`, then one more each, over all levels; rows without padding.
- *  @param levels  how many of them it has; more than one makes the whole chain down to that level. */
+ * @param levels  how many of them it has; more than one makes the whole chain down to that level. */
 osg::ref_ptr<osg::Image> countingImage(int width, int height, int depth, GLint internalFormat, GLenum pixelFormat,
                                        GLenum dataType, unsigned int levels = 1, unsigned int first = 0);
 osg::ref_ptr<osg::Image> rgbaImage(int width, int height, unsigned int levels = 1, unsigned int first = 0);
@@ -53,7 +53,7 @@ osg::ref_ptr<osg::Image> read(const std::string& bytes, const osgDB::Options* op
 std::vector<unsigned char> bytesOf(const osg::Image& image);
 
 /** Peak signal-to-noise ratio of the first `channels` channels of the first level, seen from the same corner, in
- * decibels; infinite for equal pictures. Formats that the toolkit can look up colours in. */
+ * decibels; infinite for equal pictures. Formats that OSG can look up colours in. */
 double psnr(const osg::Image& a, const osg::Image& b, unsigned int channels = 3);
 
 /** A number of a file's header. */

@@ -1,6 +1,7 @@
-#include "readerwriterktx/KtxHeader.h"
 #include "readerwriterktx/KtxTestFiles.h"
 #include "readerwriterktx/KtxTestImages.h"
+#include "readerwriterktx/guard/KtxExtent.h"
+#include "readerwriterktx/guard/KtxHeaderCheck.h"
 
 #include <gtest/gtest.h>
 
@@ -236,7 +237,7 @@ std::size_t peakOfProcess()
 }
 
 /** What reading the files one after the other adds to the address space of a process of its own, in MiB, rounded up;
- *  255 for that or more. */
+ * 255 for that or more. */
 int megabytesToRead(const std::vector<std::string>& files)
 {
     const pid_t child = fork();

@@ -1,6 +1,7 @@
 #include "readerwriterktx/KtxFormats.h"
 
 #include "FormatRegistries.h"
+#include "readerwriterktx/VkFormats.h"
 
 #include <gtest/gtest.h>
 
@@ -21,6 +22,16 @@ using mvgeo::imageFormatOfVk;
 using mvgeo::KtxBlock;
 using mvgeo::KtxImageFormat;
 using mvgeo::vkFormatOf;
+
+namespace mvgeo
+{
+
+static bool operator==(const KtxImageFormat& a, const KtxImageFormat& b)
+{
+    return a.internalFormat == b.internalFormat && a.pixelFormat == b.pixelFormat && a.dataType == b.dataType;
+}
+
+} // namespace mvgeo
 
 namespace
 {
@@ -69,7 +80,7 @@ unsigned int bytesOfImage(const KtxBlock& block, unsigned int width, unsigned in
     return columns * rows * block.bytes;
 }
 
-unsigned int bytesOfToolkit(const KtxImageFormat& format, int width, int height)
+unsigned int bytesByOsg(const KtxImageFormat& format, int width, int height)
 {
     return osg::Image::computeImageSizeInBytes(width, height, 1, format.pixelFormat, format.dataType, 1);
 }
@@ -99,7 +110,7 @@ TEST(KtxFormats, UnknownFormatsHaveNoEntry)
     EXPECT_EQ(vkFormatOf(0), 0U);
     EXPECT_EQ(vkFormatOf(-1), 0U);
     EXPECT_EQ(vkFormatOf(GL_COMPRESSED_RGBA), 0U); // any compression that the driver likes
-    EXPECT_EQ(vkFormatOf(GL_R11F_G11F_B10F), 0U);  // the toolkit knows no size for it
+    EXPECT_EQ(vkFormatOf(GL_R11F_G11F_B10F), 0U);  // OSG knows no size for it
     EXPECT_FALSE(imageFormatOfVk(0));
     EXPECT_FALSE(imageFormatOfVk(vk("R64_SFLOAT")));
     EXPECT_FALSE(imageFormatOfVk(vk("A8B8G8R8_UNORM_PACK32")));
@@ -117,11 +128,11 @@ TEST(KtxFormats, ReadingAndWritingAreEachOthersReverse)
 
 TEST(KtxFormats, PlainTexturesAreReadAsTheUnsizedBaseFormats)
 {
-    EXPECT_EQ(*imageFormatOfVk(37), (KtxImageFormat{GL_RGBA, GL_RGBA, GL_UNSIGNED_BYTE}));
-    EXPECT_EQ(*imageFormatOfVk(23), (KtxImageFormat{GL_RGB, GL_RGB, GL_UNSIGNED_BYTE}));
-    EXPECT_EQ(*imageFormatOfVk(9), (KtxImageFormat{GL_RED, GL_RED, GL_UNSIGNED_BYTE}));
-    EXPECT_EQ(imageFormatOfVk(137)->internalFormat, GL_COMPRESSED_RGBA_S3TC_DXT5_EXT);
-    EXPECT_EQ(imageFormatOfVk(131)->internalFormat, GL_COMPRESSED_RGB_S3TC_DXT1_EXT);
+    EXPECT_EQ(*imageFormatOfVk(mvgeo::vk::kR8G8B8A8Unorm), (KtxImageFormat{GL_RGBA, GL_RGBA, GL_UNSIGNED_BYTE}));
+    EXPECT_EQ(*imageFormatOfVk(mvgeo::vk::kR8G8B8Unorm), (KtxImageFormat{GL_RGB, GL_RGB, GL_UNSIGNED_BYTE}));
+    EXPECT_EQ(*imageFormatOfVk(mvgeo::vk::kR8Unorm), (KtxImageFormat{GL_RED, GL_RED, GL_UNSIGNED_BYTE}));
+    EXPECT_EQ(imageFormatOfVk(mvgeo::vk::kBc3Unorm)->internalFormat, GL_COMPRESSED_RGBA_S3TC_DXT5_EXT);
+    EXPECT_EQ(imageFormatOfVk(mvgeo::vk::kBc1RgbUnorm)->internalFormat, GL_COMPRESSED_RGB_S3TC_DXT1_EXT);
 }
 
 TEST(KtxFormats, TheOrderAndTypeOfTheChannelsDecideWhereTheInternalFormatDoesNot)
@@ -138,7 +149,7 @@ TEST(KtxFormats, TheOrderAndTypeOfTheChannelsDecideWhereTheInternalFormatDoesNot
     EXPECT_EQ(vkFormatOf({GL_RGBA8, GL_RGBA, GL_FLOAT}), 0U); // would have to be converted
 }
 
-TEST(KtxFormats, TheToolkitsSizesAreTheBlocksSizes)
+TEST(KtxFormats, OsgCountsTheBytesOfTheBlocks)
 {
     for (const std::uint32_t format : carriedFormats())
     {
@@ -148,7 +159,7 @@ TEST(KtxFormats, TheToolkitsSizesAreTheBlocksSizes)
         const KtxBlock block = *blockOfVk(format);
         for (const int width : {1, 7, 12, 64})
             for (const int height : {1, 5, 24, 64})
-                EXPECT_EQ(bytesOfToolkit(image, width, height), bytesOfImage(block, width, height))
+                EXPECT_EQ(bytesByOsg(image, width, height), bytesOfImage(block, width, height))
                     << width << " x " << height;
         const bool isCompressed = block.width > 1;
         EXPECT_EQ(osg::Image::computeBlockSize(image.pixelFormat, 0) > 0, isCompressed);
@@ -156,15 +167,15 @@ TEST(KtxFormats, TheToolkitsSizesAreTheBlocksSizes)
     }
 }
 
-// The toolkit takes a block of 8 bytes for one of 16 when it counts blocks, and is right when it counts pixels.
-TEST(KtxFormats, TheToolkitKnowsThePixelsOfPvrtcAndNotItsBlocks)
+// OSG takes a block of 8 bytes for one of 16 when it counts blocks, and is right when it counts pixels.
+TEST(KtxFormats, OsgKnowsThePixelsOfPvrtcAndNotItsBlocks)
 {
     for (const std::uint32_t format : {1000054000U, 1000054001U, 1000054004U, 1000054005U})
     {
         const KtxImageFormat image = *imageFormatOfVk(format);
         const unsigned int row = osg::Image::computeRowWidthInBytes(64, image.pixelFormat, image.dataType, 1);
         EXPECT_EQ(row * 32, bytesOfImage(*blockOfVk(format), 64, 32));
-        EXPECT_EQ(bytesOfToolkit(image, 64, 32), 2 * bytesOfImage(*blockOfVk(format), 64, 32));
+        EXPECT_EQ(bytesByOsg(image, 64, 32), 2 * bytesOfImage(*blockOfVk(format), 64, 32));
     }
 }
 
@@ -194,7 +205,7 @@ TEST(KtxFormats, ACompressedKtx1HeaderHasNeitherFormatNorType)
 
 TEST(KtxFormats, Etc1IsCarriedAsEtc2)
 {
-    EXPECT_EQ(*imageFormatOfGl(0x8D64, 0, 0),
+    EXPECT_EQ(*imageFormatOfGl(GL_ETC1_RGB8_OES, 0, 0),
               (KtxImageFormat{GL_COMPRESSED_RGB8_ETC2, GL_COMPRESSED_RGB8_ETC2, GL_UNSIGNED_BYTE}));
 }
 

@@ -1,4 +1,4 @@
-#include "readerwriterktx/KtxHeader.h"
+#include "readerwriterktx/guard/KtxHeaderCheck.h"
 
 #include "readerwriterktx/KtxTestFiles.h"
 

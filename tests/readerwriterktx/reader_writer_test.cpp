@@ -43,8 +43,8 @@ struct ReaderWriterKtxFiles : public ReaderWriterKtxTest
     void SetUp() override { SKIP_WITHOUT_KTX(); }
 };
 
-/** The same through the toolkit, where the reader-writer is registered as the library does it. */
-struct KtxThroughTheToolkit : public ReaderWriterKtxFiles
+/** The same through OSG, where the reader-writer is registered as the library does it. */
+struct KtxThroughOsg : public ReaderWriterKtxFiles
 {
     mvgeo::ReaderWriterRegistration<ReaderWriterKTX> registration;
 
@@ -244,7 +244,7 @@ TEST_F(ReaderWriterKtxFiles, TellsAFullDeviceBehindAStream)
 }
 #endif
 
-TEST_F(KtxThroughTheToolkit, OpensBothNames)
+TEST_F(KtxThroughOsg, OpensBothNames)
 {
     for (const char* name : {"a.ktx", "a.ktx2"})
     {
@@ -254,9 +254,9 @@ TEST_F(KtxThroughTheToolkit, OpensBothNames)
     }
 }
 
-// The toolkit's own plug-in for the extension would take a file on trust that was refused, and write another one
+// OSG's own plug-in for the extension would take a file on trust that was refused, and write another one
 // instead of nothing.
-TEST_F(KtxThroughTheToolkit, AsksNobodyElseAfterARefusal)
+TEST_F(KtxThroughOsg, AsksNobodyElseAfterARefusal)
 {
     const std::vector<std::string> before = readerNames();
     writeFile(folder / "bad.ktx", "no texture");

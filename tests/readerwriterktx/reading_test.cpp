@@ -245,8 +245,8 @@ TEST_F(KtxReading, TurnsBlocksOnlyWhereNothingIsLost)
     }
 }
 
-// The toolkit can turn DXT1 itself and look up its colours: both must see what we turned.
-TEST_F(KtxReading, TurnsBlocksAsTheToolkitDoes)
+// OSG can turn DXT1 itself and look up its colours: both must see what we turned.
+TEST_F(KtxReading, TurnsBlocksAsOsgDoes)
 {
     const osg::ref_ptr<osg::Image> source =
         countingImage(16, 16, 1, GL_COMPRESSED_RGB_S3TC_DXT1_EXT, GL_COMPRESSED_RGB_S3TC_DXT1_EXT, GL_UNSIGNED_BYTE);
@@ -441,7 +441,7 @@ TEST_F(KtxReading, BringsBackEveryFormatOfTheTable)
         EXPECT_EQ(image->getPixelFormat(), format->pixelFormat);
         EXPECT_EQ(image->getDataType(), format->dataType);
         ASSERT_EQ(image->getNumMipmapLevels(), 2U);
-        // As many bytes as the file has: the toolkit takes PVRTC's blocks for twice their size.
+        // As many bytes as the file has: OSG takes PVRTC's blocks for twice their size.
         for (unsigned int level = 0; level < 2; ++level)
         {
             const std::string stored = ktx2::levelOf(file, level);

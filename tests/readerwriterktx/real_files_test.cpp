@@ -151,7 +151,7 @@ TEST_F(RealKtxFiles, AreReadAsTheTableSays)
             EXPECT_EQ(picture.getNumMipmapLevels(), file.levels);
             EXPECT_EQ(picture.getInternalTextureFormat(), file.internalFormat);
             EXPECT_EQ(picture.getOrigin(), file.startsAbove ? osg::Image::TOP_LEFT : osg::Image::BOTTOM_LEFT);
-            EXPECT_GT(bytesOf(picture).size(), 0U); // every byte that the toolkit counts can be read
+            EXPECT_GT(bytesOf(picture).size(), 0U); // every byte that OSG counts can be read
         }
     }
     EXPECT_EQ(log.count(osg::WARN, ""), 0);

@@ -1,6 +1,7 @@
 #include "readerwriterktx/KtxRows.h"
 
 #include "readerwriterktx/KtxFormats.h"
+#include "readerwriterktx/VkFormats.h"
 
 #include <gtest/gtest.h>
 
@@ -12,15 +13,7 @@
 namespace
 {
 
-constexpr std::uint32_t kRgba8 = 37;
-constexpr std::uint32_t kBc1 = 131;
-constexpr std::uint32_t kBc2 = 135;
-constexpr std::uint32_t kBc3 = 137;
-constexpr std::uint32_t kBc4 = 139;
-constexpr std::uint32_t kBc5 = 141;
-constexpr std::uint32_t kBc7 = 145;
-constexpr std::uint32_t kEtc2 = 147;
-constexpr std::uint32_t kAstc6x6 = 165;
+namespace vk = mvgeo::vk;
 
 mvgeo::KtxRows rowsOf(std::uint32_t format, unsigned int width, unsigned int height)
 {
@@ -46,13 +39,13 @@ Seen seenAt(std::uint32_t format, const unsigned char* block, unsigned int pixel
     const auto ends = [](const unsigned char* half) { return bitsAt(half, 0, 16); };
     switch (format)
     {
-    case kBc1:
+    case vk::kBc1RgbUnorm:
         return {ends(block), bitsAt(block, 16, 16), colour(block)};
-    case kBc2:
+    case vk::kBc2Unorm:
         return {bitsAt(block, 4 * pixel, 4), ends(block + 8), bitsAt(block, 80, 16), colour(block + 8)};
-    case kBc3:
+    case vk::kBc3Unorm:
         return {ends(block), choice(block), ends(block + 8), bitsAt(block, 80, 16), colour(block + 8)};
-    case kBc4:
+    case vk::kBc4Unorm:
         return {ends(block), choice(block)};
     default:
         return {ends(block), choice(block), ends(block + 8), choice(block + 8)};
@@ -77,12 +70,12 @@ std::vector<unsigned char> randomBytes(std::size_t size)
 
 TEST(KtxRows, CountBlocksAndPixelsUpwards)
 {
-    EXPECT_EQ(rowsOf(kRgba8, 5, 3).bytes, 20U);
-    EXPECT_EQ(rowsOf(kRgba8, 5, 3).count, 3U);
-    EXPECT_EQ(rowsOf(kBc1, 5, 3).bytes, 16U); // two blocks of 8 bytes
-    EXPECT_EQ(rowsOf(kBc1, 5, 3).count, 1U);
-    EXPECT_EQ(rowsOf(kAstc6x6, 13, 12).bytes, 48U);
-    EXPECT_EQ(rowsOf(kAstc6x6, 13, 12).count, 2U);
+    EXPECT_EQ(rowsOf(vk::kR8G8B8A8Unorm, 5, 3).bytes, 20U);
+    EXPECT_EQ(rowsOf(vk::kR8G8B8A8Unorm, 5, 3).count, 3U);
+    EXPECT_EQ(rowsOf(vk::kBc1RgbUnorm, 5, 3).bytes, 16U); // two blocks of 8 bytes
+    EXPECT_EQ(rowsOf(vk::kBc1RgbUnorm, 5, 3).count, 1U);
+    EXPECT_EQ(rowsOf(vk::kAstc6x6Unorm, 13, 12).bytes, 48U);
+    EXPECT_EQ(rowsOf(vk::kAstc6x6Unorm, 13, 12).count, 2U);
     EXPECT_EQ(rowsOf(1000054001, 4, 4).size(), 32U); // PVRTC has at least two blocks each way
 }
 
@@ -98,14 +91,15 @@ TEST(KtxRows, LoseTheirPaddingWhenCopied)
 
 TEST(KtxRows, AreTurnedOverWhereNoPixelChanges)
 {
-    for (const std::uint32_t format : {kRgba8, kBc1, kBc2, kBc3, kBc4, kBc5})
+    for (const std::uint32_t format :
+         {vk::kR8G8B8A8Unorm, vk::kBc1RgbUnorm, vk::kBc2Unorm, vk::kBc3Unorm, vk::kBc4Unorm, vk::kBc5Unorm})
         for (const unsigned int height : {1U, 2U, 3U, 4U, 8U, 256U})
             EXPECT_TRUE(mvgeo::canFlip(format, height)) << format << ' ' << height;
-    EXPECT_TRUE(mvgeo::canFlip(kRgba8, 5));
-    for (const std::uint32_t format : {kBc1, kBc3, kBc5})
+    EXPECT_TRUE(mvgeo::canFlip(vk::kR8G8B8A8Unorm, 5));
+    for (const std::uint32_t format : {vk::kBc1RgbUnorm, vk::kBc3Unorm, vk::kBc5Unorm})
         for (const unsigned int height : {5U, 6U, 7U, 94U})
             EXPECT_FALSE(mvgeo::canFlip(format, height)) << format << ' ' << height;
-    for (const std::uint32_t format : {kBc7, kEtc2, kAstc6x6})
+    for (const std::uint32_t format : {vk::kBc7Unorm, vk::kEtc2R8G8B8Unorm, vk::kAstc6x6Unorm})
     {
         EXPECT_FALSE(mvgeo::canFlip(format, 4)) << format;
         EXPECT_TRUE(mvgeo::canFlip(format, 1)) << format;
@@ -115,7 +109,7 @@ TEST(KtxRows, AreTurnedOverWhereNoPixelChanges)
 TEST(KtxRows, OfBlocksShowTheSamePixelsUpsideDown)
 {
     constexpr unsigned int kWidth = 8;
-    for (const std::uint32_t format : {kBc1, kBc2, kBc3, kBc4, kBc5})
+    for (const std::uint32_t format : {vk::kBc1RgbUnorm, vk::kBc2Unorm, vk::kBc3Unorm, vk::kBc4Unorm, vk::kBc5Unorm})
         for (const unsigned int height : {1U, 2U, 3U, 4U, 8U, 12U})
         {
             SCOPED_TRACE(testing::Message() << "format " << format << ", height " << height);
@@ -132,7 +126,8 @@ TEST(KtxRows, OfBlocksShowTheSamePixelsUpsideDown)
 
 TEST(KtxRows, TurnedTwiceAreAsBefore)
 {
-    for (const std::uint32_t format : {kRgba8, kBc1, kBc2, kBc3, kBc4, kBc5})
+    for (const std::uint32_t format :
+         {vk::kR8G8B8A8Unorm, vk::kBc1RgbUnorm, vk::kBc2Unorm, vk::kBc3Unorm, vk::kBc4Unorm, vk::kBc5Unorm})
         for (const unsigned int height : {2U, 3U, 4U, 16U})
         {
             const mvgeo::KtxRows rows = rowsOf(format, 12, height);

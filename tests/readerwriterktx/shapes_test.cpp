@@ -96,7 +96,7 @@ TEST_F(KtxShapes, FacesKeepTheirLevels)
 // Two cube maps with four levels, made by the library alone.
 TEST_F(KtxShapes, CubeMapsOfAnArrayComeOneAfterTheOther)
 {
-    const mvgeo::Ktx2Ptr texture = mvgeo::makeFilledKtx2(mvgeo::kRgba8, {8, 8, 1, 4, 2, 6});
+    const mvgeo::Ktx2Ptr texture = mvgeo::makeFilledKtx2(mvgeo::vk::kR8G8B8A8Unorm, {8, 8, 1, 4, 2, 6});
     ASSERT_TRUE(texture);
     const mvgeo::KtxBytes file = mvgeo::written(ktxTexture(texture.get()));
     const osg::ref_ptr<osg::Image> image = read(std::string(file.begin(), file.end()));

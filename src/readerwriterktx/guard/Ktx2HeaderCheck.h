@@ -7,6 +7,6 @@ namespace mvgeo
 {
 
 /** ktxHeaderFault() for bytes that begin as KTX 2 does. */
-[[nodiscard]] std::string ktx2Fault(const unsigned char* bytes, std::size_t size);
+[[nodiscard]] std::string ktx2HeaderFault(const unsigned char* bytes, std::size_t size);
 
 } // namespace mvgeo

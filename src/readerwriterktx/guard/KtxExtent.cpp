@@ -1,6 +1,4 @@
-#include "readerwriterktx/KtxExtent.h"
-
-#include "readerwriterktx/KtxHeader.h"
+#include "readerwriterktx/guard/KtxExtent.h"
 
 #include <algorithm>
 
@@ -39,10 +37,10 @@ std::string levelsFault(const KtxExtent& extent)
 
 } // namespace
 
-std::string faultOf(const KtxExtent& extent)
+std::string extentFault(const KtxExtent& extent)
 {
-    for (const auto faultOfPart : {dimensionsFault, facesFault, levelsFault})
-        if (std::string fault = faultOfPart(extent); !fault.empty()) return fault;
+    for (const auto partFault : {dimensionsFault, facesFault, levelsFault})
+        if (std::string fault = partFault(extent); !fault.empty()) return fault;
     return {};
 }
 

@@ -1,7 +1,7 @@
-#include "readerwriterktx/KtxHeader.h"
+#include "readerwriterktx/guard/KtxHeaderCheck.h"
 
-#include "readerwriterktx/Ktx1Header.h"
-#include "readerwriterktx/Ktx2Header.h"
+#include "readerwriterktx/guard/Ktx1HeaderCheck.h"
+#include "readerwriterktx/guard/Ktx2HeaderCheck.h"
 
 #include <cstring>
 
@@ -24,8 +24,8 @@ bool beginsWith(const unsigned char* bytes, std::size_t size, const unsigned cha
 
 std::string ktxHeaderFault(const unsigned char* bytes, std::size_t size)
 {
-    if (beginsWith(bytes, size, kMagic1)) return ktx1Fault(bytes, size);
-    if (beginsWith(bytes, size, kMagic2)) return ktx2Fault(bytes, size);
+    if (beginsWith(bytes, size, kMagic1)) return ktx1HeaderFault(bytes, size);
+    if (beginsWith(bytes, size, kMagic2)) return ktx2HeaderFault(bytes, size);
     return "not a KTX file";
 }
 

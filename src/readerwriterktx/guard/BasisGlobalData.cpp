@@ -1,6 +1,6 @@
-#include "readerwriterktx/BasisGlobalData.h"
+#include "readerwriterktx/guard/BasisGlobalData.h"
 
-#include "readerwriterktx/BasisCodeTables.h"
+#include "readerwriterktx/guard/BasisCodeTables.h"
 
 namespace mvgeo
 {

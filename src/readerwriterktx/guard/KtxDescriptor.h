@@ -1,7 +1,7 @@
 #pragma once
 
-#include "readerwriterktx/KtxBytes.h"
 #include "readerwriterktx/KtxFormats.h"
+#include "readerwriterktx/guard/KtxBytes.h"
 
 #include <cstdint>
 #include <string>

@@ -1,9 +1,9 @@
-#include "readerwriterktx/Ktx1Header.h"
+#include "readerwriterktx/guard/Ktx1HeaderCheck.h"
 
-#include "readerwriterktx/KtxBytes.h"
-#include "readerwriterktx/KtxExtent.h"
 #include "readerwriterktx/KtxFormats.h"
-#include "readerwriterktx/KtxKeyValues.h"
+#include "readerwriterktx/guard/KtxBytes.h"
+#include "readerwriterktx/guard/KtxExtent.h"
+#include "readerwriterktx/guard/KtxKeyValueCheck.h"
 
 #include <optional>
 
@@ -16,19 +16,9 @@ namespace
 constexpr std::size_t kHeaderSize = 64;
 constexpr std::uint32_t kRowAlignment = 4;
 
-/** The words of the header, by their place. */
-enum Word : std::size_t
-{
-    kEndianness = 12,
-    kInternalFormat = 28,
-    kWidth = 36,
-    kHeight = 40,
-    kDepth = 44,
-    kLayers = 48,
-    kFaces = 52,
-    kLevels = 56,
-    kKeyValueSize = 60
-};
+// The words of the header, by their place.
+constexpr std::size_t kEndianness = 12, kInternalFormat = 28, kKeyValueSize = 60;
+constexpr std::size_t kWidth = 36, kHeight = 40, kDepth = 44, kLayers = 48, kFaces = 52, kLevels = 56;
 
 /** Nothing if no image can carry the format: libktx then only copies what the file holds. */
 std::optional<KtxBlock> blockOf(const KtxBytes& file)
@@ -72,7 +62,7 @@ std::string levelsFault(const KtxBytes& file, const KtxExtent& extent)
 
 } // namespace
 
-std::string ktx1Fault(const unsigned char* bytes, std::size_t size)
+std::string ktx1HeaderFault(const unsigned char* bytes, std::size_t size)
 {
     constexpr std::uint32_t kSame = 0x04030201;
     constexpr std::uint32_t kReversed = 0x01020304;
@@ -83,7 +73,7 @@ std::string ktx1Fault(const unsigned char* bytes, std::size_t size)
 
     const KtxExtent extent{file.u32(kWidth),  file.u32(kHeight), file.u32(kDepth),
                            file.u32(kLayers), file.u32(kFaces),  file.u32(kLevels)};
-    if (std::string fault = faultOf(extent); !fault.empty()) return fault;
+    if (std::string fault = extentFault(extent); !fault.empty()) return fault;
 
     const std::uint32_t keyValueSize = file.u32(kKeyValueSize);
     if (!file.has(kHeaderSize, keyValueSize)) return "the keys and values leave the file";

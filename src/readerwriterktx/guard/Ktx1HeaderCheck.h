@@ -7,6 +7,6 @@ namespace mvgeo
 {
 
 /** ktxHeaderFault() for bytes that begin as KTX 1 does. */
-[[nodiscard]] std::string ktx1Fault(const unsigned char* bytes, std::size_t size);
+[[nodiscard]] std::string ktx1HeaderFault(const unsigned char* bytes, std::size_t size);
 
 } // namespace mvgeo

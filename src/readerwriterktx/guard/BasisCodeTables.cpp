@@ -1,4 +1,4 @@
-#include "readerwriterktx/BasisCodeTables.h"
+#include "readerwriterktx/guard/BasisCodeTables.h"
 
 #include <array>
 #include <optional>

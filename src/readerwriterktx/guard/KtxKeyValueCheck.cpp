@@ -1,4 +1,4 @@
-#include "readerwriterktx/KtxKeyValues.h"
+#include "readerwriterktx/guard/KtxKeyValueCheck.h"
 
 #include <algorithm>
 #include <array>

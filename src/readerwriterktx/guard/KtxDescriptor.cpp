@@ -1,4 +1,6 @@
-#include "readerwriterktx/KtxDescriptor.h"
+#include "readerwriterktx/guard/KtxDescriptor.h"
+
+#include "readerwriterktx/VkFormats.h"
 
 #include <optional>
 
@@ -71,12 +73,11 @@ std::string formatFault(const KtxBytes& bytes, std::uint32_t vkFormat, const Ktx
     bool hasOnePlane = true;
     for (std::uint32_t plane = 1; plane < 8; ++plane)
         hasOnePlane = hasOnePlane && bytes.u8(kPlanes + plane) == 0;
-    const bool isDepth = vkFormat >= 124 && vkFormat <= 130;
-    const bool isFound = isDepth && bytes.u8(kPlanes) == 0;
+    const bool isFromSamples = isDepthOrStencil(vkFormat) && bytes.u8(kPlanes) == 0;
     const KtxBlock& block = descriptor.block;
     const bool isSame = block.width == known->width && block.height == known->height && block.bytes == known->bytes &&
                         block.leastCount == known->leastCount;
-    if (isSame && hasOnePlane && !isFound && descriptor.blockDepth == 1) return {};
+    if (isSame && hasOnePlane && !isFromSamples && descriptor.blockDepth == 1) return {};
     return "the format descriptor does not fit format " + std::to_string(vkFormat);
 }
 
@@ -94,7 +95,7 @@ std::string readDescriptor(const KtxBytes& bytes, std::uint32_t vkFormat, KtxDes
     descriptor.block = {bytes.u8(kDimensions) + 1, bytes.u8(kDimensions + 1) + 1, blockBytes,
                         descriptor.model == kPvrtc ? 2U : 1U};
     if (bytes.u8(kDimensions + 3) != 0) return "the format descriptor has a fourth dimension";
-    if (descriptor.isBasis() != (vkFormat == 0)) return "only Basis data has no format";
+    if (descriptor.isBasis() != (vkFormat == vk::kUndefined)) return "only Basis data has no format";
     return descriptor.isBasis() ? basisFault(descriptor) : formatFault(bytes, vkFormat, descriptor);
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "readerwriterktx/KtxBytes.h"
+#include "readerwriterktx/guard/KtxBytes.h"
 
 #include <string>
 

@@ -1,11 +1,10 @@
-#include "readerwriterktx/Ktx2Header.h"
+#include "readerwriterktx/guard/Ktx2HeaderCheck.h"
 
-#include "readerwriterktx/BasisGlobalData.h"
-#include "readerwriterktx/KtxBytes.h"
-#include "readerwriterktx/KtxDescriptor.h"
-#include "readerwriterktx/KtxExtent.h"
-#include "readerwriterktx/KtxHeader.h"
-#include "readerwriterktx/KtxKeyValues.h"
+#include "readerwriterktx/guard/BasisGlobalData.h"
+#include "readerwriterktx/guard/KtxBytes.h"
+#include "readerwriterktx/guard/KtxDescriptor.h"
+#include "readerwriterktx/guard/KtxExtent.h"
+#include "readerwriterktx/guard/KtxKeyValueCheck.h"
 
 namespace mvgeo
 {
@@ -19,13 +18,8 @@ constexpr KtxBlock kRgba8{1, 1, 4, 1};
 /** Holds any slice: the size of a level, counted in these, is the number of its images. */
 constexpr KtxBlock kOneBlock{kLongestSide, kLongestSide, 1, 1};
 
-enum Scheme : std::uint32_t
-{
-    kNone = 0,
-    kBasisLz = 1,
-    kZstd = 2,
-    kZlib = 3
-};
+// The schemes of compression: Zstandard is between the last two.
+constexpr std::uint32_t kNone = 0, kBasisLz = 1, kZlib = 3;
 
 struct Level
 {
@@ -90,7 +84,7 @@ std::string metadataFault(const Header& header)
 }
 
 /** The smallest level comes first, as libktx expects them; each behind the one before. */
-std::string placesFault(const Header& header, std::uint64_t end)
+std::string levelPlacesFault(const Header& header, std::uint64_t end)
 {
     for (std::uint32_t index = header.extent.levelCount(); index-- > 0;)
     {
@@ -104,7 +98,7 @@ std::string placesFault(const Header& header, std::uint64_t end)
     return {};
 }
 
-std::string sizesFault(const Header& header, const KtxDescriptor& descriptor)
+std::string levelSizesFault(const Header& header, const KtxDescriptor& descriptor)
 {
     const KtxExtent& extent = header.extent;
     for (std::uint32_t index = 0; index < extent.levelCount(); ++index)
@@ -181,18 +175,18 @@ std::string dataFault(const Header& header, const KtxDescriptor& descriptor)
     if (std::string fault = imageSizeFault(header.extent, block); !fault.empty()) return fault;
     const bool isBasisLz = header.scheme == kBasisLz;
     const std::uint64_t begin = isBasisLz ? header.globalOffset + header.globalLength : header.metadataEnd();
-    if (std::string fault = placesFault(header, begin); !fault.empty()) return fault;
-    return isBasisLz ? basisLzFault(header, descriptor) : sizesFault(header, descriptor);
+    if (std::string fault = levelPlacesFault(header, begin); !fault.empty()) return fault;
+    return isBasisLz ? basisLzFault(header, descriptor) : levelSizesFault(header, descriptor);
 }
 
 } // namespace
 
-std::string ktx2Fault(const unsigned char* bytes, std::size_t size)
+std::string ktx2HeaderFault(const unsigned char* bytes, std::size_t size)
 {
     const KtxBytes file(bytes, size);
     if (!file.has(0, kHeaderSize)) return "the header is cut off";
     const Header header(file);
-    if (std::string fault = faultOf(header.extent); !fault.empty()) return fault;
+    if (std::string fault = extentFault(header.extent); !fault.empty()) return fault;
     if (std::string fault = metadataFault(header); !fault.empty()) return fault;
     KtxDescriptor descriptor{};
     if (std::string fault =
