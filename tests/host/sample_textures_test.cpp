@@ -15,7 +15,7 @@
 #include <memory>
 #include <ostream>
 
-using namespace mvgeo::host;
+using namespace mvgeo::sample;
 namespace fs = std::filesystem;
 
 namespace
