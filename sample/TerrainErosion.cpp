@@ -205,7 +205,7 @@ void TerrainErosion::creep()
                 [&](int column, int row)
                 {
                     const std::size_t cell = _heights.index(column, row);
-                    if (_drains[cell]) continue;
+                    if (_drains[cell]) return;
                     const float average = 0.25F * (before.clamped(column - 1, row) + before.clamped(column + 1, row) +
                                                    before.clamped(column, row - 1) + before.clamped(column, row + 1));
                     _heights.values[cell] += static_cast<float>(kCreep) * (average - before.values[cell]);
