@@ -25,7 +25,7 @@ fs::path writtenSample()
     if (!fs::exists(stamp))
     {
         fs::remove_all(sample);
-        const host::SamplePyramidResult result = host::writeSamplePyramid(sample.string(), {});
+        const sample::SamplePyramidResult result = sample::writeSamplePyramid(sample.string(), {});
         if (!result.ok) throw std::runtime_error(result.message);
         std::ofstream(stamp) << result.files << '\n';
     }

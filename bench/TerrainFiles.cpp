@@ -45,7 +45,7 @@ void addOverviews(const fs::path& file)
                 file);
 }
 
-void writeVariant(const host::SampleTerrainResult& sample, const fs::path& folder, bool withOverviews)
+void writeVariant(const sample::SampleTerrainResult& sample, const fs::path& folder, bool withOverviews)
 {
     fs::create_directories(folder);
     for (const std::string& source : {sample.demFile, sample.domFile})
@@ -59,11 +59,11 @@ void writeVariant(const host::SampleTerrainResult& sample, const fs::path& folde
 void writeBothVariants(const fs::path& folder)
 {
     fs::remove_all(folder);
-    host::SampleTerrainOptions options;
+    sample::SampleTerrainOptions options;
     options.columns = kDemSide;
     options.rows = kDemSide;
     options.domPixelsPerPost = kDomSide / kDemSide;
-    const host::SampleTerrainResult sample = host::writeSampleTerrain((folder / "sample").string(), options);
+    const sample::SampleTerrainResult sample = sample::writeSampleTerrain((folder / "sample").string(), options);
     if (!sample.ok) throw std::runtime_error(sample.message);
     writeVariant(sample, folder / "plain", false);
     writeVariant(sample, folder / "overviews", true);

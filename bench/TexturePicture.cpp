@@ -25,9 +25,9 @@ unsigned char eightBits(float value)
 
 osg::ref_ptr<osg::Image> groundPicture(int side)
 {
-    const host::CityPlan plan(kCitySide, kCitySide, kSeed);
-    const host::Noise noise(kSeed);
-    const host::GroundColour ground(plan, noise);
+    const sample::CityPlan plan(kCitySide, kCitySide, kSeed);
+    const sample::Noise noise(kSeed);
+    const sample::GroundColour ground(plan, noise);
     osg::ref_ptr<osg::Image> picture = new osg::Image;
     picture->allocateImage(side, side, 1, GL_RGB, GL_UNSIGNED_BYTE);
     for (int row = 0; row < side; ++row)
@@ -35,7 +35,7 @@ osg::ref_ptr<osg::Image> groundPicture(int side)
         {
             const double x = 100.0 + kMetresPerPixel * column;
             const double y = 100.0 + kMetresPerPixel * row;
-            const host::Colour colour = ground.at(x, y, plan.waterDistance(x, y));
+            const sample::Colour colour = ground.at(x, y, plan.waterDistance(x, y));
             unsigned char* pixel = picture->data(static_cast<unsigned>(column), static_cast<unsigned>(row));
             for (int i = 0; i < 3; ++i)
                 pixel[i] = eightBits(colour[i]);

@@ -4,7 +4,7 @@
 #include "TerrainFiles.h"
 #include "TerrainWalk.h"
 
-#include "ViewCamera.h"
+#include "view/ViewCamera.h"
 
 #include "mvgeothirdparty/GeoMeshStatistics.h"
 #include "mvgeothirdparty/ModelFactory.h"
@@ -43,7 +43,7 @@ public:
             throw std::runtime_error("cannot open " + files.dem);
         const KdDbExtents box = _model->extents();
         const osg::BoundingBoxd extents(mvgeo::toOsg(box.minPoint()), mvgeo::toOsg(box.maxPoint()));
-        lookOverBox(_camera, extents);
+        fitCameraToBox(_camera, extents);
         _view = mvgeo::toHost(_camera.viewMatrix());
         _projection = mvgeo::toHost(_camera.projectionMatrix(extents));
     }

@@ -1,6 +1,6 @@
-#include "HostError.h"
-#include "HostServices.h"
 #include "commands/Commands.h"
+#include "common/HostError.h"
+#include "hosting/HostServices.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -18,7 +18,7 @@ int fail(std::string sentence, int status)
     return status;
 }
 
-int run(CLI::App& app, int argumentCount, char** arguments, int& status)
+int run(CLI::App& app, int argumentCount, char** arguments)
 {
     try
     {
@@ -27,7 +27,8 @@ int run(CLI::App& app, int argumentCount, char** arguments, int& status)
     }
     catch (const CLI::ParseError& error)
     {
-        if (error.get_exit_code() == 0) return app.exit(error); // --help
+        const bool isSaid = error.get_exit_code() == 0 || error.get_name() == "RuntimeError"; // --help prints itself
+        if (isSaid) return app.exit(error);
         return fail(error.what(), EXIT_FAILURE);
     }
     catch (const mvgeo::host::HostError& error)
@@ -42,7 +43,7 @@ int run(CLI::App& app, int argumentCount, char** arguments, int& status)
     {
         return fail(std::string("Unexpected: ") + error.what() + ".", EXIT_FAILURE);
     }
-    return status;
+    return EXIT_SUCCESS;
 }
 } // namespace
 
@@ -52,19 +53,18 @@ int main(int argumentCount, char** arguments)
     CLI::App app("Streams oblique-photography models and terrains, and draws them.", "mvgeo");
     app.require_subcommand(0, 1); // none is our own sentence, and an unknown one is named in the parser's
     app.get_formatter()->column_width(34);
-    int status = EXIT_FAILURE;
-    mvgeo::host::addSampleCommand(app, status);
-    mvgeo::host::addInfoCommand(app, status);
-    mvgeo::host::addRenderCommand(app, status);
-    mvgeo::host::addFlyCommand(app, status);
-    mvgeo::host::addViewCommand(app, status);
-    mvgeo::host::addPickCommand(app, status);
-    mvgeo::host::addDrapeCommand(app, status);
-    mvgeo::host::addClipCommand(app, status);
-    mvgeo::host::addPrebuildCommand(app, status);
-    mvgeo::host::addTextureCommand(app, status);
-    mvgeo::host::addSettingsCommand(app, status);
-    status = run(app, argumentCount, arguments, status);
+    mvgeo::host::addSampleCommand(app);
+    mvgeo::host::addInfoCommand(app);
+    mvgeo::host::addRenderCommand(app);
+    mvgeo::host::addFlyCommand(app);
+    mvgeo::host::addViewCommand(app);
+    mvgeo::host::addPickCommand(app);
+    mvgeo::host::addDrapeCommand(app);
+    mvgeo::host::addClipCommand(app);
+    mvgeo::host::addPrebuildCommand(app);
+    mvgeo::host::addTextureCommand(app);
+    mvgeo::host::addSettingsCommand(app);
+    const int status = run(app, argumentCount, arguments);
     std::cout.flush();
     return std::cout ? status : fail("Cannot write to standard output.", EXIT_FAILURE);
 }

@@ -1,10 +1,10 @@
-#include "CommandLineValues.h"
-#include "Commands.h"
-#include "CommonOptions.h"
-#include "HostError.h"
+#include "commands/Commands.h"
+#include "commands/ResultOptions.h"
+#include "commands/TileReport.h"
+#include "common/HostError.h"
+#include "common/ReadableText.h"
+#include "common/TextParsing.h"
 #include "measure/ClippedSurface.h"
-#include "measure/ResultDrawing.h"
-#include "measure/ResultOutput.h"
 #include "measure/ResultText.h"
 #include "measure/ShapeInput.h"
 
@@ -58,7 +58,7 @@ void checkRoot(const ClipOptions& options, const OpenModel& open)
 }
 
 /** What went without a word so far. */
-void tellWhatIsLeftOut(double area, const ModelSystem& system)
+void warnOfGaps(double area, const ModelSystem& system)
 {
     if (area > 0.0)
         std::cerr << "mvgeo: Of what the polygon cuts out " << readableArea(area, system)
@@ -89,20 +89,20 @@ Json reportOf(const ClipOptions& options, const SurfaceFigures& figures, double 
 void runClip(const ClipOptions& options)
 {
     const std::optional<ResultFormat> format = checkResultOptions(options.result);
-    checkApart({{"--out", options.result.out}, {"--picture", options.result.picture}},
-               inputsOf(options.model, options.from));
+    checkFilesDiffer({{"--out", options.result.out}, {"--picture", options.result.picture}},
+                     inputFilesOf(options.model, options.from));
     const HostModel::Clipping how = clippingOf(options);
     const Points boundary = readBoundary(options.polygon, options.from);
     const OpenModel open = openModel(options.model);
     checkRoot(options, open);
     const ModelSystem system = systemOf(open);
-    const ViewFrame frame = makeCamera(options.view, open.sight).frame(open.extents);
+    const ViewFrame frame = makeFrame(options.view, open);
     const bool draws = !options.result.picture.empty();
     if (draws || !options.finest) convergeOrFail(*open.model, frame, options.view);
 
     Points triangles = open.model->clip(boundary, how);
     const double leftOut = leaveOutBelow(triangles, open.floor);
-    tellWhatIsLeftOut(leftOut, system);
+    warnOfGaps(leftOut, system);
     if (draws)
     {
         ResultDrawing drawing(frame.height);
@@ -111,16 +111,16 @@ void runClip(const ClipOptions& options)
     }
     if (format)
         writeResult(options.result,
-                    *format == ResultFormat::Csv ? trianglesToCsv(triangles) : trianglesToGeoJson(triangles, system));
+                    *format == ResultFormat::csv ? trianglesToCsv(triangles) : trianglesToGeoJson(triangles, system));
     if (options.result.json)
         printJson(reportOf(options, figuresOf(triangles), leftOut, system));
-    else if (isReportPrinted(options.result))
+    else if (options.result.isReportPrinted())
         printForPeople(options, figuresOf(triangles), system);
     failOnViolations(open.model->tiles());
 }
 } // namespace
 
-void addClipCommand(CLI::App& app, int& status)
+void addClipCommand(CLI::App& app)
 {
     const auto options = std::make_shared<ClipOptions>();
     CLI::App& command = *app.add_subcommand("clip", "cut the surface with a polygon: its triangles and areas");
@@ -136,15 +136,7 @@ void addClipCommand(CLI::App& app, int& status)
         ->check(CLI::Range(0, 1000000000))
         ->type_name("N");
     addResultOptions(command, options->result);
-    addCameraOptions(command, options->view);
-    addPictureOptions(command, options->view);
-    addOrthoOption(command, options->view);
-    addTimeoutOption(command, options->view);
-    command.callback(
-        [options, &status]
-        {
-            runClip(*options);
-            status = 0;
-        });
+    addViewOptions(command, options->view);
+    command.callback([options] { runClip(*options); });
 }
 } // namespace mvgeo::host

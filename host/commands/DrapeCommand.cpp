@@ -1,10 +1,11 @@
-#include "Commands.h"
-#include "CommonOptions.h"
-#include "HostError.h"
+#include "commands/Commands.h"
+#include "commands/ResultOptions.h"
+#include "commands/TileReport.h"
+#include "common/HostError.h"
+#include "common/ReadableText.h"
+#include "common/WholeFile.h"
 #include "measure/DrapedLine.h"
 #include "measure/ProfilePlot.h"
-#include "measure/ResultDrawing.h"
-#include "measure/ResultOutput.h"
 #include "measure/ResultText.h"
 #include "measure/ShapeInput.h"
 
@@ -44,7 +45,7 @@ std::vector<DrapedLine> drapeAll(const OpenModel& open, const std::vector<Points
 }
 
 /** What went without a word so far: nothing was hit, or a part is no ground. */
-void tellWhatIsMissing(const OpenModel& open, const std::vector<DrapedLine>& lines, const ModelSystem& system)
+void warnOfGaps(const OpenModel& open, const std::vector<DrapedLine>& lines, const ModelSystem& system)
 {
     for (std::size_t i = 0; i < lines.size(); ++i)
     {
@@ -102,7 +103,7 @@ Json reportOf(const std::vector<DrapedLine>& lines, const ModelSystem& system)
 
 void drawPicture(const DrapeOptions& options, const OpenModel& open, const std::vector<DrapedLine>& lines)
 {
-    const ViewFrame frame = makeCamera(options.view, open.sight).frame(open.extents);
+    const ViewFrame frame = makeFrame(options.view, open);
     convergeOrFail(*open.model, frame, options.view);
     ResultDrawing drawing(frame.height);
     for (const DrapedLine& line : lines)
@@ -120,8 +121,9 @@ void runDrape(const DrapeOptions& options)
 {
     const std::optional<ResultFormat> format = checkResultOptions(options.result);
     if (!options.profile.empty()) checkProfilePath(options.profile);
-    checkApart({{"--out", options.result.out}, {"--picture", options.result.picture}, {"--profile", options.profile}},
-               inputsOf(options.model, options.from));
+    checkFilesDiffer(
+        {{"--out", options.result.out}, {"--picture", options.result.picture}, {"--profile", options.profile}},
+        inputFilesOf(options.model, options.from));
     const std::vector<Points> lines = readLines(options.line, options.from);
     if (!options.profile.empty() && lines.size() > 1)
         throw HostError("A profile shows one line; the file holds " + std::to_string(lines.size()) + ".");
@@ -129,19 +131,19 @@ void runDrape(const DrapeOptions& options)
     const OpenModel open = openModel(options.model);
     const ModelSystem system = systemOf(open);
     const std::vector<DrapedLine> draped = drapeAll(open, lines);
-    tellWhatIsMissing(open, draped, system);
+    warnOfGaps(open, draped, system);
     if (!options.profile.empty())
-        writeTextFile(makeProfile(draped.front(), system, shortName(open.input)), options.profile, "profile");
+        saveFile(makeProfile(draped.front(), system, shortName(open.input)), options.profile, "profile");
     if (!options.result.picture.empty()) drawPicture(options, open, draped);
-    if (format) writeResult(options.result, *format == ResultFormat::Csv ? toCsv(draped) : toGeoJson(draped, system));
+    if (format) writeResult(options.result, *format == ResultFormat::csv ? toCsv(draped) : toGeoJson(draped, system));
     if (options.result.json)
         printJson(reportOf(draped, system));
-    else if (isReportPrinted(options.result))
+    else if (options.result.isReportPrinted())
         printForPeople(draped, system);
 }
 } // namespace
 
-void addDrapeCommand(CLI::App& app, int& status)
+void addDrapeCommand(CLI::App& app)
 {
     const auto options = std::make_shared<DrapeOptions>();
     CLI::App& command = *app.add_subcommand("drape", "lay a line onto the surface: its heights, lengths and profile");
@@ -150,15 +152,7 @@ void addDrapeCommand(CLI::App& app, int& status)
     command.add_option("--from", options->from, "instead: GeoJSON or CSV with lines")->type_name("FILE");
     command.add_option("--profile", options->profile, "draw heights along the line as SVG")->type_name("FILE");
     addResultOptions(command, options->result);
-    addCameraOptions(command, options->view);
-    addPictureOptions(command, options->view);
-    addOrthoOption(command, options->view);
-    addTimeoutOption(command, options->view);
-    command.callback(
-        [options, &status]
-        {
-            runDrape(*options);
-            status = 0;
-        });
+    addViewOptions(command, options->view);
+    command.callback([options] { runDrape(*options); });
 }
 } // namespace mvgeo::host

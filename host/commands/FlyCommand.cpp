@@ -1,14 +1,16 @@
-#include "CameraPath.h"
-#include "Commands.h"
-#include "CommonOptions.h"
-#include "FlightTable.h"
-#include "HostError.h"
-#include "PictureFile.h"
-#include "ProcessMemory.h"
-#include "SceneRenderer.h"
-#include "SceneStyle.h"
-#include "TerminalProgress.h"
+#include "commands/Commands.h"
+#include "commands/FlightTable.h"
+#include "commands/TileReport.h"
+#include "commands/ViewOptions.h"
+#include "common/HostError.h"
+#include "common/ProcessMemory.h"
+#include "common/ReadableText.h"
+#include "common/TerminalProgress.h"
+#include "common/WholeFile.h"
 #include "measure/ShapeInput.h"
+#include "view/CameraPath.h"
+#include "view/PictureFile.h"
+#include "view/SceneRenderer.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -45,12 +47,12 @@ public:
     {
         if (text.empty()) return;
         _line = readLines(text, {}).front();
-        _quiet = _model.drape(_line);
+        _expected = _model.drape(_line);
     }
 
-    void checkAgain(unsigned int frame) const
+    void checkUnchanged(unsigned int frame) const
     {
-        if (_line.empty() || isSame(_model.drape(_line), _quiet)) return;
+        if (_line.empty() || isSame(_model.drape(_line), _expected)) return;
         throw HostError("In frame " + std::to_string(frame) + " the draped line is another than before the flight.");
     }
 
@@ -66,7 +68,7 @@ private:
 
     HostModel& _model;
     Points _line;
-    std::vector<Points> _quiet;
+    std::vector<Points> _expected;
 };
 
 /** Where the table goes: a CSV file, CSV on standard output, a table for people there, or nowhere. */
@@ -83,7 +85,7 @@ public:
             _stream.open(options.csv, std::ios::binary);
             _out = &_stream;
         }
-        _style = options.csv.empty() ? TableStyle::ForPeople : TableStyle::Csv;
+        _style = options.csv.empty() ? TableStyle::forPeople : TableStyle::csv;
         writeFlightHeading(*_out, _style);
         check();
     }
@@ -109,7 +111,7 @@ private:
     std::string _file;
     std::ofstream _stream;
     std::ostream* _out = nullptr;
-    TableStyle _style = TableStyle::ForPeople;
+    TableStyle _style = TableStyle::forPeople;
 };
 
 /** Draws every n-th frame. Without pictures there is no OpenGL context at all. */
@@ -120,8 +122,8 @@ public:
     {
         if (options.pictureEvery == 0) return;
         makeFolder(options.pictureFolder);
-        _scene = makePictureScene(*open.model->tiles().scene(), options.view.background, open.look);
-        _renderer = std::make_unique<SceneRenderer>(*_scene, options.view.width, options.view.height);
+        _scene = makeScene(options.view, open);
+        _renderer = std::make_unique<SceneRenderer>(*_scene, options.view.camera.width, options.view.camera.height);
     }
 
     void drawIfDue(unsigned int frameNumber, const ViewFrame& frame)
@@ -199,7 +201,7 @@ FlightSummary fly(const FlyOptions& options, const OpenModel& open, const Camera
     TableOutput table(options);
     TerminalProgress progress("flying:");
     const MeasuredLine line(options.line, *open.model);
-    ViewCamera camera = makeCamera(options.view, open.sight);
+    ViewCamera camera = makeCamera(options.view, open);
     const auto start = HostModel::Clock::now();
     for (unsigned int i = 0; i < options.frames; ++i)
     {
@@ -209,12 +211,12 @@ FlightSummary fly(const FlyOptions& options, const OpenModel& open, const Camera
         const ViewFrame frame = camera.frame(open.extents);
         FlightRow row = flyOneFrame(*open.model, frame, options);
         row.frame = i;
-        line.checkAgain(i);
+        line.checkUnchanged(i);
         table.write(row);
         summary.add(row);
         summary.lastFrame = frame;
         pictures.drawIfDue(i, frame);
-        progress.showPart(static_cast<double>(i + 1) / options.frames);
+        progress.showFraction(static_cast<double>(i + 1) / options.frames);
         if (options.rate > 0.0) std::this_thread::sleep_until(frameEnd(start, i, options.rate));
     }
     table.finish();
@@ -243,9 +245,8 @@ void printForPeople(const FlyOptions& options, const OpenModel& open, const Flig
     const GeoMeshStatistics s = open.model->statistics();
     std::cout << options.frames << " frames in " << readableSeconds(summary.seconds) << ": " << s.tilesLoaded
               << " tiles loaded, " << s.tilesExpired << " expired, " << s.tilesFailed << " failed; at most "
-              << summary.mostTilesHeld << " tiles held, "
-              << readableBytes(static_cast<double>(summary.mostTextureBytes)) << " of textures, "
-              << readableBytes(static_cast<double>(peakResidentBytes())) << " resident.\n";
+              << summary.mostTilesHeld << " tiles held, " << readableBytes(summary.mostTextureBytes) << " of textures, "
+              << readableBytes(peakResidentBytes()) << " resident.\n";
     if (!options.line.empty()) std::cout << "The line was draped in each frame, always alike.\n";
     printTerrainTiles(*open.model);
 }
@@ -262,8 +263,9 @@ void runFly(const FlyOptions& options)
     checkOptions(options);
     limitPagedLods(options.maxPagedLods); // read when a model is made
     const OpenModel open = openModel(options.model);
-    const CameraPath path = options.path.empty() ? overviewAndLowPass(makeCamera(options.view, open.sight), open.sight)
-                                                 : readCameraPath(options.path);
+    const CameraPath path = options.path.empty()
+                                ? overviewAndLowPass(makeCamera(options.view, open), open.groundExtents)
+                                : readCameraPath(options.path);
     PictureSeries pictures(options, open);
     const FlightSummary summary = fly(options, open, path, pictures);
     if (options.json)
@@ -274,7 +276,7 @@ void runFly(const FlyOptions& options)
 }
 } // namespace
 
-void addFlyCommand(CLI::App& app, int& status)
+void addFlyCommand(CLI::App& app)
 {
     const auto options = std::make_shared<FlyOptions>();
     CLI::App& command = *app.add_subcommand("fly", "fly along a path and tell what each frame loaded and dropped");
@@ -303,11 +305,6 @@ void addFlyCommand(CLI::App& app, int& status)
     addPictureOptions(command, options->view);
     addTimeoutOption(command, options->view);
     addJsonOption(command, options->json);
-    command.callback(
-        [options, &status]
-        {
-            runFly(*options);
-            status = 0;
-        });
+    command.callback([options] { runFly(*options); });
 }
 } // namespace mvgeo::host

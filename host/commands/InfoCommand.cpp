@@ -1,9 +1,10 @@
-#include "Commands.h"
-#include "CommonOptions.h"
-#include "FileFacts.h"
-#include "HostError.h"
-#include "ModelMetadata.h"
-#include "TerrainReport.h"
+#include "commands/Commands.h"
+#include "commands/ModelOptions.h"
+#include "commands/TerrainReport.h"
+#include "common/HostError.h"
+#include "common/ReadableText.h"
+#include "input/FileFacts.h"
+#include "input/ModelMetadata.h"
 
 #include <mvgeothirdparty/FileQueries.h>
 
@@ -65,8 +66,7 @@ void printModel(const OpenModel& open)
     {
         std::cout << ", " << open.input.folder << '\n';
         printRootTiles(open.input.rootFiles);
-        std::cout << "tile files:  " << totals.files << ", " << readableBytes(static_cast<double>(totals.bytes))
-                  << '\n';
+        std::cout << "tile files:  " << totals.files << ", " << readableBytes(totals.bytes) << '\n';
     }
     if (open.extents.valid())
         std::cout << "from:        " << readablePoint(open.extents._min) << '\n'
@@ -121,13 +121,13 @@ const char* kindOf(const FileFacts& facts)
 {
     switch (facts.kind)
     {
-    case FileKind::Folder:
+    case FileKind::folder:
         return "folder";
-    case FileKind::Tile:
+    case FileKind::tile:
         return "tile";
-    case FileKind::Raster:
+    case FileKind::raster:
         return "raster";
-    case FileKind::Other:
+    case FileKind::other:
         break;
     }
     return "file";
@@ -136,8 +136,8 @@ const char* kindOf(const FileFacts& facts)
 Json factsToJson(const FileFacts& facts)
 {
     Json report{{"kind", kindOf(facts)}, {"path", facts.path}, {"name", facts.name}};
-    if (facts.kind != FileKind::Folder) report["bytes"] = facts.bytes;
-    if (facts.kind == FileKind::Other || (facts.kind == FileKind::Tile && !facts.isReadableTile))
+    if (facts.kind != FileKind::folder) report["bytes"] = facts.bytes;
+    if (facts.kind == FileKind::other || (facts.kind == FileKind::tile && !facts.isReadableTile))
         report["content"] = facts.content;
     return report;
 }
@@ -145,17 +145,17 @@ Json factsToJson(const FileFacts& facts)
 /** What belongs to the file and not to the model that it may be. */
 void addFacts(Json& report, const FileFacts& facts)
 {
-    if (facts.kind == FileKind::Tile) report["reads"] = facts.isReadableTile;
+    if (facts.kind == FileKind::tile) report["reads"] = facts.isReadableTile;
     if (facts.raster) report["raster"] = rasterToJson(*facts.raster);
 }
 
 void printFacts(const FileFacts& facts)
 {
-    if (facts.kind == FileKind::Tile) std::cout << "reads:       " << (facts.isReadableTile ? "yes" : "no") << '\n';
+    if (facts.kind == FileKind::tile) std::cout << "reads:       " << (facts.isReadableTile ? "yes" : "no") << '\n';
     if (facts.raster) printRaster(*facts.raster);
 }
 
-void tellModel(const OpenModel& open, const FileFacts* facts, bool asJson)
+void reportModel(const OpenModel& open, const FileFacts* facts, bool asJson)
 {
     if (asJson)
     {
@@ -169,7 +169,7 @@ void tellModel(const OpenModel& open, const FileFacts* facts, bool asJson)
 }
 
 /** A file or folder that is there but is no model. */
-void tellFile(const FileFacts& facts, const std::string& problem, bool asJson)
+void reportFile(const FileFacts& facts, const std::string& problem, bool asJson)
 {
     const bool isDescribed = facts.raster || facts.isReadableTile;
     const std::optional<ModelMetadata> metadata =
@@ -190,7 +190,7 @@ void tellFile(const FileFacts& facts, const std::string& problem, bool asJson)
 
 bool canBeModel(const FileFacts& facts)
 {
-    return facts.kind == FileKind::Folder || facts.kind == FileKind::Raster || facts.isReadableTile;
+    return facts.kind == FileKind::folder || facts.kind == FileKind::raster || facts.isReadableTile;
 }
 
 void runInfo(const InfoOptions& options)
@@ -199,7 +199,7 @@ void runInfo(const InfoOptions& options)
     std::error_code ignored;
     if (options.model.namesRasters() || path.empty() || !std::filesystem::exists(path, ignored))
     {
-        tellModel(openModel(options.model, /*emptyAllowed*/ true), nullptr, options.json);
+        reportModel(openModel(options.model, /*emptyAllowed*/ true), nullptr, options.json);
         return;
     }
     const FileFacts facts = readFileFacts(path);
@@ -209,30 +209,25 @@ void runInfo(const InfoOptions& options)
     {
         if (canBeModel(facts))
         {
-            tellModel(openModel(options.model, /*emptyAllowed*/ true), &facts, options.json);
+            reportModel(openModel(options.model, /*emptyAllowed*/ true), &facts, options.json);
             return;
         }
-        problem = sentenceFor(facts);
+        problem = whyNoModel(facts);
     }
     catch (const HostError& error)
     {
         problem = error.what();
     }
-    tellFile(facts, problem, options.json);
+    reportFile(facts, problem, options.json);
 }
 } // namespace
 
-void addInfoCommand(CLI::App& app, int& status)
+void addInfoCommand(CLI::App& app)
 {
     const auto options = std::make_shared<InfoOptions>();
     CLI::App& command = *app.add_subcommand("info", "tell what a model, or any file or folder, consists of");
     addModelOptions(command, options->model);
     addJsonOption(command, options->json);
-    command.callback(
-        [options, &status]
-        {
-            runInfo(*options);
-            status = 0;
-        });
+    command.callback([options] { runInfo(*options); });
 }
 } // namespace mvgeo::host

@@ -1,9 +1,9 @@
-#include "CommandLineValues.h"
-#include "Commands.h"
-#include "CommonOptions.h"
-#include "HostError.h"
-#include "measure/ResultDrawing.h"
-#include "measure/ResultOutput.h"
+#include "commands/Commands.h"
+#include "commands/ResultOptions.h"
+#include "commands/TileReport.h"
+#include "common/HostError.h"
+#include "common/ReadableText.h"
+#include "common/TextParsing.h"
 #include "measure/ResultText.h"
 #include "measure/ShapeInput.h"
 
@@ -42,7 +42,7 @@ void moveUpWithoutModel(PickOptions& options)
 
 Points pixelsOf(const PickOptions& options)
 {
-    const ViewOptions& view = options.view;
+    const ViewCamera& view = options.view.camera;
     if (!options.from.empty() && !(options.column.empty() && options.row.empty()))
         throw HostError("X, Y and --from are two ways to say the same; give one of them.");
     Points pixels;
@@ -161,26 +161,26 @@ void runPick(const PickOptions& options)
 {
     const Points pixels = pixelsOf(options);
     const std::optional<ResultFormat> format = checkResultOptions(options.result);
-    checkApart({{"--out", options.result.out}, {"--picture", options.result.picture}},
-               inputsOf(options.model, options.from));
+    checkFilesDiffer({{"--out", options.result.out}, {"--picture", options.result.picture}},
+                     inputFilesOf(options.model, options.from));
     const OpenModel open = openModel(options.model);
-    const ViewFrame frame = makeCamera(options.view, open.sight).frame(open.extents);
+    const ViewFrame frame = makeFrame(options.view, open);
     convergeOrFail(*open.model, frame, options.view);
 
     std::vector<PickedPixel> picked = pickAll(*open.model, frame, pixels);
     leaveOutBelow(picked, open.floor);
     if (!options.result.picture.empty()) drawPicture(options, open, frame, picked);
     if (format)
-        writeResult(options.result, *format == ResultFormat::Csv ? toCsv(picked) : toGeoJson(picked, systemOf(open)));
+        writeResult(options.result, *format == ResultFormat::csv ? toCsv(picked) : toGeoJson(picked, systemOf(open)));
     if (options.result.json)
         printJson(reportOf(options, frame, picked));
-    else if (isReportPrinted(options.result))
+    else if (options.result.isReportPrinted())
         printForPeople(options, picked);
     failOnViolations(open.model->tiles());
 }
 } // namespace
 
-void addPickCommand(CLI::App& app, int& status)
+void addPickCommand(CLI::App& app)
 {
     const auto options = std::make_shared<PickOptions>();
     CLI::App& command = *app.add_subcommand("pick", "find the surface under a pixel");
@@ -190,16 +190,12 @@ void addPickCommand(CLI::App& app, int& status)
     command.add_option("--from", options->from, "instead: several pixels, a CSV file of columns and rows")
         ->type_name("FILE");
     addResultOptions(command, options->result);
-    addCameraOptions(command, options->view);
-    addPictureOptions(command, options->view);
-    addOrthoOption(command, options->view);
-    addTimeoutOption(command, options->view);
+    addViewOptions(command, options->view);
     command.callback(
-        [options, &status]
+        [options]
         {
             moveUpWithoutModel(*options);
             runPick(*options);
-            status = 0;
         });
 }
 } // namespace mvgeo::host

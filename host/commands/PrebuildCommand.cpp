@@ -1,14 +1,16 @@
-#include "Commands.h"
-#include "CommonOptions.h"
-#include "HostError.h"
-#include "ProcessMemory.h"
-#include "TerminalProgress.h"
-
-#include "terrain/GdalSession.h"
-#include "terrain/Interruption.h"
+#include "commands/Commands.h"
+#include "commands/ModelOptions.h"
+#include "common/GdalAccess.h"
+#include "common/HostError.h"
+#include "common/Interruption.h"
+#include "common/ProcessMemory.h"
+#include "common/ReadableText.h"
+#include "common/TerminalProgress.h"
 #include "terrain/RasterOverviews.h"
 #include "terrain/TerrainRegions.h"
 #include "terrain/WarpedRaster.h"
+
+#include <cpl_multiproc.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -54,7 +56,7 @@ void checkCacheFolder()
     const fs::path folder = fs::path(temporaryFolder()) / "terrain";
     std::error_code error;
     fs::create_directories(folder, error);
-    const fs::path probe = folder / ("mvgeo-" + std::to_string(processId()) + ".probe");
+    const fs::path probe = folder / ("mvgeo-" + std::to_string(CPLGetCurrentProcessID()) + ".probe");
     const bool writable = static_cast<bool>(std::ofstream(probe) << 'x' << std::flush);
     fs::remove(probe, error);
     if (!writable) throw HostError("Cannot write to the folder of the tile cache, '" + folder.string() + "'.");
@@ -65,7 +67,7 @@ std::vector<std::string> addOverviews(const TerrainPaths& paths)
 {
     std::vector<std::string> done;
     for (const auto& [path, role] :
-         {std::make_pair(paths.dom, RasterRole::Dom), std::make_pair(paths.dem, RasterRole::Dem)})
+         {std::make_pair(paths.dom, RasterRole::dom), std::make_pair(paths.dem, RasterRole::dem)})
     {
         if (path.empty()) continue;
         const RasterFacts raster = readRasterFacts(path, role);
@@ -73,7 +75,7 @@ std::vector<std::string> addOverviews(const TerrainPaths& paths)
         TerminalProgress progress(std::string("overviews of the ") + nameOf(role) + ":");
         const auto show = [&progress](double part)
         {
-            progress.showPart(part);
+            progress.showFraction(part);
             return !Interruption::isRequested();
         };
         if (!buildOverviews(raster, show))
@@ -83,20 +85,20 @@ std::vector<std::string> addOverviews(const TerrainPaths& paths)
     return done;
 }
 
-/** Shows how far the walk is, and ends it when the user wants. */
-class WalkProgress
+/** Shows how far the building is, and ends it when the user wants. */
+class BuildProgress
 {
 public:
-    explicit WalkProgress(const TerrainRegions& regions) : _regions(regions), _line("building:") {}
+    explicit BuildProgress(const TerrainRegions& regions) : _regions(regions), _line("building:") {}
 
     void beginRegion(std::uint64_t index, const GeoMeshStatistics& now)
     {
         _index = index;
         _loadedBefore = now.tilesLoaded;
-        tell(now);
+        report(now);
     }
 
-    void tell(const GeoMeshStatistics& now)
+    void report(const GeoMeshStatistics& now)
     {
         if (Interruption::isRequested())
             throw HostError("Interrupted after " + std::to_string(now.tilesBuilt) +
@@ -104,9 +106,9 @@ public:
                             kExitInterrupted);
         const double inRegion = std::min(1.0, static_cast<double>(now.tilesLoaded - _loadedBefore) /
                                                   static_cast<double>(_regions.filesPerRegion()));
-        _line.showPart((static_cast<double>(_index) + inRegion) / static_cast<double>(_regions.count()),
-                       std::to_string(now.tilesBuilt) + " files built, " + std::to_string(now.tilesFromCache) +
-                           " read");
+        _line.showFraction((static_cast<double>(_index) + inRegion) / static_cast<double>(_regions.count()),
+                           std::to_string(now.tilesBuilt) + " files built, " + std::to_string(now.tilesFromCache) +
+                               " read");
     }
 
 private:
@@ -116,14 +118,14 @@ private:
     std::uint64_t _loadedBefore = 0;
 };
 
-void walk(HostModel& model, const TerrainRegions& regions, const std::pair<double, double>& heights)
+void buildRegions(HostModel& model, const TerrainRegions& regions, const std::pair<double, double>& heights)
 {
-    WalkProgress progress(regions);
-    const auto tell = [&progress](const GeoMeshStatistics& now) { progress.tell(now); };
+    BuildProgress progress(regions);
+    const auto report = [&progress](const GeoMeshStatistics& now) { progress.report(now); };
     for (std::uint64_t i = 0; i < regions.count(); ++i)
     {
         progress.beginRegion(i, model.statistics());
-        if (!model.converge(regions.frame(i, heights), HostModel::Clock::time_point::max(), tell))
+        if (!model.converge(regions.frame(i, heights), HostModel::Clock::time_point::max(), report))
             throw HostError("The terrain never came to rest."); // there is no deadline
     }
 }
@@ -140,13 +142,13 @@ PrebuildResult prebuild(const PrebuildOptions& options)
     if (options.overviews) result.newOverviews = addOverviews(*input.terrain);
 
     const OpenModel open = openModel(options.model);
-    open.model->setTaking(HostModel::Taking::Nothing);
+    open.model->setAcceptedTiles(HostModel::AcceptedTiles::none);
     const RasterFacts* dom = open.terrain->dom ? &open.terrain->dom->used() : nullptr;
     const RasterFacts* dem = open.terrain->dem ? &open.terrain->dem->used() : nullptr;
     const GroundRect root = rootRectOf(dem ? *dem : *dom);
     result.levels = std::min(options.levels, finestLevel(root, dom, dem));
     const TerrainRegions regions(root, result.levels);
-    walk(*open.model, regions, {open.extents.zMin(), open.extents.zMax()});
+    buildRegions(*open.model, regions, {open.extents.zMin(), open.extents.zMax()});
 
     const GeoMeshStatistics statistics = open.model->statistics();
     result.files = regions.fileCount();
@@ -165,7 +167,7 @@ void printForPeople(const PrebuildOptions& options, const PrebuildResult& result
     std::cout << "The cache holds the levels 0 to " << result.levels << ", "
               << result.files - std::min(result.files, result.missing()) << " files: " << result.built << " built, "
               << result.found() << " found; " << readableSeconds(result.seconds) << ", at most "
-              << readableBytes(static_cast<double>(peakResidentBytes())) << " resident.\n";
+              << readableBytes(peakResidentBytes()) << " resident.\n";
     if (result.levels < options.levels) std::cout << "The rasters give no finer level.\n";
     if (result.failed > 0) std::cout << result.failed << " files could not be built; the log tells why.\n";
 }
@@ -195,7 +197,7 @@ void runPrebuild(const PrebuildOptions& options)
 }
 } // namespace
 
-void addPrebuildCommand(CLI::App& app, int& status)
+void addPrebuildCommand(CLI::App& app)
 {
     const auto options = std::make_shared<PrebuildOptions>();
     CLI::App& command = *app.add_subcommand("prebuild", "fill a terrain's tile cache, so that viewing only reads");
@@ -206,11 +208,6 @@ void addPrebuildCommand(CLI::App& app, int& status)
         ->type_name("N");
     command.add_flag("--overviews", options->overviews, "first build overviews of large rasters without them, as .ovr");
     addJsonOption(command, options->json);
-    command.callback(
-        [options, &status]
-        {
-            runPrebuild(*options);
-            status = 0;
-        });
+    command.callback([options] { runPrebuild(*options); });
 }
 } // namespace mvgeo::host

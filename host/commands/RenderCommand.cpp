@@ -1,8 +1,9 @@
-#include "Commands.h"
-#include "CommonOptions.h"
-#include "PictureFile.h"
-#include "SceneRenderer.h"
-#include "SceneStyle.h"
+#include "commands/Commands.h"
+#include "commands/TileReport.h"
+#include "commands/ViewOptions.h"
+#include "common/ReadableText.h"
+#include "view/PictureFile.h"
+#include "view/SceneRenderer.h"
 
 #include <iostream>
 #include <memory>
@@ -23,11 +24,10 @@ struct RenderOptions
 void printForPeople(const RenderOptions& options, const HostModel& model, double seconds)
 {
     const HostTileStore& tiles = model.tiles();
-    std::cout << "Drew " << options.picture << " (" << options.view.width << " x " << options.view.height
+    std::cout << "Drew " << options.picture << " (" << options.view.camera.width << " x " << options.view.camera.height
               << "): " << tiles.visibleIds().size() << " tiles, " << tiles.visibleTriangleCount() << " triangles, "
-              << tiles.textures().textureCount() << " textures of "
-              << readableBytes(static_cast<double>(tiles.textures().byteCount())) << "; converged after "
-              << model.frameCount() << " frames in " << readableSeconds(seconds) << ".\n";
+              << tiles.textures().textureCount() << " textures of " << readableBytes(tiles.textures().byteCount())
+              << "; converged after " << model.frameCount() << " frames in " << readableSeconds(seconds) << ".\n";
     printTerrainTiles(model);
     if (const std::uint64_t failed = model.statistics().tilesFailed)
         std::cout << failed << " tiles could not be read; coarser ones stand in their place.\n";
@@ -60,9 +60,8 @@ void runRender(const RenderOptions& options)
 {
     checkPicturePath(options.picture);
     const OpenModel open = openModel(options.model);
-    const ViewFrame frame = makeCamera(options.view, open.sight).frame(open.extents);
-    const osg::ref_ptr<osg::Group> scene =
-        makePictureScene(*open.model->tiles().scene(), options.view.background, open.look);
+    const ViewFrame frame = makeFrame(options.view, open);
+    const osg::ref_ptr<osg::Group> scene = makeScene(options.view, open);
     SceneRenderer renderer(*scene, frame.width, frame.height);
 
     const auto start = HostModel::Clock::now();
@@ -78,23 +77,15 @@ void runRender(const RenderOptions& options)
 }
 } // namespace
 
-void addRenderCommand(CLI::App& app, int& status)
+void addRenderCommand(CLI::App& app)
 {
     const auto options = std::make_shared<RenderOptions>();
     CLI::App& command = *app.add_subcommand("render", "draw one picture once the view has all its tiles");
     addModelOptions(command, options->model);
     command.add_option("--out", options->picture, "the picture's file")->required()->type_name("FILE");
-    addCameraOptions(command, options->view);
-    addPictureOptions(command, options->view);
-    addOrthoOption(command, options->view);
-    addTimeoutOption(command, options->view);
+    addViewOptions(command, options->view);
     addJsonOption(command, options->json);
     command.add_flag("--list-tiles", options->listTiles, "name the visible tiles too");
-    command.callback(
-        [options, &status]
-        {
-            runRender(*options);
-            status = 0;
-        });
+    command.callback([options] { runRender(*options); });
 }
 } // namespace mvgeo::host

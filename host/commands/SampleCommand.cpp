@@ -1,9 +1,9 @@
-#include "CommandLineValues.h"
-#include "Commands.h"
-#include "HostError.h"
-#include "JsonReport.h"
-#include "TerminalProgress.h"
-
+#include "commands/Commands.h"
+#include "common/HostError.h"
+#include "common/JsonReport.h"
+#include "common/ReadableText.h"
+#include "common/TerminalProgress.h"
+#include "common/TextParsing.h"
 #include "sample/SamplePyramid.h"
 #include "sample/SampleTerrain.h"
 
@@ -22,10 +22,10 @@ namespace
 {
 constexpr const char* kCity = "city";
 constexpr const char* kTerrain = "terrain";
-const std::map<std::string, TextureStorage> kTextures = {{"jpeg", TextureStorage::jpeg},
-                                                         {"ktx2", TextureStorage::etc1s},
-                                                         {"ktx2-uastc", TextureStorage::uastc},
-                                                         {"ktx2-bc", TextureStorage::bc}};
+const std::map<std::string, sample::TextureStorage> kTextures = {{"jpeg", sample::TextureStorage::jpeg},
+                                                                 {"ktx2", sample::TextureStorage::etc1s},
+                                                                 {"ktx2-uastc", sample::TextureStorage::uastc},
+                                                                 {"ktx2-bc", sample::TextureStorage::bc}};
 constexpr int kAnyNumber = 1000000; // the pyramid knows its own limits
 
 struct SampleOptions
@@ -39,30 +39,30 @@ struct SampleOptions
     bool json = false;
 };
 
-SamplePyramidResult writeCity(const SampleOptions& options)
+sample::SamplePyramidResult writeCity(const SampleOptions& options)
 {
     const auto roots = parsePair(options.roots, kAnyNumber);
     if (!roots) throw HostError("--roots: '" + options.roots + "' is not NxM.");
 
-    SamplePyramidOptions pyramid;
+    sample::SamplePyramidOptions pyramid;
     std::tie(pyramid.rootTilesX, pyramid.rootTilesY) = *roots;
     pyramid.levels = options.levels;
     pyramid.seed = options.seed;
     pyramid.textures = kTextures.at(options.textures);
     TerminalProgress progress("building the city:");
-    pyramid.progress = [&progress](double part) { progress.showPart(part); };
-    const SamplePyramidResult result = writeSamplePyramid(options.folder, pyramid);
+    pyramid.progress = [&progress](double part) { progress.showFraction(part); };
+    const sample::SamplePyramidResult result = sample::writeSamplePyramid(options.folder, pyramid);
     if (!result.ok) throw HostError(result.message);
     return result;
 }
 
-SampleTerrainResult writeTerrain(const SampleOptions& options)
+sample::SampleTerrainResult writeTerrain(const SampleOptions& options)
 {
-    SampleTerrainOptions terrain;
+    sample::SampleTerrainOptions terrain;
     terrain.seed = options.seed;
     TerminalProgress progress("raising the mountains:");
-    terrain.progress = [&progress](double part) { progress.showPart(part); };
-    const SampleTerrainResult result = writeSampleTerrain(options.folder, terrain);
+    terrain.progress = [&progress](double part) { progress.showFraction(part); };
+    const sample::SampleTerrainResult result = sample::writeSampleTerrain(options.folder, terrain);
     if (!result.ok) throw HostError(result.message);
     return result;
 }
@@ -71,7 +71,7 @@ SampleTerrainResult writeTerrain(const SampleOptions& options)
 void failIfTerrainExists(const std::string& folder)
 {
     std::error_code ignored;
-    const std::string terrain = sampleTerrainFolder(folder);
+    const std::string terrain = sample::sampleTerrainFolder(folder);
     if (std::filesystem::exists(std::filesystem::u8path(terrain), ignored))
         throw HostError(terrain + " already exists; choose another folder, remove it first, or take --only city");
 }
@@ -84,17 +84,17 @@ void runSample(const SampleOptions& options)
     std::string sentences;
     if (both || options.only == kCity)
     {
-        const SamplePyramidResult city = writeCity(options);
+        const sample::SamplePyramidResult city = writeCity(options);
         report.update({{"dataFolder", city.dataFolder}, {"files", city.files}, {"bytes", city.bytes}});
-        sentences += "Wrote " + std::to_string(city.files) + " tiles, " +
-                     readableBytes(static_cast<double>(city.bytes)) + ", to " + city.dataFolder + '\n';
+        sentences += "Wrote " + std::to_string(city.files) + " tiles, " + readableBytes(city.bytes) + ", to " +
+                     city.dataFolder + '\n';
     }
     if (both || options.only == kTerrain)
     {
-        const SampleTerrainResult terrain = writeTerrain(options);
+        const sample::SampleTerrainResult terrain = writeTerrain(options);
         report["terrain"] = {{"dem", terrain.demFile}, {"dom", terrain.domFile}, {"bytes", terrain.bytes}};
-        sentences += "Wrote a terrain, " + readableBytes(static_cast<double>(terrain.bytes)) + ", to " +
-                     sampleTerrainFolder(options.folder) + '\n';
+        sentences += "Wrote a terrain, " + readableBytes(terrain.bytes) + ", to " +
+                     sample::sampleTerrainFolder(options.folder) + '\n';
     }
     if (options.json)
         printJson(report);
@@ -103,7 +103,7 @@ void runSample(const SampleOptions& options)
 }
 } // namespace
 
-void addSampleCommand(CLI::App& app, int& status)
+void addSampleCommand(CLI::App& app)
 {
     const auto options = std::make_shared<SampleOptions>();
     CLI::App& command = *app.add_subcommand(
@@ -123,12 +123,7 @@ void addSampleCommand(CLI::App& app, int& status)
         ->check(CLI::IsMember(kTextures).description(""))
         ->type_name("jpeg|ktx2|ktx2-uastc|ktx2-bc")
         ->capture_default_str();
-    command.add_flag("--json", options->json, "print the result as JSON");
-    command.callback(
-        [options, &status]
-        {
-            runSample(*options);
-            status = 0;
-        });
+    addJsonOption(command, options->json);
+    command.callback([options] { runSample(*options); });
 }
 } // namespace mvgeo::host

@@ -1,8 +1,7 @@
-#include "Commands.h"
-#include "CommonOptions.h"
-#include "HostError.h"
-#include "JsonReport.h"
-#include "SettingText.h"
+#include "commands/Commands.h"
+#include "commands/SettingText.h"
+#include "common/HostError.h"
+#include "common/JsonReport.h"
 
 #include <mvgeothirdparty/MvRegConfig.h>
 
@@ -101,18 +100,9 @@ void addName(CLI::App& command, const Options& options)
     command.add_option("NAME", options->name, "name of the value; \"\" is the key's own")->required();
 }
 
-void run(CLI::App& command, const Options& options, int& status, void (*work)(const SettingsOptions&))
-{
-    command.callback(
-        [options, &status, work]
-        {
-            work(*options);
-            status = 0;
-        });
-}
 } // namespace
 
-void addSettingsCommand(CLI::App& app, int& status)
+void addSettingsCommand(CLI::App& app)
 {
     CLI::App& settings = *app.add_subcommand("settings", "show and change the user's settings");
     settings.require_subcommand(1);
@@ -122,7 +112,7 @@ void addSettingsCommand(CLI::App& app, int& status)
     addKey(get, options)->required();
     addName(get, options);
     addJsonOption(get, options->json);
-    run(get, options, status, getSetting);
+    get.callback([options] { getSetting(*options); });
 
     CLI::App& set = *settings.add_subcommand("set", "store a setting; keys that are missing are made");
     addKey(set, options)->required();
@@ -131,11 +121,11 @@ void addSettingsCommand(CLI::App& app, int& status)
     set.add_option("--type", options->type, "type of the value")
         ->check(CLI::IsMember(std::vector<std::string>(std::begin(kSettingTypes), std::end(kSettingTypes))))
         ->capture_default_str();
-    run(set, options, status, setSetting);
+    set.callback([options] { setSetting(*options); });
 
     CLI::App& list = *settings.add_subcommand("list", "print what a key holds");
     addKey(list, options);
     addJsonOption(list, options->json);
-    run(list, options, status, listSettings);
+    list.callback([options] { listSettings(*options); });
 }
 } // namespace mvgeo::host

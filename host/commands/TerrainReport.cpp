@@ -1,4 +1,4 @@
-#include "TerrainReport.h"
+#include "commands/TerrainReport.h"
 
 #include <cmath>
 #include <cstdio>

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "JsonReport.h"
-
+#include "common/JsonReport.h"
 #include "terrain/Terrain.h"
 
 namespace mvgeo::host

@@ -1,11 +1,9 @@
-#include "Commands.h"
-#include "CommonOptions.h"
-#include "HostError.h"
-#include "PictureFile.h"
-#include "TerminalProgress.h"
-
-#include "measure/ResultOutput.h"
-#include "sample/TileFile.h"
+#include "commands/Commands.h"
+#include "commands/ResultOptions.h"
+#include "common/HostError.h"
+#include "common/ReadableText.h"
+#include "common/TerminalProgress.h"
+#include "common/WholeFile.h"
 #include "texture/TextureConversion.h"
 #include "texture/TextureReport.h"
 
@@ -27,8 +25,8 @@ namespace mvgeo::host
 namespace
 {
 const std::map<std::string, Transcoding> kTranscodings{
-    {"dxt", Transcoding::Dxt}, {"etc", Transcoding::Etc}, {"rgba", Transcoding::Rgba}};
-const std::map<std::string, Basis> kBases{{"etc1s", Basis::Etc1s}, {"none", Basis::None}, {"uastc", Basis::Uastc}};
+    {"dxt", Transcoding::dxt}, {"etc", Transcoding::etc}, {"rgba", Transcoding::rgba}};
+const std::map<std::string, Basis> kBases{{"etc1s", Basis::etc1s}, {"none", Basis::none}, {"uastc", Basis::uastc}};
 
 struct TextureInfoOptions
 {
@@ -56,13 +54,13 @@ constexpr int kJpegQuality = 90;
 constexpr int kLargestJpegQuality = 100;
 
 /** Prints what can be told of a file, on the way out of an error too. Returns why the rest cannot be told. */
-std::string tellTexture(const std::string& path, const TextureInfoOptions& options, Json& report)
+std::string reportTexture(const std::string& path, const TextureInfoOptions& options, Json& report)
 {
     Json told{{"path", path}};
     std::string problem;
     try
     {
-        const std::string bytes = readWholeFile(path);
+        const std::string bytes = readTextureFile(path);
         const TextureHeader header = parseTextureHeader(bytes, path);
         told = headerToJson(header, bytes.size(), path);
         if (!options.json) printHeader(header, bytes.size(), path);
@@ -80,51 +78,51 @@ std::string tellTexture(const std::string& path, const TextureInfoOptions& optio
     return problem;
 }
 
-int runTextureInfo(const TextureInfoOptions& options)
+void runTextureInfo(const TextureInfoOptions& options)
 {
-    int status = EXIT_SUCCESS;
+    bool isComplete = true;
     Json report{{"files", Json::array()}};
     for (const std::string& path : options.files)
     {
         if (!options.json && &path != &options.files.front()) std::cout << '\n';
-        const std::string problem = tellTexture(path, options, report);
+        const std::string problem = reportTexture(path, options, report);
         if (problem.empty()) continue;
         std::cout.flush();
         std::cerr << "mvgeo: " << problem << '\n';
-        status = EXIT_FAILURE;
+        isComplete = false;
     }
     if (options.json) printJson(report);
-    return status;
+    if (!isComplete) throw CLI::RuntimeError(EXIT_FAILURE);
 }
 
 enum class Target
 {
-    Ktx,
-    Png,
-    Jpeg
+    ktx,
+    png,
+    jpeg
 };
 
 Target targetOf(const std::string& file)
 {
     const std::string extension = osgDB::getLowerCaseFileExtension(file);
-    if (extension == "ktx" || extension == "ktx2") return Target::Ktx;
-    if (extension == "png") return Target::Png;
-    if (extension == "jpg" || extension == "jpeg") return Target::Jpeg;
+    if (extension == "ktx" || extension == "ktx2") return Target::ktx;
+    if (extension == "png") return Target::png;
+    if (extension == "jpg" || extension == "jpeg") return Target::jpeg;
     throw HostError("'" + file + "' does not end in .ktx, .ktx2, .png or .jpg.");
 }
 
 Basis basisOf(const ConvertOptions& options)
 {
-    return options.basis.empty() ? Basis::Etc1s : kBases.at(options.basis);
+    return options.basis.empty() ? Basis::etc1s : kBases.at(options.basis);
 }
 
 void checkKtxOptions(const ConvertOptions& options)
 {
     const Basis basis = basisOf(options);
-    if (basis != Basis::Etc1s && (options.quality || options.level))
+    if (basis != Basis::etc1s && (options.quality || options.level))
         throw HostError("--quality and --level are settings of etc1s; " + options.basis + " has none.");
-    if (basis == Basis::None && options.threads) throw HostError("--threads is for etc1s and uastc only.");
-    if (basis != Basis::None && !options.transcode.empty() && options.transcode != "rgba")
+    if (basis == Basis::none && options.threads) throw HostError("--threads is for etc1s and uastc only.");
+    if (basis != Basis::none && !options.transcode.empty() && options.transcode != "rgba")
         throw HostError("--transcode " + options.transcode +
                         " gives blocks that cannot be encoded again; add --basis none.");
 }
@@ -135,7 +133,7 @@ void checkPictureOptions(const ConvertOptions& options, Target target, const std
         throw HostError("--cube, --basis, --level and --threads are for KTX files, and '" + out + "' is none.");
     if (!options.transcode.empty() && options.transcode != "rgba")
         throw HostError("--transcode " + options.transcode + " gives blocks, which no PNG or JPEG holds.");
-    if (options.quality && target == Target::Png) throw HostError("--quality: a PNG file has no quality to choose.");
+    if (options.quality && target == Target::png) throw HostError("--quality: a PNG file has no quality to choose.");
     if (options.quality.value_or(1) > kLargestJpegQuality) throw HostError("--quality: a JPEG file has 1 to 100.");
     if (options.files.size() > 2) throw HostError("'" + out + "' can hold one picture only; several make a KTX file.");
 }
@@ -146,12 +144,12 @@ Target checkConversion(const ConvertOptions& options)
     if (options.files.size() < 2) throw HostError("Two files are required: one to read and, last, the one to write.");
     const std::string& out = options.files.back();
     const Target target = targetOf(out);
-    checkPlaceOf("texture", out);
+    checkOutputPath(out, "texture");
     std::vector<NamedFile> inputs;
     for (auto file = options.files.begin(); file != options.files.end() - 1; ++file)
         inputs.push_back({"IN", *file});
-    checkApart({{"OUT", out}}, inputs);
-    if (target == Target::Ktx)
+    checkFilesDiffer({{"OUT", out}}, inputs);
+    if (target == Target::ktx)
         checkKtxOptions(options);
     else
         checkPictureOptions(options, target, out);
@@ -166,9 +164,9 @@ struct Input
 
 void addInput(Input& input, const std::string& file, const ConvertOptions& options)
 {
-    const auto transcoding = options.transcode.empty() ? Transcoding::Rgba : kTranscodings.at(options.transcode);
-    const LoadedTexture texture = decodeTexture(readWholeFile(file), file, transcoding);
-    const std::vector<NamedPicture> taken = takePictures(texture, file, options.layer);
+    const auto transcoding = options.transcode.empty() ? Transcoding::rgba : kTranscodings.at(options.transcode);
+    const LoadedTexture texture = decodeTexture(readTextureFile(file), file, transcoding);
+    const std::vector<NamedPicture> taken = selectPictures(texture, file, options.layer);
     const bool isOnly = options.files.size() == 2;
     if (!isOnly && taken.size() > 1)
         throw HostError("'" + file + "' holds " + std::to_string(taken.size()) +
@@ -187,14 +185,14 @@ Input readInputs(const ConvertOptions& options)
     const std::size_t count = options.files.size() - 1;
     for (std::size_t i = 0; i < count; ++i)
     {
-        progress.showPart(static_cast<double>(i) / static_cast<double>(count), options.files[i]);
+        progress.showFraction(static_cast<double>(i) / static_cast<double>(count), options.files[i]);
         addInput(input, options.files[i], options);
     }
     return input;
 }
 
 /** The encoder does not tell how far it is, so the time that it takes is shown. */
-std::string withClock(const std::function<std::string()>& work)
+std::string showElapsedTime(const std::function<std::string()>& work)
 {
     using namespace std::chrono;
     TerminalProgress progress("encoding:");
@@ -213,10 +211,10 @@ std::string makeKtx(const Input& input, const ConvertOptions& options)
     settings.level = options.level.value_or(kEtc1sLevel);
     settings.threads = options.threads.value_or(static_cast<int>(std::max(1U, std::thread::hardware_concurrency())));
     settings.isCubeMap = options.cube || input.isCubeMap;
-    checkTogether(input.pictures, settings.isCubeMap);
+    checkSameShape(input.pictures, settings.isCubeMap);
     const std::vector<osg::ref_ptr<osg::Image>> pictures =
         picturesForKtx(input.pictures, settings.basis, settings.isCubeMap);
-    return withClock([&] { return encodeKtx(pictures, settings, options.files.back()); });
+    return showElapsedTime([&] { return encodeKtx(pictures, settings, options.files.back()); });
 }
 
 std::string makePicture(const Input& input, Target target, const ConvertOptions& options)
@@ -225,25 +223,23 @@ std::string makePicture(const Input& input, Target target, const ConvertOptions&
     if (input.pictures.size() > 1)
         throw HostError("'" + options.files.front() + "' holds " + std::to_string(input.pictures.size()) +
                         " pictures and '" + out + "' can hold one; --layer takes one of them.");
-    const osg::ref_ptr<osg::Image> picture = pictureForFile(input.pictures.front(), target == Target::Png);
-    return encodePicture(*picture, target == Target::Png ? "png" : "jpg", options.quality.value_or(kJpegQuality), out);
+    const osg::ref_ptr<osg::Image> picture = pictureForFile(input.pictures.front(), target == Target::png);
+    return encodePicture(*picture, target == Target::png ? "png" : "jpg", options.quality.value_or(kJpegQuality), out);
 }
 
 void runConvert(const ConvertOptions& options)
 {
     const Target target = checkConversion(options);
     const Input input = readInputs(options);
-    const std::string bytes = target == Target::Ktx ? makeKtx(input, options) : makePicture(input, target, options);
+    const std::string bytes = target == Target::ktx ? makeKtx(input, options) : makePicture(input, target, options);
     const std::string& out = options.files.back();
     const TextureHeader header = parseTextureHeader(bytes, out);
-    const WriteResult result = writeWholeFile(bytes, out);
-    if (!result.ok()) throw HostError("Cannot write the texture: " + result.error + ".");
+    saveFile(bytes, out, "texture");
     if (options.json)
         printJson(headerToJson(header, bytes.size(), out));
     else
         std::cout << "Wrote " << out << ": " << nameOf(header.container) << ", " << sizeText(header) << ", "
-                  << formatText(header) << ", " << header.compression << "; "
-                  << readableBytes(static_cast<double>(bytes.size())) << ".\n";
+                  << formatText(header) << ", " << header.compression << "; " << readableBytes(bytes.size()) << ".\n";
 }
 
 void addTranscodeOption(CLI::App& command, std::string& transcode, const char* help)
@@ -251,14 +247,14 @@ void addTranscodeOption(CLI::App& command, std::string& transcode, const char* h
     command.add_option("--transcode", transcode, help)->check(CLI::IsMember({"dxt", "etc", "rgba"}));
 }
 
-void addInfo(CLI::App& texture, int& status)
+void addInfo(CLI::App& texture)
 {
     const auto options = std::make_shared<TextureInfoOptions>();
     CLI::App& command = *texture.add_subcommand("info", "tell what KTX, KTX 2, PNG and JPEG files hold");
     command.add_option("FILE", options->files, "files to look at, whatever their names end in")->required();
     addTranscodeOption(command, options->transcode, "what a Basis texture is read as [dxt]");
     addJsonOption(command, options->json);
-    command.callback([options, &status] { status = runTextureInfo(*options); });
+    command.callback([options] { runTextureInfo(*options); });
 }
 
 void addEncoderOptions(CLI::App& command, ConvertOptions& options)
@@ -277,7 +273,7 @@ void addEncoderOptions(CLI::App& command, ConvertOptions& options)
         ->check(CLI::Range(1, 256));
 }
 
-void addConvert(CLI::App& texture, int& status)
+void addConvert(CLI::App& texture)
 {
     const auto options = std::make_shared<ConvertOptions>();
     CLI::App& command = *texture.add_subcommand(
@@ -295,20 +291,15 @@ void addConvert(CLI::App& texture, int& status)
     addTranscodeOption(command, options->transcode,
                        "what a Basis texture is read as [rgba]; blocks can be written with --basis none");
     addJsonOption(command, options->json);
-    command.callback(
-        [options, &status]
-        {
-            runConvert(*options);
-            status = EXIT_SUCCESS;
-        });
+    command.callback([options] { runConvert(*options); });
 }
 } // namespace
 
-void addTextureCommand(CLI::App& app, int& status)
+void addTextureCommand(CLI::App& app)
 {
     CLI::App& texture = *app.add_subcommand("texture", "look into texture files and convert them");
     texture.require_subcommand(1);
-    addInfo(texture, status);
-    addConvert(texture, status);
+    addInfo(texture);
+    addConvert(texture);
 }
 } // namespace mvgeo::host

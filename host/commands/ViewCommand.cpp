@@ -1,8 +1,8 @@
-#include "Commands.h"
-#include "CommonOptions.h"
-#include "HostError.h"
-#include "PictureFile.h"
-#include "SceneStyle.h"
+#include "commands/Commands.h"
+#include "commands/TileReport.h"
+#include "commands/ViewOptions.h"
+#include "common/HostError.h"
+#include "view/PictureFile.h"
 
 #include <osg/DisplaySettings>
 #include <osg/GraphicsContext>
@@ -51,8 +51,8 @@ osg::ref_ptr<osg::GraphicsContext> openWindow(const WindowOptions& options, cons
     traits->setUndefinedScreenDetailsToDefaultScreen();
     traits->x = 40;
     traits->y = 40;
-    traits->width = options.view.width;
-    traits->height = options.view.height;
+    traits->width = options.view.camera.width;
+    traits->height = options.view.camera.height;
     traits->windowDecoration = true;
     traits->doubleBuffer = true;
     traits->samples = 4;
@@ -75,7 +75,7 @@ void setUpViewer(osgViewer::Viewer& viewer, const WindowOptions& options, osg::G
 {
     osg::Camera& camera = *viewer.getCamera();
     camera.setGraphicsContext(&window);
-    camera.setViewport(0, 0, options.view.width, options.view.height);
+    camera.setViewport(0, 0, options.view.camera.width, options.view.camera.height);
     camera.setComputeNearFarMode(osg::CullSettings::DO_NOT_COMPUTE_NEAR_FAR);
     camera.setProjectionResizePolicy(osg::Camera::FIXED);
     camera.setCullingMode(osg::CullSettings::VIEW_FRUSTUM_CULLING);
@@ -112,9 +112,8 @@ void runView(const WindowOptions& options)
     if (!options.snapshot.empty()) checkPicturePath(options.snapshot);
     if (options.snapshot.empty() != (options.frames == 0)) throw HostError("--out and --frames go together.");
     const OpenModel open = openModel(options.model);
-    const ViewCamera home = makeCamera(options.view, open.sight);
-    const osg::ref_ptr<osg::Group> scene =
-        makePictureScene(*open.model->tiles().scene(), options.view.background, open.look);
+    const ViewCamera home = makeCamera(options.view, open);
+    const osg::ref_ptr<osg::Group> scene = makeScene(options.view, open);
     const osg::ref_ptr<osg::Image> picture = new osg::Image;
     osgViewer::Viewer viewer;
     const osg::ref_ptr<osg::GraphicsContext> window = openWindow(options, "mvgeo - " + open.input.given);
@@ -136,7 +135,7 @@ void runView(const WindowOptions& options)
 }
 } // namespace
 
-void addViewCommand(CLI::App& app, int& status)
+void addViewCommand(CLI::App& app)
 {
     const auto options = std::make_shared<WindowOptions>();
     CLI::App& command = *app.add_subcommand("view", "look at a model in a window");
@@ -146,11 +145,6 @@ void addViewCommand(CLI::App& app, int& status)
     command.add_option("--frames", options->frames, "close after this many frames")->check(CLI::Range(1, 1000000));
     command.add_option("--out", options->snapshot, "with --frames: draw the last frame into this file")
         ->type_name("FILE");
-    command.callback(
-        [options, &status]
-        {
-            runView(*options);
-            status = 0;
-        });
+    command.callback([options] { runView(*options); });
 }
 } // namespace mvgeo::host

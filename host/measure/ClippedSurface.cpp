@@ -1,4 +1,4 @@
-#include "ClippedSurface.h"
+#include "measure/ClippedSurface.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,11 +11,6 @@ namespace
 osg::Vec3d doubleArea(const osg::Vec3d& a, const osg::Vec3d& b, const osg::Vec3d& c)
 {
     return (b - a) ^ (c - a);
-}
-
-bool isFinite(const osg::Vec3d& point)
-{
-    return std::isfinite(point.x()) && std::isfinite(point.y()) && std::isfinite(point.z());
 }
 } // namespace
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Points.h"
+#include "measure/Points.h"
 
 #include <cstddef>
 #include <optional>
@@ -19,7 +19,7 @@ struct SurfaceFigures
 SurfaceFigures figuresOf(const Points& triangles);
 
 /** Leaves out the triangles that lead below the floor, ground that is not there, and those that are no triangles
- *  because a number is not finite.
- *  @return how much of the former, in plan */
+ * because a number is not finite.
+ * @return how much of the former, in plan */
 double leaveOutBelow(Points& triangles, std::optional<double> floor);
 } // namespace mvgeo::host

@@ -1,6 +1,6 @@
-#include "DrapedLine.h"
+#include "measure/DrapedLine.h"
 
-#include "Stationing.h"
+#include "measure/Stationing.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,16 +9,6 @@ namespace mvgeo::host
 {
 namespace
 {
-double planDistance(const osg::Vec3d& a, const osg::Vec3d& b)
-{
-    return std::hypot(b.x() - a.x(), b.y() - a.y());
-}
-
-bool isFinite(const osg::Vec3d& point)
-{
-    return std::isfinite(point.x()) && std::isfinite(point.y()) && std::isfinite(point.z());
-}
-
 /** The parts of a piece that are ground. */
 std::vector<Points> splitAtFloor(const Points& piece, std::optional<double> floor, double& leftOut)
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Points.h"
+#include "measure/Points.h"
 
 #include <cstddef>
 #include <optional>
@@ -19,7 +19,7 @@ struct DrapedPiece
 };
 
 /** A line and all that lies below and above it, sorted by where it begins. Pieces overlap where surfaces lie above each
- *  other, and leave gaps where there is none. */
+ * other, and leave gaps where there is none. */
 struct DrapedLine
 {
     Points given;
@@ -31,8 +31,8 @@ struct DrapedLine
 };
 
 /** @param given   at least two points
- *  @param pieces  what the library found, in any order
- *  @param floor   what leads below it is left out: ground that is not there */
+ * @param pieces  what the library found, in any order
+ * @param floor   what leads below it is left out: ground that is not there */
 DrapedLine makeDrapedLine(const Points& given, const std::vector<Points>& pieces, std::optional<double> floor);
 
 /** What people want to know; all 0 if there are no pieces. */

@@ -1,7 +1,7 @@
-#include "GeoJsonShapes.h"
+#include "measure/GeoJsonShapes.h"
 
-#include "CommandLineValues.h"
-#include "HostError.h"
+#include "common/HostError.h"
+#include "common/TextParsing.h"
 
 #include <nlohmann/json.hpp>
 

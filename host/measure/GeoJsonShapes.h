@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Points.h"
+#include "measure/Points.h"
 
 #include <string>
 #include <vector>

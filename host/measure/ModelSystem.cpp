@@ -1,6 +1,6 @@
-#include "ModelSystem.h"
+#include "measure/ModelSystem.h"
 
-#include "terrain/GdalSession.h"
+#include "common/GdalAccess.h"
 
 #include <cmath>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "JsonReport.h"
-#include "ModelMetadata.h"
+#include "common/JsonReport.h"
+#include "input/ModelMetadata.h"
 #include "terrain/Terrain.h"
 
 #include <optional>

@@ -1,7 +1,7 @@
-#include "PointTable.h"
+#include "measure/PointTable.h"
 
-#include "CommandLineValues.h"
-#include "HostError.h"
+#include "common/HostError.h"
+#include "common/TextParsing.h"
 
 #include <algorithm>
 #include <optional>

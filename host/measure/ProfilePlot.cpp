@@ -1,8 +1,9 @@
-#include "ProfilePlot.h"
+#include "measure/ProfilePlot.h"
 
-#include "HostError.h"
-#include "PictureFile.h"
-#include "ResultText.h"
+#include "common/HostError.h"
+#include "common/ReadableText.h"
+#include "common/WholeFile.h"
+#include "measure/ResultText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -48,22 +49,20 @@ AxisTicks ticksOfStep(double step, double firstIndex, double lastIndex)
     return ticks;
 }
 
-std::string fixedText(double value, int decimals)
+std::string numberText(double value, int decimals)
 {
-    char text[512]; // a double of any size
-    std::snprintf(text, sizeof text, "%.*f", decimals, value == 0.0 ? 0.0 : value);
-    return text;
+    return fixedText(value == 0.0 ? 0.0 : value, decimals); // no -0
 }
 
 std::string pixels(double value)
 {
-    return fixedText(value, 1);
+    return numberText(value, 1);
 }
 
 /** As it can stand in XML, whatever bytes a file name has. */
 std::string xmlText(const std::string& text)
 {
-    const std::string utf8 = Json::parse(Json(text).dump(-1, ' ', false, Json::error_handler_t::replace));
+    const std::string utf8 = Json::parse(jsonText(text));
     std::string escaped;
     for (const char c : utf8)
         if (c == '&')
@@ -113,10 +112,10 @@ public:
         text += "</g>\n<g font-size=\"12\" fill=\"#333\">\n";
         for (int i = 0; i < _up.count; ++i)
             text +=
-                textAt(kLeft - 8.0, yOf(_up.at(i)) + 4.0, "text-anchor=\"end\"", fixedText(_up.at(i), _up.decimals));
+                textAt(kLeft - 8.0, yOf(_up.at(i)) + 4.0, "text-anchor=\"end\"", numberText(_up.at(i), _up.decimals));
         for (int i = 0; i < _across.count; ++i)
             text += textAt(xOf(distanceAt(i)), kBottom + 18.0, "text-anchor=\"middle\"",
-                           fixedText(_across.at(i), _across.decimals));
+                           numberText(_across.at(i), _across.decimals));
         return text + "</g>\n";
     }
 
@@ -188,7 +187,7 @@ private:
             const double y = std::clamp(yOf(piece.points[i].z()), kTop, kBottom);
             const bool isEnd = i == 0 || i + 1 == piece.points.size();
             if (!isEnd && std::hypot(x - lastX, y - lastY) < kLeastStep) continue;
-            text += (i == 0 ? "M" : " L") + fixedText(x, 2) + " " + fixedText(y, 2);
+            text += (i == 0 ? "M" : " L") + numberText(x, 2) + " " + numberText(y, 2);
             lastX = x;
             lastY = y;
         }
@@ -221,7 +220,7 @@ void checkProfilePath(const std::string& file)
     const std::string extension = std::filesystem::path(file).extension().string();
     if (extension != ".svg" && extension != ".SVG")
         throw HostError("The profile '" + file + "' does not end in .svg: it is drawn as SVG only.");
-    checkPlaceOf("profile", file);
+    checkOutputPath(file, "profile");
 }
 
 std::string makeProfile(const DrapedLine& line, const ModelSystem& system, const std::string& model)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "DrapedLine.h"
-#include "ModelSystem.h"
+#include "measure/DrapedLine.h"
+#include "measure/ModelSystem.h"
 
 #include <string>
 
@@ -28,6 +28,6 @@ AxisTicks ticksAround(double low, double high, int wanted);
 void checkProfilePath(const std::string& file);
 
 /** Distance along the line against height, an SVG document. Every piece is a line of its own, so gaps stay gaps and
- *  surfaces above each other stay apart. @param model  named in the title */
+ * surfaces above each other stay apart. @param model  named in the title */
 std::string makeProfile(const DrapedLine& line, const ModelSystem& system, const std::string& model);
 } // namespace mvgeo::host

@@ -1,7 +1,6 @@
-#include "ResultDrawing.h"
+#include "measure/ResultDrawing.h"
 
-#include "PictureFile.h"
-#include "SceneRenderer.h"
+#include "view/SceneStyle.h"
 
 #include <osg/BlendFunc>
 #include <osg/ColorMask>
@@ -10,7 +9,6 @@
 #include <osg/LineWidth>
 #include <osg/MatrixTransform>
 #include <osg/Point>
-#include <osg/Program>
 #include <osg/Uniform>
 
 namespace mvgeo::host
@@ -57,31 +55,28 @@ osg::Uniform* pullUniform(float pixels, int height)
 
 enum class Pass
 {
-    Depth = 10, // of the surface: no place is tinted twice where one part hides another
-    Tint,
-    Edge,
-    Inside
+    depth = 10, // of the surface: no place is tinted twice where one part hides another
+    tint,
+    edge,
+    inside
 };
 
-osg::ref_ptr<osg::Geometry> makeGeometry(const Points& points, const osg::Vec3d& origin, osg::PrimitiveSet& primitives)
+/** Around the first point, so that the numbers are small. */
+osg::ref_ptr<osg::Node> makeNode(const Points& points, GLenum primitives)
 {
     const osg::ref_ptr<osg::Vec3Array> vertices = new osg::Vec3Array;
     vertices->reserve(points.size());
     for (const osg::Vec3d& point : points)
-        vertices->push_back(osg::Vec3f(point - origin)); // small numbers only
-    osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;
+        vertices->push_back(osg::Vec3f(point - points.front()));
+    const osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;
     geometry->setUseDisplayList(false);
     geometry->setUseVertexBufferObjects(true);
     geometry->setVertexArray(vertices);
-    geometry->addPrimitiveSet(&primitives);
-    return geometry;
-}
-
-osg::ref_ptr<osg::MatrixTransform> placeAt(const osg::Vec3d& origin, osg::Node& node)
-{
-    osg::ref_ptr<osg::MatrixTransform> transform = new osg::MatrixTransform(osg::Matrixd::translate(origin));
-    transform->addChild(&node);
-    return transform;
+    geometry->addPrimitiveSet(new osg::DrawArrays(primitives, 0, static_cast<GLsizei>(points.size())));
+    const osg::ref_ptr<osg::MatrixTransform> node = new osg::MatrixTransform;
+    node->setMatrix(osg::Matrixd::translate(points.front()));
+    node->addChild(geometry);
+    return node;
 }
 
 /** One drawing of the node: after those of lower passes, in a colour and state of its own. */
@@ -99,12 +94,8 @@ osg::StateSet& addPass(osg::Group& scene, osg::Node& node, Pass pass, const osg:
 
 ResultDrawing::ResultDrawing(int height) : _height(height), _scene(new osg::Group)
 {
-    const osg::ref_ptr<osg::Program> program = new osg::Program;
-    program->setName("result");
-    program->addShader(new osg::Shader(osg::Shader::VERTEX, kVertexShader));
-    program->addShader(new osg::Shader(osg::Shader::FRAGMENT, kFragmentShader));
     osg::StateSet& state = *_scene->getOrCreateStateSet();
-    state.setAttributeAndModes(program);
+    state.setAttributeAndModes(makeProgram("result", kVertexShader, kFragmentShader));
     state.addUniform(pullUniform(kLinePull, height));
     state.setMode(GL_LIGHTING, osg::StateAttribute::OFF);
     state.setMode(GL_CULL_FACE, osg::StateAttribute::OFF);
@@ -116,45 +107,30 @@ void ResultDrawing::addLines(const std::vector<Points>& lines)
     for (const Points& line : lines)
     {
         if (line.empty()) continue;
-        const osg::ref_ptr<osg::Geometry> geometry =
-            makeGeometry(line, line.front(), *new osg::DrawArrays(GL_LINE_STRIP, 0, static_cast<GLsizei>(line.size())));
-        const osg::ref_ptr<osg::Node> placed = placeAt(line.front(), *geometry);
-        addPass(*_scene, *placed, Pass::Edge, kDark).setAttribute(new osg::LineWidth(5.0F));
-        addPass(*_scene, *placed, Pass::Inside, kBright).setAttribute(new osg::LineWidth(2.5F));
+        const osg::ref_ptr<osg::Node> node = makeNode(line, GL_LINE_STRIP);
+        addPass(*_scene, *node, Pass::edge, kDark).setAttribute(new osg::LineWidth(5.0F));
+        addPass(*_scene, *node, Pass::inside, kBright).setAttribute(new osg::LineWidth(2.5F));
     }
 }
 
 void ResultDrawing::addTriangles(const Points& triangles)
 {
     if (triangles.empty()) return;
-    const osg::ref_ptr<osg::Geometry> geometry = makeGeometry(
-        triangles, triangles.front(), *new osg::DrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(triangles.size())));
-    const osg::ref_ptr<osg::Node> placed = placeAt(triangles.front(), *geometry);
-    placed->getOrCreateStateSet()->addUniform(pullUniform(kTintPull, _height));
-    osg::StateSet& depth = addPass(*_scene, *placed, Pass::Depth, kTint);
+    const osg::ref_ptr<osg::Node> node = makeNode(triangles, GL_TRIANGLES);
+    node->getOrCreateStateSet()->addUniform(pullUniform(kTintPull, _height));
+    osg::StateSet& depth = addPass(*_scene, *node, Pass::depth, kTint);
     depth.setAttribute(new osg::ColorMask(false, false, false, false));
     depth.setAttributeAndModes(new osg::Depth(osg::Depth::LEQUAL, 0.0, 1.0, true));
-    addPass(*_scene, *placed, Pass::Tint, kTint)
+    addPass(*_scene, *node, Pass::tint, kTint)
         .setAttributeAndModes(new osg::BlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA));
 }
 
 void ResultDrawing::addPoints(const Points& points)
 {
     if (points.empty()) return;
-    const osg::ref_ptr<osg::Geometry> geometry =
-        makeGeometry(points, points.front(), *new osg::DrawArrays(GL_POINTS, 0, static_cast<GLsizei>(points.size())));
-    const osg::ref_ptr<osg::Node> placed = placeAt(points.front(), *geometry);
-    placed->getOrCreateStateSet()->addUniform(pullUniform(kDotPull, _height));
-    addPass(*_scene, *placed, Pass::Edge, kDark).setAttribute(new osg::Point(13.0F));
-    addPass(*_scene, *placed, Pass::Inside, kBright).setAttribute(new osg::Point(8.0F));
-}
-
-void writeResultPicture(const OpenModel& open, const ViewFrame& frame, const ViewOptions& view,
-                        const ResultDrawing& drawing, const std::string& file)
-{
-    const osg::ref_ptr<osg::Group> scene = makePictureScene(*open.model->tiles().scene(), view.background, open.look);
-    scene->addChild(&drawing.scene());
-    SceneRenderer renderer(*scene, frame.width, frame.height);
-    writePicture(renderer.draw(frame), file);
+    const osg::ref_ptr<osg::Node> node = makeNode(points, GL_POINTS);
+    node->getOrCreateStateSet()->addUniform(pullUniform(kDotPull, _height));
+    addPass(*_scene, *node, Pass::edge, kDark).setAttribute(new osg::Point(13.0F));
+    addPass(*_scene, *node, Pass::inside, kBright).setAttribute(new osg::Point(8.0F));
 }
 } // namespace mvgeo::host

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "DrapedLine.h"
-#include "commands/CommonOptions.h"
+#include "measure/Points.h"
 
 #include <osg/Group>
 
@@ -12,7 +11,7 @@ namespace mvgeo::host
 {
 /** What a command found, as a scene that is drawn over the model's.
  *
- *  Everything lies a few pixels in front of where it is, seen from the eye, because it belongs to the finest tiles
+ * Everything lies a few pixels in front of where it is, seen from the eye, because it belongs to the finest tiles
  * while the picture may show coarser ones; what stands in front of it hides it all the same. */
 class ResultDrawing
 {
@@ -33,8 +32,4 @@ private:
     int _height;
     osg::ref_ptr<osg::Group> _scene;
 };
-
-/** Draws the model as it is loaded, and the result over it. Throws HostError. */
-void writeResultPicture(const OpenModel& open, const ViewFrame& frame, const ViewOptions& view,
-                        const ResultDrawing& drawing, const std::string& file);
 } // namespace mvgeo::host

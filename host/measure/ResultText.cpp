@@ -1,4 +1,6 @@
-#include "ResultText.h"
+#include "measure/ResultText.h"
+
+#include "common/ReadableText.h"
 
 #include <charconv>
 #include <cstdio>
@@ -34,12 +36,6 @@ Json inSpace(double value, const ModelSystem& system)
     return system.isMetric() ? Json(value) : Json(nullptr);
 }
 
-/** Bytes that are not UTF-8 become replacement characters. */
-std::string oneLine(const Json& json)
-{
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
 /** A collection, one feature a line. Geometries are written at once: as values they would take ten times the memory. */
 class FeatureText
 {
@@ -47,9 +43,9 @@ public:
     explicit FeatureText(const ModelSystem& system) : _text("{\"type\":\"FeatureCollection\",\n")
     {
         if (const Json about = toJson(system); !about.is_null())
-            _text += "\"coordinateSystem\":" + oneLine(about) + ",\n";
+            _text += "\"coordinateSystem\":" + jsonText(about) + ",\n";
         if (!system.urn.empty())
-            _text += "\"crs\":" + oneLine({{"type", "name"}, {"properties", {{"name", system.urn}}}}) + ",\n";
+            _text += "\"crs\":" + jsonText({{"type", "name"}, {"properties", {{"name", system.urn}}}}) + ",\n";
         _text += "\"features\":[";
     }
 
@@ -58,7 +54,7 @@ public:
     void add(const Json& properties, Append appendGeometry)
     {
         _text += _isEmpty ? "\n" : ",\n";
-        _text += "{\"type\":\"Feature\",\"properties\":" + oneLine(properties) + ",\"geometry\":";
+        _text += "{\"type\":\"Feature\",\"properties\":" + jsonText(properties) + ",\"geometry\":";
         appendGeometry(_text);
         _text += '}';
         _isEmpty = false;
@@ -112,13 +108,6 @@ void appendNumber(std::string& text, double value)
     char digits[32];
     const auto end = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::general, kDigits).ptr;
     text.append(digits, end);
-}
-
-std::string readableLength(double value, const std::string& unit)
-{
-    char text[512]; // a double of any size in fixed notation
-    std::snprintf(text, sizeof text, unit == "degrees" ? "%.6f " : "%.2f ", value);
-    return text + unit;
 }
 
 std::string readableArea(double value, const ModelSystem& system)

@@ -1,9 +1,10 @@
 #pragma once
 
-#include "ClippedSurface.h"
-#include "DrapedLine.h"
-#include "JsonReport.h"
-#include "ModelSystem.h"
+#include "common/JsonReport.h"
+#include "common/ReadableText.h"
+#include "measure/ClippedSurface.h"
+#include "measure/DrapedLine.h"
+#include "measure/ModelSystem.h"
 
 #include <optional>
 #include <string>
@@ -22,9 +23,6 @@ struct PickedPixel
 
 /** Adds a number with 12 significant digits: a hundredth of a millimetre at 4e6 m. */
 void appendNumber(std::string& text, double value);
-
-/** "1234.50 m": two digits after the point, more for degrees. */
-std::string readableLength(double value, const std::string& unit);
 
 /** Two digits after the point; six significant digits of square degrees. */
 std::string readableArea(double value, const ModelSystem& system);

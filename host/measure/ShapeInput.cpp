@@ -1,15 +1,15 @@
-#include "ShapeInput.h"
+#include "measure/ShapeInput.h"
 
-#include "GeoJsonShapes.h"
-#include "HostError.h"
-#include "PointTable.h"
+#include "common/HostError.h"
+#include "common/TextParsing.h"
+#include "common/WholeFile.h"
+#include "measure/GeoJsonShapes.h"
+#include "measure/PointTable.h"
 
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <limits>
-#include <sstream>
 
 namespace fs = std::filesystem;
 
@@ -33,16 +33,13 @@ std::string readText(const std::string& file)
     const std::uintmax_t size = fs::file_size(file, error);
     if (error || size > kMaxFileBytes)
         throw HostError("The file '" + file + "' is larger than " + std::to_string(kMaxFileBytes >> 20) + " MB.");
-    std::ifstream stream(file, std::ios::binary);
-    std::ostringstream content;
-    if (size > 0) content << stream.rdbuf();
-    if (!stream) throw HostError("Cannot read the file '" + file + "'.");
-    std::string text = content.str();
-    if (text.rfind("\xFF\xFE", 0) == 0 || text.rfind("\xFE\xFF", 0) == 0)
+    std::optional<std::string> text = readWholeFile(file);
+    if (!text) throw HostError("Cannot read the file '" + file + "'.");
+    if (startsWith(*text, "\xFF\xFE") || startsWith(*text, "\xFE\xFF"))
         throw HostError("The file '" + file + "' is UTF-16 text; save it as UTF-8.");
-    if (text.rfind("\xEF\xBB\xBF", 0) == 0) text.erase(0, 3); // the mark that some editors put before UTF-8
-    if (text.find_first_not_of(" \t\r\n") == std::string::npos) throw HostError("The file '" + file + "' is empty.");
-    return text;
+    if (startsWith(*text, "\xEF\xBB\xBF")) text->erase(0, 3); // the mark that some editors put before UTF-8
+    if (text->find_first_not_of(" \t\r\n") == std::string::npos) throw HostError("The file '" + file + "' is empty.");
+    return *text;
 }
 
 bool isJson(const std::string& text, const std::string& file)
@@ -79,7 +76,7 @@ void checkLine(const Points& line)
     checkCoordinates(line);
     double length = 0.0;
     for (std::size_t i = 1; i < line.size(); ++i)
-        length += std::hypot(line[i].x() - line[i - 1].x(), line[i].y() - line[i - 1].y());
+        length += planDistance(line[i - 1], line[i]);
     if (length == 0.0) throw HostError("All points of a line are one place: nothing would be draped.");
     if (length < kShortestLine) throw HostError("A line is shorter than 1e-6: nothing would be draped.");
 }

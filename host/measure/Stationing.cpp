@@ -1,4 +1,4 @@
-#include "Stationing.h"
+#include "measure/Stationing.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,11 +10,6 @@ namespace
 {
 constexpr std::size_t kSegmentsPerLeaf = 8;
 constexpr std::size_t kLookAhead = 3; // segments: short ones may hold no point of a piece
-
-double planDistance(const osg::Vec3d& a, const osg::Vec3d& b)
-{
-    return std::hypot(b.x() - a.x(), b.y() - a.y());
-}
 
 double planDistance(const osg::BoundingBoxd& box, const osg::Vec3d& point)
 {
@@ -46,7 +41,7 @@ Stationing::Stationing(const Points& line) : _line(line), _corners{0.0}
     _corners.reserve(line.size());
     for (std::size_t i = 1; i < line.size(); ++i)
         _corners.push_back(_corners.back() + planDistance(line[i - 1], line[i]));
-    fillBoxes(0, 0, segmentCount());
+    buildBoxes(0, 0, segmentCount());
 }
 
 std::vector<Stationing::Stretch> Stationing::along(const Points& piece) const
@@ -106,7 +101,7 @@ double Stationing::misfit(std::size_t segment, const osg::Vec3d& from, const osg
 std::size_t Stationing::segmentOf(const osg::Vec3d& from, const osg::Vec3d& to) const
 {
     Search wanted{from, to};
-    lookInto(wanted, 0, 0, segmentCount());
+    searchNode(wanted, 0, 0, segmentCount());
     return wanted.best;
 }
 
@@ -118,7 +113,7 @@ std::size_t Stationing::followingSegment(std::size_t segment, const osg::Vec3d& 
     return segmentOf(from, to);
 }
 
-osg::BoundingBoxd Stationing::fillBoxes(std::size_t node, std::size_t first, std::size_t last)
+osg::BoundingBoxd Stationing::buildBoxes(std::size_t node, std::size_t first, std::size_t last)
 {
     osg::BoundingBoxd box;
     if (last - first <= kSegmentsPerLeaf)
@@ -126,15 +121,15 @@ osg::BoundingBoxd Stationing::fillBoxes(std::size_t node, std::size_t first, std
             box.expandBy(_line[i]);
     else
     {
-        box.expandBy(fillBoxes(2 * node + 1, first, middleOf(first, last)));
-        box.expandBy(fillBoxes(2 * node + 2, middleOf(first, last), last));
+        box.expandBy(buildBoxes(2 * node + 1, first, middleOf(first, last)));
+        box.expandBy(buildBoxes(2 * node + 2, middleOf(first, last), last));
     }
     if (node >= _boxes.size()) _boxes.resize(node + 1);
     return _boxes[node] = box;
 }
 
 /** Boxes that are farther from the two points than the best segment are not looked into. */
-void Stationing::lookInto(Search& search, std::size_t node, std::size_t first, std::size_t last) const
+void Stationing::searchNode(Search& search, std::size_t node, std::size_t first, std::size_t last) const
 {
     const auto leastIn = [&](std::size_t child)
     { return planDistance(_boxes[child], search.from) + planDistance(_boxes[child], search.to); };
@@ -152,8 +147,8 @@ void Stationing::lookInto(Search& search, std::size_t node, std::size_t first, s
     }
     const std::size_t middle = middleOf(first, last);
     const bool isSecondNearer = leastIn(2 * node + 2) < leastIn(2 * node + 1);
-    if (isSecondNearer) lookInto(search, 2 * node + 2, middle, last);
-    lookInto(search, 2 * node + 1, first, middle);
-    if (!isSecondNearer) lookInto(search, 2 * node + 2, middle, last);
+    if (isSecondNearer) searchNode(search, 2 * node + 2, middle, last);
+    searchNode(search, 2 * node + 1, first, middle);
+    if (!isSecondNearer) searchNode(search, 2 * node + 2, middle, last);
 }
 } // namespace mvgeo::host

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Points.h"
+#include "measure/Points.h"
 
 #include <osg/BoundingBox>
 
@@ -45,8 +45,8 @@ private:
     [[nodiscard]] double misfit(std::size_t segment, const osg::Vec3d& from, const osg::Vec3d& to) const;
     [[nodiscard]] std::size_t segmentOf(const osg::Vec3d& from, const osg::Vec3d& to) const;
     [[nodiscard]] std::size_t followingSegment(std::size_t segment, const osg::Vec3d& from, const osg::Vec3d& to) const;
-    osg::BoundingBoxd fillBoxes(std::size_t node, std::size_t first, std::size_t last);
-    void lookInto(Search& search, std::size_t node, std::size_t first, std::size_t last) const;
+    osg::BoundingBoxd buildBoxes(std::size_t node, std::size_t first, std::size_t last);
+    void searchNode(Search& search, std::size_t node, std::size_t first, std::size_t last) const;
 
     const Points& _line;
     std::vector<double> _corners;

@@ -1,7 +1,7 @@
-#include "RasterFacts.h"
+#include "terrain/RasterFacts.h"
 
-#include "GdalSession.h"
-#include "HostError.h"
+#include "common/GdalAccess.h"
+#include "common/HostError.h"
 
 #include <algorithm>
 #include <cmath>
@@ -79,7 +79,7 @@ std::vector<std::pair<int, int>> overviewsOf(GDALRasterBand& band)
 }
 
 /** The band, or if it is large its smallest overview that still shows single mountains. Averages of much larger squares
- *  would cut the peaks off. */
+ * would cut the peaks off. */
 GDALRasterBand& sampleOf(GDALRasterBand& band)
 {
     GDALRasterBand* best = &band;
@@ -123,7 +123,7 @@ bool RasterFacts::isNorthUp() const
 
 const char* nameOf(RasterRole role)
 {
-    return role == RasterRole::Dom ? "DOM" : "DEM";
+    return role == RasterRole::dom ? "DOM" : "DEM";
 }
 
 RasterFacts readRasterFacts(const std::string& path, RasterRole role)
@@ -135,7 +135,7 @@ RasterFacts readRasterFacts(const std::string& path, RasterRole role)
     RasterFacts facts = factsOf(*dataset, path);
     if (dataset->GetGeoTransform(facts.transform.data()) != CE_None)
         throw HostError("The " + name + " '" + path + "' has no georeferencing: the place of its pixels is unknown.");
-    if (role == RasterRole::Dem && !canBeHeights(facts.type))
+    if (role == RasterRole::dem && !canBeHeights(facts.type))
         throw HostError("The DEM '" + path + "' holds values of type " + GDALGetDataTypeName(facts.type) +
                         "; heights must be 16- or 32-bit integers or floating-point numbers.");
     return facts;
@@ -155,7 +155,7 @@ std::optional<RasterRole> guessRole(const std::string& path)
     if (!dataset || dataset->GetRasterCount() == 0) return std::nullopt;
     GDALRasterBand& band = *dataset->GetRasterBand(1);
     const bool isPicture = dataset->GetRasterCount() >= 3 || band.GetRasterDataType() == GDT_Byte;
-    return isPicture ? RasterRole::Dom : RasterRole::Dem;
+    return isPicture ? RasterRole::dom : RasterRole::dem;
 }
 
 std::optional<std::pair<double, double>> valueRange(const std::string& path)

@@ -39,8 +39,8 @@ struct RasterFacts
 
 enum class RasterRole
 {
-    Dom,
-    Dem
+    dom,
+    dem
 };
 /** "DOM" or "DEM". */
 const char* nameOf(RasterRole role);
@@ -53,7 +53,7 @@ RasterFacts readRasterFacts(const std::string& path, RasterRole role);
 std::string absolutePath(const std::string& path);
 
 /** The role of a raster that was given alone; empty if GDAL cannot read it. One band of numbers is heights; bytes and
- *  several bands are a picture. */
+ * several bands are a picture. */
 std::optional<RasterRole> guessRole(const std::string& path);
 
 /** The lowest and highest value of band 1, of a sample of a large raster; empty if there is none. */

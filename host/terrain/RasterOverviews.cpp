@@ -1,8 +1,9 @@
-#include "RasterOverviews.h"
+#include "terrain/RasterOverviews.h"
 
-#include "GdalSession.h"
-#include "HostError.h"
-#include "ProcessMemory.h"
+#include "common/GdalAccess.h"
+#include "common/HostError.h"
+
+#include <cpl_multiproc.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -21,7 +22,7 @@ class OverviewDraft
 {
 public:
     explicit OverviewDraft(const RasterFacts& raster)
-        : _final(raster.path + ".ovr"), _copy(raster.path + "." + std::to_string(processId()) + ".vrt")
+        : _final(raster.path + ".ovr"), _copy(raster.path + "." + std::to_string(CPLGetCurrentProcessID()) + ".vrt")
     {
     }
     ~OverviewDraft()
@@ -62,7 +63,7 @@ struct ProgressRelay
     const std::function<bool(double)>& progress;
     bool isStopped = false;
 
-    static int CPL_STDCALL tell(double part, const char*, void* relay)
+    static int CPL_STDCALL report(double part, const char*, void* relay)
     {
         auto& self = *static_cast<ProgressRelay*>(relay);
         if (!self.progress(part)) self.isStopped = true;
@@ -72,7 +73,7 @@ struct ProgressRelay
 
 /** GDAL's writer of overviews does not survive every full disk, so the room is looked for first. A pyramid has a third
  * of the raster's pixels; twice that leaves room for what other programs write meanwhile. */
-void checkRoom(const RasterFacts& raster, GDALDataset& dataset)
+void checkDiskSpace(const RasterFacts& raster, GDALDataset& dataset)
 {
     double bytesPerPixel = 0.0;
     for (int band = 1; band <= dataset.GetRasterCount(); ++band)
@@ -115,10 +116,10 @@ bool buildOverviews(const RasterFacts& raster, const std::function<bool(double)>
     ProgressRelay relay{progress};
     {
         const GDALDatasetUniquePtr copy = openRaster(draft.copy());
-        if (copy) checkRoom(raster, *copy);
+        if (copy) checkDiskSpace(raster, *copy);
         const char* method = raster.hasPalette ? "NEAREST" : "AVERAGE"; // no colour lies between two numbers
         const bool done = copy && copy->BuildOverviews(method, static_cast<int>(factors.size()), factors.data(), 0,
-                                                       nullptr, ProgressRelay::tell, &relay) == CE_None;
+                                                       nullptr, ProgressRelay::report, &relay) == CE_None;
         if (relay.isStopped) return false;
         if (!done) fail(raster);
     }

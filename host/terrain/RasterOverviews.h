@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RasterFacts.h"
+#include "terrain/RasterFacts.h"
 
 #include <functional>
 
@@ -13,8 +13,8 @@ bool wantsOverviews(const RasterFacts& raster);
 std::vector<int> overviewFactors(int width, int height);
 
 /** Builds averaged overviews into a file of their own beside the raster, which stays as it is. They get their name when
- *  they are complete: an interruption leaves none.
- *  @param progress  told the part done, 0 to 1; false stops it
- *  @return false if it was stopped. Throws HostError if the overviews cannot be built. */
+ * they are complete: an interruption leaves none.
+ * @param progress  told the part done, 0 to 1; false stops it
+ * @return false if it was stopped. Throws HostError if the overviews cannot be built. */
 [[nodiscard]] bool buildOverviews(const RasterFacts& raster, const std::function<bool(double)>& progress);
 } // namespace mvgeo::host

@@ -1,8 +1,8 @@
-#include "Terrain.h"
+#include "terrain/Terrain.h"
 
-#include "HostError.h"
-#include "WarpPlan.h"
-#include "WarpedRaster.h"
+#include "common/HostError.h"
+#include "terrain/WarpPlan.h"
+#include "terrain/WarpedRaster.h"
 
 namespace mvgeo::host
 {
@@ -60,14 +60,14 @@ Terrain prepareTerrain(const TerrainPaths& paths, bool mayWarp)
 {
     if (paths.dom.empty() && paths.dem.empty()) throw HostError("Neither a DOM nor a DEM is named.");
     Terrain terrain;
-    terrain.dom = readRaster(paths.dom, RasterRole::Dom);
-    terrain.dem = readRaster(paths.dem, RasterRole::Dem);
+    terrain.dom = readRaster(paths.dom, RasterRole::dom);
+    terrain.dem = readRaster(paths.dem, RasterRole::dem);
     if (mayWarp)
     {
         WarpPlan plan = planWarp(sourceOf(terrain.dom), sourceOf(terrain.dem));
         if (plan.warpsDom || hasSeparator(terrain.dom))
-            warp(*terrain.dom, RasterRole::Dom, plan.domSystem, plan.target);
-        if (plan.warpsDem) warp(*terrain.dem, RasterRole::Dem, plan.demSystem, plan.target);
+            warp(*terrain.dom, RasterRole::dom, plan.domSystem, plan.target);
+        if (plan.warpsDem) warp(*terrain.dem, RasterRole::dem, plan.demSystem, plan.target);
         terrain.notes = std::move(plan.notes);
     }
     else

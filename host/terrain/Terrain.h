@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RasterFacts.h"
+#include "terrain/RasterFacts.h"
 
 #include <optional>
 #include <string>
@@ -42,7 +42,7 @@ struct Terrain
 };
 
 /** Reads the rasters and warps them where their systems differ or are in degrees.
- *  @param mayWarp  false: they are taken as they are
- *  Throws HostError. */
+ * @param mayWarp  false: they are taken as they are
+ * Throws HostError. */
 Terrain prepareTerrain(const TerrainPaths& paths, bool mayWarp);
 } // namespace mvgeo::host

@@ -1,4 +1,4 @@
-#include "TerrainRegions.h"
+#include "terrain/TerrainRegions.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,7 +13,7 @@ constexpr int kPixelsPerTile = 256;
 constexpr double kDivideAtPixels = 512.0;
 
 constexpr int kLevelsPerRegion = 4; // 341 tiles
-constexpr int kFinestThinkable = 30;
+constexpr int kMostLevels = 30;
 
 // So far inside the region's edge does the view end, in tiles of the last level but one. The spheres of the tiles at
 // the edge, which the library culls by, still come into view; those of the neighbours, which reach over it by a fifth
@@ -49,11 +49,11 @@ int finestLevel(const GroundRect& root, const RasterFacts* dom, const RasterFact
 {
     double width = root.width();
     double height = root.height();
-    for (int level = 0; level < kFinestThinkable; ++level, width /= 2.0, height /= 2.0)
+    for (int level = 0; level < kMostLevels; ++level, width /= 2.0, height /= 2.0)
         if (isExhausted(dom, width / (kPixelsPerTile - 1), height / (kPixelsPerTile - 1)) &&
             isExhausted(dem, width / (kPostsPerTile - 1), height / (kPostsPerTile - 1)))
             return level + 1; // its children are the end
-    return kFinestThinkable;
+    return kMostLevels;
 }
 
 TerrainRegions::TerrainRegions(const GroundRect& root, int lastLevel)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "RasterFacts.h"
-#include "ViewCamera.h"
+#include "terrain/RasterFacts.h"
+#include "view/ViewCamera.h"
 
 #include <cstdint>
 #include <utility>
@@ -25,11 +25,11 @@ struct GroundRect
 GroundRect rootRectOf(const RasterFacts& leading);
 
 /** The finest level of tiles that the rasters give: a tile is divided while half its sampling step is no finer than the
- *  pixels of one of them. Either may be null. */
+ * pixels of one of them. Either may be null. */
 int finestLevel(const GroundRect& root, const RasterFacts* dom, const RasterFacts* dem);
 
 /** How the levels 0 to `lastLevel` of a pyramid are walked through region by region, so that however many tiles there
- *  are, few have to be held: a region is the part of the pyramid below one tile, at most four levels deep. */
+ * are, few have to be held: a region is the part of the pyramid below one tile, at most four levels deep. */
 class TerrainRegions
 {
 public:
@@ -45,8 +45,8 @@ public:
     [[nodiscard]] GroundRect rect(std::uint64_t index) const;
 
     /** Looks straight down on a region, at a scale at which the level before the last is divided and the last is not.
-     *  Around it as little as possible comes into view.
-     *  @param heights  lowest and highest place, roughly */
+     * Around it as little as possible comes into view.
+     * @param heights  lowest and highest place, roughly */
     [[nodiscard]] ViewFrame frame(std::uint64_t index, const std::pair<double, double>& heights) const;
 
 private:

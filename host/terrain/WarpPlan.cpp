@@ -1,6 +1,6 @@
-#include "WarpPlan.h"
+#include "terrain/WarpPlan.h"
 
-#include "GdalSession.h"
+#include "common/GdalAccess.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,7 +20,7 @@ double wrappedLongitude(double degrees)
     return degrees - 360.0 * std::floor((degrees + 180.0) / 360.0);
 }
 
-void assumeTheOthers(const RasterFacts& without, const RasterFacts& with, WarpPlan& plan)
+void noteAssumedSystem(const RasterFacts& without, const RasterFacts& with, WarpPlan& plan)
 {
     plan.notes.push_back("'" + without.path + "' names no coordinate system; taken to be in that of '" + with.path +
                          "', " + describe(*with.srs) + ".");
@@ -81,9 +81,9 @@ WarpPlan planWarp(const RasterFacts* dom, const RasterFacts* dem)
     if (dom && dem && dom->srs.has_value() != dem->srs.has_value())
     {
         if (dom->srs)
-            assumeTheOthers(*dem, *dom, plan);
+            noteAssumedSystem(*dem, *dom, plan);
         else
-            assumeTheOthers(*dom, *dem, plan);
+            noteAssumedSystem(*dom, *dem, plan);
         (dom->srs ? plan.demSystem : plan.domSystem) = dom->srs ? dom->srs : dem->srs;
     }
     const RasterFacts* leading = dem ? dem : dom;

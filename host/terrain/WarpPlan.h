@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RasterFacts.h"
+#include "terrain/RasterFacts.h"
 
 #include <optional>
 #include <string>
@@ -23,7 +23,7 @@ struct WarpPlan
 };
 
 /** The DEM's system counts, or its UTM zone's if it is in degrees; a DOM alone stands in for it. A raster that is not
- *  north-up is warped too. Either may be null. */
+ * north-up is warped too. Either may be null. */
 WarpPlan planWarp(const RasterFacts* dom, const RasterFacts* dem);
 
 /** The system in metres for a raster in degrees: the UTM zone of its centre, polar stereographic beyond 84 degrees

@@ -1,9 +1,8 @@
-#include "WarpedRaster.h"
+#include "terrain/WarpedRaster.h"
 
-#include "GdalSession.h"
-#include "HostError.h"
-#include "PictureFile.h"
-#include "sample/TileFile.h"
+#include "common/GdalAccess.h"
+#include "common/HostError.h"
+#include "common/WholeFile.h"
 
 #include <cpl_string.h>
 #include <cpl_vsi.h>
@@ -15,11 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iomanip>
-#include <iterator>
 #include <limits>
-#include <locale>
 #include <memory>
 #include <sstream>
 
@@ -70,7 +65,7 @@ const char* outsideValue(GDALDataType type)
 
 void addNoDataOptions(CPLStringList& options, const RasterFacts& source, RasterRole role)
 {
-    if (role == RasterRole::Dom)
+    if (role == RasterRole::dom)
     {
         options.AddString("-dstnodata").AddString("none").AddString("-wo").AddString("INIT_DEST=0");
         return;
@@ -91,7 +86,7 @@ struct Rectangle
 };
 
 /** The largest upright rectangle that the warped raster fills between its bent edges; the wedges outside it would be
- *  ground without data. Empty if that would cost more than a tenth of it, or cannot be told. */
+ * ground without data. Empty if that would cost more than a tenth of it, or cannot be told. */
 std::optional<Rectangle> filledRectangle(const RasterFacts& source, const OGRSpatialReference& own,
                                          const OGRSpatialReference& target)
 {
@@ -123,13 +118,6 @@ std::optional<Rectangle> filledRectangle(const RasterFacts& source, const OGRSpa
     return inner;
 }
 
-std::string exactText(double number)
-{
-    char text[32];
-    CPLsnprintf(text, sizeof text, "%.17g", number);
-    return text;
-}
-
 CPLStringList warpOptions(const RasterFacts& source, RasterRole role, const std::optional<OGRSpatialReference>& own,
                           const std::optional<OGRSpatialReference>& target)
 {
@@ -140,12 +128,12 @@ CPLStringList warpOptions(const RasterFacts& source, RasterRole role, const std:
     options.AddString("-r").AddString(source.hasPalette ? "near" : "bilinear"); // no colour lies between two numbers
     addNoDataOptions(options, source, role);
     const std::optional<OGRSpatialReference> from = own ? own : source.srs;
-    if (role != RasterRole::Dem || !from || !target) return options;
+    if (role != RasterRole::dem || !from || !target) return options;
     if (const std::optional<Rectangle> filled = filledRectangle(source, *from, *target))
     {
         options.AddString("-te");
         for (const double edge : {filled->west, filled->south, filled->east, filled->north})
-            options.AddString(exactText(edge).c_str());
+            options.AddString(CPLSPrintf("%.17g", edge));
     }
     return options;
 }
@@ -186,26 +174,18 @@ std::string makeWarpText(const RasterFacts& source, RasterRole role, const std::
     return {reinterpret_cast<const char*>(bytes.get()), static_cast<std::size_t>(size)};
 }
 
-std::string readFile(const fs::path& file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 /** Asked for the range of a large warped raster, GDAL looks at overviews that it warps without regard to places without
- *  data, for seconds. So the text says what the source's range is, in lines of their own. */
+ * data, for seconds. So the text says what the source's range is, in lines of their own. */
 std::string withHeightRange(std::string text, const std::string& source)
 {
     const std::size_t stamp = text.find(kStampKey);
     const std::size_t place = stamp == std::string::npos ? stamp : text.find('\n', stamp);
     const auto range = valueRange(source);
     if (!range || place == std::string::npos) return text;
-    std::ostringstream lines;
-    lines.imbue(std::locale::classic());
-    lines << std::setprecision(17) << "\n      <MDI key=\"STATISTICS_MINIMUM\">" << range->first << "</MDI>"
-          << "\n      <MDI key=\"STATISTICS_MAXIMUM\">" << range->second << "</MDI>"
-          << "\n      <MDI key=\"STATISTICS_APPROXIMATE\">YES</MDI>";
-    return text.insert(place, lines.str());
+    return text.insert(place, CPLSPrintf("\n      <MDI key=\"STATISTICS_MINIMUM\">%.17g</MDI>"
+                                         "\n      <MDI key=\"STATISTICS_MAXIMUM\">%.17g</MDI>"
+                                         "\n      <MDI key=\"STATISTICS_APPROXIMATE\">YES</MDI>",
+                                         range->first, range->second));
 }
 
 std::string withoutHeightRange(const std::string& text)
@@ -219,7 +199,7 @@ std::string withoutHeightRange(const std::string& text)
 }
 
 /** The source's name, for people who look into the folder, without what file names or the library's own way of naming
- *  two rasters cannot hold. */
+ * two rasters cannot hold. */
 std::string readableName(const std::string& path)
 {
     std::string name = fs::path(path).stem().string();
@@ -248,10 +228,10 @@ std::string writeWarpedRaster(const RasterFacts& source, RasterRole role, const 
     const fs::path file = folder / (hashText(key) + "-" + readableName(source.path) + ".vrt");
     const std::string text = makeWarpText(source, role, own, target);
     // The range is not compared: overviews of the source may change it a little, and the terrain not at all.
-    if (withoutHeightRange(readFile(file)) == withoutHeightRange(text)) return absolutePath(file.string());
-    const bool isDem = role == RasterRole::Dem;
-    const WriteResult result = writeWholeFile(isDem ? withHeightRange(text, source.path) : text, file.string());
-    if (!result.error.empty()) throw HostError("Cannot write the warped raster: " + result.error + ".");
+    const std::string before = readWholeFile(file.string()).value_or("");
+    if (withoutHeightRange(before) == withoutHeightRange(text)) return absolutePath(file.string());
+    const bool isDem = role == RasterRole::dem;
+    saveFile(isDem ? withHeightRange(text, source.path) : text, file.string(), "warped raster");
     return absolutePath(file.string());
 }
 } // namespace mvgeo::host

@@ -25,7 +25,7 @@ bool isSrgb(GLint internalFormat)
     return format == kSrgb8 || format == kSrgb8Alpha8 || format - kFirstSrgbDxt < 4;
 }
 
-/** The one of BC1 to BC3 that the toolkit decodes, with or without sRGB; 0 for anything else. */
+/** The one of BC1 to BC3 that OSG decodes, with or without sRGB; 0 for anything else. */
 GLenum dxtOf(const osg::Image& image)
 {
     const GLenum format = image.getPixelFormat();
@@ -104,7 +104,7 @@ Target targetOf(const osg::Image& image, ChannelChoice choice)
         hasColour = swizzle.substr(0, 3) != std::string(3, swizzle[0]);
         hasAlpha = swizzle[3] != '1';
     }
-    const bool keepsAlpha = choice.alpha == AlphaChoice::Always || (hasAlpha && choice.alpha == AlphaChoice::AsItIs);
+    const bool keepsAlpha = choice.alpha == AlphaChoice::add || (hasAlpha && choice.alpha == AlphaChoice::keep);
     Target target{0, choice.grey && !hasColour, keepsAlpha};
     if (target.grey)
         target.pixelFormat = target.alpha ? GL_LUMINANCE_ALPHA : GL_LUMINANCE;
@@ -156,17 +156,16 @@ bool isEightBit(const osg::Image& image, ChannelChoice channels)
     const bool hasAlpha = format == GL_RGBA || format == GL_LUMINANCE_ALPHA;
     if (!isGrey && format != GL_RGB && format != GL_RGBA) return false;
     if (isGrey && !channels.grey) return false;
-    return channels.alpha == AlphaChoice::AsItIs || hasAlpha == (channels.alpha == AlphaChoice::Always);
+    return channels.alpha == AlphaChoice::keep || hasAlpha == (channels.alpha == AlphaChoice::add);
 }
 
 osg::ref_ptr<osg::Image> eightBitPixels(const osg::Image& image, ChannelChoice channels)
 {
     if (!canBecomeEightBit(image)) return nullptr;
     const Target target = targetOf(image, channels);
-    const unsigned levels = image.isMipmap() ? image.getNumMipmapLevels() : 1;
     std::vector<unsigned char> pixels;
     osg::Image::MipmapDataType offsets;
-    for (unsigned level = 0; level < levels; ++level)
+    for (unsigned level = 0; level < image.getNumMipmapLevels(); ++level)
     {
         if (level > 0) offsets.push_back(static_cast<unsigned>(pixels.size()));
         for (int slice = 0; slice < std::max(image.r() >> level, 1); ++slice)

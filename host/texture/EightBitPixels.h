@@ -8,16 +8,16 @@ namespace mvgeo::host
 {
 enum class AlphaChoice
 {
-    AsItIs,
-    Never, ///< is left out
-    Always ///< is made: opaque
+    keep,
+    drop,
+    add ///< opaque
 };
 
 /** Which channels the pixels may have. */
 struct ChannelChoice
 {
     bool grey = true; ///< else grey becomes RGB
-    AlphaChoice alpha = AlphaChoice::AsItIs;
+    AlphaChoice alpha = AlphaChoice::keep;
 };
 
 /** Where the channels come from if an image of a KTX file says so, like "rrrg": a letter of "rgba01" for each of the
@@ -31,7 +31,7 @@ bool canBecomeEightBit(const osg::Image& image);
 bool isEightBit(const osg::Image& image, ChannelChoice channels);
 
 /** The image with 8 bits a channel as GL_LUMINANCE, GL_LUMINANCE_ALPHA, GL_RGB or GL_RGBA, the lowest row first, with
- *  its slices and its mipmap levels. A swizzle is applied; else one channel counts as grey; numbers beyond 0 to 1 are
+ * its slices and its mipmap levels. A swizzle is applied; else one channel counts as grey; numbers beyond 0 to 1 are
  * cut off there. A format in sRGB stays in sRGB. Null if canBecomeEightBit() is false. */
 osg::ref_ptr<osg::Image> eightBitPixels(const osg::Image& image, ChannelChoice channels);
 } // namespace mvgeo::host

@@ -1,6 +1,6 @@
 #include "texture/TextureConversion.h"
 
-#include "HostError.h"
+#include "common/HostError.h"
 #include "texture/EightBitPixels.h"
 #include "texture/FormatNames.h"
 
@@ -17,11 +17,6 @@ std::string sizeOf(const osg::Image& image)
     return std::to_string(image.s()) + " x " + std::to_string(image.t()) + " pixels";
 }
 
-unsigned levelsOf(const osg::Image& image)
-{
-    return image.isMipmap() ? image.getNumMipmapLevels() : 1;
-}
-
 std::string formatOf(const osg::Image& image)
 {
     return glName(static_cast<GLenum>(image.getInternalTextureFormat()));
@@ -31,13 +26,11 @@ std::string formatOf(const osg::Image& image)
 osg::ref_ptr<osg::Image> sliceOf(const osg::Image& volume, int number)
 {
     const std::size_t bytes = volume.getImageSizeInBytes();
-    const unsigned char* first = volume.data() + bytes * static_cast<std::size_t>(number);
-    auto* copy = new unsigned char[bytes];
-    std::copy(first, first + bytes, copy);
     osg::ref_ptr<osg::Image> slice = new osg::Image;
-    slice->setImage(volume.s(), volume.t(), 1, volume.getInternalTextureFormat(), volume.getPixelFormat(),
-                    volume.getDataType(), copy, osg::Image::USE_NEW_DELETE, // the image deletes them
-                    static_cast<int>(volume.getPacking()));
+    slice->allocateImage(volume.s(), volume.t(), 1, volume.getPixelFormat(), volume.getDataType(),
+                         static_cast<int>(volume.getPacking()));
+    slice->setInternalTextureFormat(volume.getInternalTextureFormat());
+    std::copy_n(volume.data() + bytes * static_cast<std::size_t>(number), bytes, slice->data());
     slice->setOrigin(volume.getOrigin());
     slice->setUserDataContainer(const_cast<osg::UserDataContainer*>(volume.getUserDataContainer()));
     return slice;
@@ -49,7 +42,7 @@ bool isGreyOrAlpha(GLenum pixelFormat)
            pixelFormat == GL_INTENSITY;
 }
 
-/** The toolkit's PNG reader calls 16 bits a channel by the name of 8. */
+/** OSG's PNG reader calls 16 bits a channel by the name of 8. */
 osg::ref_ptr<osg::Image> withSizedFormat(const osg::ref_ptr<osg::Image>& image)
 {
     if (image->getDataType() != GL_UNSIGNED_SHORT) return image;
@@ -63,10 +56,10 @@ osg::ref_ptr<osg::Image> convertForKtx(const NamedPicture& picture, Basis basis,
 {
     const ChannelChoice colour{/*grey*/ false, alpha};
     const osg::Image& image = *picture.image;
-    if (image.isCompressed() && basis != Basis::None)
+    if (image.isCompressed() && basis != Basis::none)
         throw HostError("'" + picture.file + "' is compressed already, as " + formatOf(image) +
                         "; --basis none writes it as it is.");
-    const bool isWanted = basis != Basis::None || isGreyOrAlpha(image.getPixelFormat()) || alpha != AlphaChoice::AsItIs;
+    const bool isWanted = basis != Basis::none || isGreyOrAlpha(image.getPixelFormat()) || alpha != AlphaChoice::keep;
     if (!isWanted || isEightBit(image, colour)) return withSizedFormat(picture.image);
     const osg::ref_ptr<osg::Image> result = eightBitPixels(image, colour);
     if (!result)
@@ -109,7 +102,8 @@ bool shareFormat(const std::vector<osg::ref_ptr<osg::Image>>& images)
 }
 } // namespace
 
-std::vector<NamedPicture> takePictures(const LoadedTexture& texture, const std::string& file, std::optional<int> layer)
+std::vector<NamedPicture> selectPictures(const LoadedTexture& texture, const std::string& file,
+                                         std::optional<int> layer)
 {
     std::vector<NamedPicture> all;
     for (const osg::ref_ptr<osg::Image>& picture : texture.pictures)
@@ -124,7 +118,7 @@ std::vector<NamedPicture> takePictures(const LoadedTexture& texture, const std::
     return {all[static_cast<std::size_t>(*layer)]};
 }
 
-void checkTogether(const std::vector<NamedPicture>& pictures, bool isCubeMap)
+void checkSameShape(const std::vector<NamedPicture>& pictures, bool isCubeMap)
 {
     const NamedPicture& first = pictures.front();
     if (isCubeMap && pictures.size() != 6)
@@ -138,18 +132,18 @@ void checkTogether(const std::vector<NamedPicture>& pictures, bool isCubeMap)
             picture.image->r() != first.image->r())
             throw HostError("The pictures of a texture have one size, but '" + picture.file + "' has " +
                             sizeOf(*picture.image) + " and '" + first.file + "' has " + sizeOf(*first.image) + ".");
-        if (levelsOf(*picture.image) != levelsOf(*first.image))
+        if (picture.image->getNumMipmapLevels() != first.image->getNumMipmapLevels())
             throw HostError("The pictures of a texture have equally many mipmap levels, but '" + picture.file +
-                            "' has " + std::to_string(levelsOf(*picture.image)) + " and '" + first.file + "' has " +
-                            std::to_string(levelsOf(*first.image)) + ".");
+                            "' has " + std::to_string(picture.image->getNumMipmapLevels()) + " and '" + first.file +
+                            "' has " + std::to_string(first.image->getNumMipmapLevels()) + ".");
     }
 }
 
 std::vector<osg::ref_ptr<osg::Image>> picturesForKtx(const std::vector<NamedPicture>& pictures, Basis basis,
                                                      bool isCubeMap)
 {
-    std::vector<osg::ref_ptr<osg::Image>> converted = convertAll(pictures, basis, AlphaChoice::AsItIs);
-    if (!shareFormat(converted)) converted = convertAll(pictures, basis, AlphaChoice::Always);
+    std::vector<osg::ref_ptr<osg::Image>> converted = convertAll(pictures, basis, AlphaChoice::keep);
+    if (!shareFormat(converted)) converted = convertAll(pictures, basis, AlphaChoice::add);
     if (!shareFormat(converted)) throw HostError("The pictures of a texture have one format, and these differ.");
     const osg::Image::Origin origin = isCubeMap ? osg::Image::TOP_LEFT : converted.front()->getOrigin();
     for (std::size_t i = 0; i < converted.size(); ++i)
@@ -159,7 +153,7 @@ std::vector<osg::ref_ptr<osg::Image>> picturesForKtx(const std::vector<NamedPict
 
 osg::ref_ptr<osg::Image> pictureForFile(const NamedPicture& picture, bool withAlpha)
 {
-    const ChannelChoice channels{/*grey*/ true, withAlpha ? AlphaChoice::AsItIs : AlphaChoice::Never};
+    const ChannelChoice channels{/*grey*/ true, withAlpha ? AlphaChoice::keep : AlphaChoice::drop};
     if (picture.image->r() > 1)
         throw HostError("'" + picture.file + "' is a volume of " + std::to_string(picture.image->r()) +
                         " slices; --layer takes one of them.");

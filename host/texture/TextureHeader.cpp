@@ -1,8 +1,8 @@
 #include "texture/TextureHeader.h"
 
-#include "CommandLineValues.h"
-#include "FileFacts.h"
-#include "HostError.h"
+#include "common/HostError.h"
+#include "common/TextParsing.h"
+#include "input/FileFacts.h"
 #include "texture/ByteReader.h"
 #include "texture/FormatNames.h"
 
@@ -15,13 +15,8 @@ constexpr std::string_view kKtx2Magic("\xABKTX 20\xBB\r\n\x1A\n", 12);
 constexpr std::string_view kPngMagic("\x89PNG\r\n\x1A\n", 8);
 constexpr std::string_view kJpegMagic("\xFF\xD8\xFF", 3);
 
-bool startsWith(std::string_view text, std::string_view start)
-{
-    return text.substr(0, start.size()) == start;
-}
-
 /** The known ones of a KTX file's keys with their values; what runs over the end is left out. Some writers spell the
- *  orientation with a capital. */
+ * orientation with a capital. */
 void readKeyValues(TextureHeader& header, const ByteReader& bytes, std::size_t at, std::size_t size)
 {
     const std::size_t end = at + size;
@@ -136,7 +131,7 @@ void readPng(TextureHeader& header, std::string_view file)
     const std::uint8_t type = bytes.u8(25);
     header.format = std::to_string(bytes.u8(24)) + "-bit " + pngColour(type);
     header.compression = "zlib";
-    // The toolkit would take the alpha that this means for further pixels.
+    // OSG would take the alpha that this means for further pixels.
     if (type == 0 && hasChunkBeforePixels(bytes, "tRNS")) header.defect = "its grey levels name one as transparent";
 }
 
@@ -172,7 +167,7 @@ void readJpeg(TextureHeader& header, std::string_view file)
         if (isFrame(marker)) readJpegFrame(header, bytes, at, marker);
         at += bytes.u16(at);
     }
-    // Behind the scan's header such bytes can only be the end of the picture. Without it the toolkit fills up with
+    // Behind the scan's header such bytes can only be the end of the picture. Without it OSG fills up with
     // grey.
     if (file.find("\xFF\xD9", at) == std::string_view::npos) header.defect = "it is cut off";
 }
@@ -182,13 +177,13 @@ const char* nameOf(Container container)
 {
     switch (container)
     {
-    case Container::Ktx1:
+    case Container::ktx1:
         return "KTX";
-    case Container::Ktx2:
+    case Container::ktx2:
         return "KTX 2";
-    case Container::Png:
+    case Container::png:
         return "PNG";
-    case Container::Jpeg:
+    case Container::jpeg:
         break;
     }
     return "JPEG";
@@ -196,10 +191,10 @@ const char* nameOf(Container container)
 
 std::optional<Container> containerOf(std::string_view bytes)
 {
-    if (startsWith(bytes, kKtx1Magic)) return Container::Ktx1;
-    if (startsWith(bytes, kKtx2Magic)) return Container::Ktx2;
-    if (startsWith(bytes, kPngMagic)) return Container::Png;
-    if (startsWith(bytes, kJpegMagic)) return Container::Jpeg;
+    if (startsWith(bytes, kKtx1Magic)) return Container::ktx1;
+    if (startsWith(bytes, kKtx2Magic)) return Container::ktx2;
+    if (startsWith(bytes, kPngMagic)) return Container::png;
+    if (startsWith(bytes, kJpegMagic)) return Container::jpeg;
     return std::nullopt;
 }
 
@@ -212,10 +207,10 @@ TextureHeader parseTextureHeader(std::string_view bytes, const std::string& path
     header.container = *container;
     try
     {
-        if (*container == Container::Ktx1) readKtx1(header, bytes);
-        if (*container == Container::Ktx2) readKtx2(header, bytes);
-        if (*container == Container::Png) readPng(header, bytes);
-        if (*container == Container::Jpeg) readJpeg(header, bytes);
+        if (*container == Container::ktx1) readKtx1(header, bytes);
+        if (*container == Container::ktx2) readKtx2(header, bytes);
+        if (*container == Container::png) readPng(header, bytes);
+        if (*container == Container::jpeg) readJpeg(header, bytes);
     }
     catch (const ByteReader::CutOff&)
     {

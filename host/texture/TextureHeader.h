@@ -9,10 +9,10 @@ namespace mvgeo::host
 {
 enum class Container
 {
-    Ktx1,
-    Ktx2,
-    Png,
-    Jpeg
+    ktx1,
+    ktx2,
+    png,
+    jpeg
 };
 
 /** "KTX", "KTX 2", "PNG", "JPEG". */
@@ -21,7 +21,7 @@ const char* nameOf(Container container);
 /** What a texture's file says of itself before anybody decodes it. */
 struct TextureHeader
 {
-    Container container = Container::Png;
+    Container container = Container::png;
     std::uint32_t width = 0;  ///< pixels
     std::uint32_t height = 0; ///< 0 for a line of pixels
     std::uint32_t depth = 0;  ///< 0 unless it is a volume
@@ -37,10 +37,10 @@ struct TextureHeader
     std::string orientation; ///< as the file has it, such as "rd"; empty without one
     std::string swizzle;     ///< likewise
     std::string writer;      ///< likewise
-    /** Why the toolkit's reader must not see the rest, as the end of a sentence. */
+    /** Why OSG's reader must not see the rest, as the end of a sentence. */
     std::optional<std::string> defect;
 
-    [[nodiscard]] bool isKtx() const { return container == Container::Ktx1 || container == Container::Ktx2; }
+    [[nodiscard]] bool isKtx() const { return container == Container::ktx1 || container == Container::ktx2; }
     [[nodiscard]] bool isCubeMap() const { return faces == 6; }
 };
 
@@ -48,6 +48,6 @@ struct TextureHeader
 std::optional<Container> containerOf(std::string_view bytes);
 
 /** Reads the header of a whole file. Throws HostError if it is no texture or the header is cut off.
- *  @param path  for the sentence */
+ * @param path  for the sentence */
 TextureHeader parseTextureHeader(std::string_view bytes, const std::string& path);
 } // namespace mvgeo::host

@@ -1,5 +1,6 @@
 #include "texture/TextureReport.h"
 
+#include "common/ReadableText.h"
 #include "texture/FormatNames.h"
 
 #include <algorithm>
@@ -26,11 +27,6 @@ std::string dimensions(std::uint32_t width, std::uint32_t height, std::uint32_t 
     std::string text = std::to_string(width) + " x " + std::to_string(std::max(height, 1U));
     if (depth > 0) text += " x " + std::to_string(depth);
     return text;
-}
-
-unsigned levelsOf(const osg::Image& image)
-{
-    return image.isMipmap() ? image.getNumMipmapLevels() : 1;
 }
 
 std::string glText(GLenum value)
@@ -62,7 +58,7 @@ std::string formatText(const TextureHeader& header)
 
 void printHeader(const TextureHeader& header, std::uint64_t fileBytes, const std::string& path)
 {
-    printLine("file:        ", path + ", " + readableBytes(static_cast<double>(fileBytes)));
+    printLine("file:        ", path + ", " + readableBytes(fileBytes));
     printLine("container:   ", nameOf(header.container));
     printLine("size:        ", sizeText(header));
     printLine("format:      ", formatText(header));
@@ -79,11 +75,11 @@ void printPictures(const LoadedTexture& texture)
     const auto depth = static_cast<std::uint32_t>(image.r());
     std::string text = dimensions(static_cast<std::uint32_t>(image.s()), static_cast<std::uint32_t>(image.t()),
                                   depth > 1 ? depth : 0) +
-                       counted(levelsOf(image), "mipmap level");
+                       counted(image.getNumMipmapLevels(), "mipmap level");
     if (texture.pictures.size() > 1) text = std::to_string(texture.pictures.size()) + " pictures of " + text;
     text += ", " + glText(static_cast<GLenum>(image.getInternalTextureFormat()));
     if (!image.isCompressed()) text += ", " + glName(image.getPixelFormat()) + " of " + glName(image.getDataType());
-    printLine("read as:     ", text + ", " + readableBytes(static_cast<double>(bytesInMemory(texture))));
+    printLine("read as:     ", text + ", " + readableBytes(bytesInMemory(texture)));
 }
 
 Json headerToJson(const TextureHeader& header, std::uint64_t fileBytes, const std::string& path)
@@ -116,7 +112,7 @@ Json picturesToJson(const LoadedTexture& texture)
             {"width", image.s()},
             {"height", image.t()},
             {"depth", image.r()},
-            {"levels", levelsOf(image)},
+            {"levels", image.getNumMipmapLevels()},
             {"internalFormat", image.getInternalTextureFormat()},
             {"internalFormatName", glName(static_cast<GLenum>(image.getInternalTextureFormat()))},
             {"pixelFormat", image.getPixelFormat()},

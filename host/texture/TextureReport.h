@@ -1,7 +1,7 @@
 #pragma once
 
-#include "JsonReport.h"
-#include "texture/TextureFile.h"
+#include "common/JsonReport.h"
+#include "texture/TextureDecoding.h"
 
 #include <string>
 
@@ -16,7 +16,7 @@ std::string formatText(const TextureHeader& header);
 /** What `texture info` prints of a file's header. */
 void printHeader(const TextureHeader& header, std::uint64_t fileBytes, const std::string& path);
 
-/** The line about what the toolkit made of it. */
+/** The line about what OSG made of it. */
 void printPictures(const LoadedTexture& texture);
 
 Json headerToJson(const TextureHeader& header, std::uint64_t fileBytes, const std::string& path);

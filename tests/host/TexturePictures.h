@@ -10,7 +10,7 @@
 #include <stdexcept>
 
 /** A picture whose colours tell their place: red grows to the right, green upwards; a blue square, a quarter of the
- *  width, lies in the upper left corner. 8 bits a channel, the lowest row first. */
+ * width, lies in the upper left corner. 8 bits a channel, the lowest row first. */
 inline osg::ref_ptr<osg::Image> placePicture(int width, int height, GLenum pixelFormat = GL_RGB)
 {
     osg::ref_ptr<osg::Image> image = new osg::Image;

@@ -1,7 +1,7 @@
-#include <BlockTexture.h>
-#include <HostError.h>
-#include <SceneRenderer.h>
-#include <TextureCache.h>
+#include <common/HostError.h>
+#include <hosting/BlockTexture.h>
+#include <hosting/TextureCache.h>
+#include <view/SceneRenderer.h>
 
 #include <osg/Geode>
 #include <osg/Geometry>
@@ -18,7 +18,7 @@
 
 #if defined(__SANITIZE_ADDRESS__)
 /** The driver leaves a few bytes behind, and is unloaded by the time that it could be named: nobody looks for leaks in
- *  this program. */
+ * this program. */
 extern "C" int __lsan_is_turned_off()
 {
     return 1;
@@ -186,7 +186,7 @@ TEST_F(BlockTexture, NumbersAreDrawnAsTheyAreThoughTheFormatCallsThemSrgb)
     EXPECT_NEAR(at(32, 32)[1], 130, 1); // 32 of 63
 }
 
-// The toolkit has no name for this format, so that its own upload would not do. The block says: one colour, orange.
+// OSG has no name for this format, so that its own upload would not do. The block says: one colour, orange.
 TEST_F(BlockTexture, TheInternalFormatTellsWhatTheBlocksMean)
 {
     Bytes mode5(16, 0); // BC7, mode 5: seven bits for each of both colours, eight for each alpha
@@ -248,7 +248,7 @@ TEST(DecodeBlocks, Bc1MixesItsColoursByThirds)
     EXPECT_EQ(pixels->getPixelFormat(), static_cast<GLenum>(GL_RGBA));
     EXPECT_EQ(pixelOf(*pixels, 0, 0), (Rgba{255, 0, 0, 255}));
     EXPECT_EQ(pixelOf(*pixels, 3, 1), (Rgba{0, 0, 255, 255}));
-    EXPECT_NEAR(pixelOf(*pixels, 1, 2)[0], 170, 5); // the toolkit mixes in five bits
+    EXPECT_NEAR(pixelOf(*pixels, 1, 2)[0], 170, 5); // OSG mixes in five bits
     EXPECT_NEAR(pixelOf(*pixels, 1, 2)[2], 85, 5);
     EXPECT_NEAR(pixelOf(*pixels, 2, 3)[0], 85, 5);
     EXPECT_NEAR(pixelOf(*pixels, 2, 3)[2], 170, 5);

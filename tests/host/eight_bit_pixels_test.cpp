@@ -47,11 +47,11 @@ TEST(EightBitPixels, SortsTheChannels)
 TEST(EightBitPixels, HeedsTheChoiceOfChannels)
 {
     const auto grey = pixel(GL_LUMINANCE_ALPHA, GL_UNSIGNED_BYTE, std::vector<unsigned char>{9, 7});
-    EXPECT_THAT(converted(grey, {false, AlphaChoice::AsItIs}), ElementsAre(9, 9, 9, 7));
-    EXPECT_THAT(converted(grey, {false, AlphaChoice::Never}), ElementsAre(9, 9, 9));
-    EXPECT_THAT(converted(grey, {true, AlphaChoice::Never}), ElementsAre(9));
+    EXPECT_THAT(converted(grey, {false, AlphaChoice::keep}), ElementsAre(9, 9, 9, 7));
+    EXPECT_THAT(converted(grey, {false, AlphaChoice::drop}), ElementsAre(9, 9, 9));
+    EXPECT_THAT(converted(grey, {true, AlphaChoice::drop}), ElementsAre(9));
     const auto rgb = pixel(GL_RGB, GL_UNSIGNED_BYTE, std::vector<unsigned char>{1, 2, 3});
-    EXPECT_THAT(converted(rgb, {true, AlphaChoice::Always}), ElementsAre(1, 2, 3, 255));
+    EXPECT_THAT(converted(rgb, {true, AlphaChoice::add}), ElementsAre(1, 2, 3, 255));
 }
 
 TEST(EightBitPixels, TakesTheChannelsFromWhereTheFileSaysTheyAre)
@@ -111,7 +111,7 @@ TEST(EightBitPixels, KeepsTheMipmaps)
     auto* data = new unsigned char[5]{1, 2, 3, 4, 9}; // 2 x 2 and 1 x 1
     image->setImage(2, 2, 1, GL_LUMINANCE, GL_LUMINANCE, GL_UNSIGNED_BYTE, data, osg::Image::USE_NEW_DELETE);
     image->setMipmapLevels({4});
-    const osg::ref_ptr<osg::Image> result = eightBitPixels(*image, {false, AlphaChoice::AsItIs});
+    const osg::ref_ptr<osg::Image> result = eightBitPixels(*image, {false, AlphaChoice::keep});
     EXPECT_EQ(result->getNumMipmapLevels(), 2U);
     EXPECT_THAT(bytesOf(*result), ElementsAre(1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 9, 9, 9));
 }

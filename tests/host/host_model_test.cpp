@@ -1,5 +1,6 @@
-#include <HostError.h>
-#include <HostModel.h>
+#include <commands/ModelOptions.h>
+#include <common/HostError.h>
+#include <hosting/HostModel.h>
 
 #include <mvgeothirdparty/GeoMeshUpdateReceiver.h>
 
@@ -181,15 +182,16 @@ TEST(HostModel, TakesWhatItIsToldTo)
 {
     const struct
     {
-        HostModel::Taking taking;
+        HostModel::AcceptedTiles tiles;
         int textured, taken;
-    } cases[] = {
-        {HostModel::Taking::Textured, 1, 1}, {HostModel::Taking::Untextured, 0, 1}, {HostModel::Taking::Nothing, 0, 0}};
+    } cases[] = {{HostModel::AcceptedTiles::textured, 1, 1},
+                 {HostModel::AcceptedTiles::untextured, 0, 1},
+                 {HostModel::AcceptedTiles::none, 0, 0}};
     for (const auto& expected : cases)
     {
         Script script;
         const std::unique_ptr<HostModel> model = makeModel(script);
-        model->setTaking(expected.taking);
+        model->setAcceptedTiles(expected.tiles);
         model->updateOnce(someFrame());
         EXPECT_EQ(script.texturedUpdates, expected.textured);
         EXPECT_EQ(script.tilesTaken, expected.taken);

@@ -1,6 +1,6 @@
 #include "FakeTexture.h"
 
-#include <HostTileStore.h>
+#include <hosting/HostTileStore.h>
 
 #include <KdGeMatrix3d.h>
 

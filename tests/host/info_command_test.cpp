@@ -1,4 +1,4 @@
-#include "FileFacts.h"
+#include "input/FileFacts.h"
 
 #include "OwnCaches.h"
 #include "ProgramRunner.h"

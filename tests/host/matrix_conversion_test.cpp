@@ -1,4 +1,4 @@
-#include <MatrixConversion.h>
+#include <hosting/MatrixConversion.h>
 
 #include <gtest/gtest.h>
 
@@ -22,11 +22,11 @@ TEST(HostMatrixConversion, KeepsWhereAPointGoes)
     EXPECT_EQ(point.x, 12.0);
     EXPECT_EQ(point.y, 2.0);
     EXPECT_EQ(point.z, 2.0);
-    EXPECT_EQ(toSceneMatrix(toHostMatrix(scene)), scene);
+    EXPECT_EQ(toOsgMatrix(toHostMatrix(scene)), scene);
 }
 
 TEST(HostMatrixConversion, MakesAnEmptyBoxOfEmptyExtents)
 {
-    EXPECT_FALSE(toSceneBox(KdDbExtents()).valid());
-    EXPECT_EQ(toSceneBox(KdDbExtents({1.0, 2.0, 3.0}, {4.0, 5.0, 6.0})).yMax(), 5.0);
+    EXPECT_FALSE(toOsgBox(KdDbExtents()).valid());
+    EXPECT_EQ(toOsgBox(KdDbExtents({1.0, 2.0, 3.0}, {4.0, 5.0, 6.0})).yMax(), 5.0);
 }

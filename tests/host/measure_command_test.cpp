@@ -16,7 +16,7 @@ namespace
 using Json = nlohmann::json;
 
 /** The program over a gable roof 100 m square: its eaves at x = 0 and x = 100 are 10 m high, its ridge at x = 50 is
- *  60 m high and runs north. South of y = 20 there is a second, level surface of 5 m below it. */
+ * 60 m high and runs north. South of y = 20 there is a second, level surface of 5 m below it. */
 class MeasureCommand : public testing::Test
 {
 protected:
@@ -242,7 +242,7 @@ TEST_F(MeasureCommand, RefusesWhatItCannotUse)
     expectOneSentence(line + "--out a.xyz", "tells no format");
     expectOneSentence(line + "--json --format csv", "standard output");
     expectOneSentence(line + "--picture a.nonsense", "picture format");
-    expectOneSentence(line + "--picture a.svg", "picture format"); // the toolkit may read it, but does not write it
+    expectOneSentence(line + "--picture a.svg", "picture format"); // OSG may read it, but does not write it
     expectOneSentence("clip " + model + " --polygon \"0,0 9,9\"", "at least three");
     expectOneSentence("clip " + model + " --polygon \"0,0 9,9 5,5\"", "on one line");
     expectOneSentence(polygon + "--heights 5", "LOW,HIGH");

@@ -1,9 +1,9 @@
 #include "RasterMaker.h"
 #include "TempFolder.h"
 
-#include <HostError.h>
-#include <ModelInput.h>
-#include <ModelMetadata.h>
+#include <common/HostError.h>
+#include <input/ModelInput.h>
+#include <input/ModelMetadata.h>
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@ using namespace mvgeo::host;
 
 namespace
 {
-std::string sentenceFor(const std::string& path)
+std::string whyNoModel(const std::string& path)
 {
     try
     {
@@ -32,7 +32,7 @@ TEST(ModelInput, IsAFolderOfRootTilesSortedByName)
     folder.write("Tile_a/Tile_a.osgb", "a");
     folder.write("Tile_c/other.osgb", "no root");
     const ModelInput input = resolveModelInput(folder.path());
-    EXPECT_EQ(input.kind, InputKind::RootTileFolder);
+    EXPECT_EQ(input.kind, InputKind::rootTileFolder);
     EXPECT_EQ(input.rootFiles,
               (std::vector<std::string>{folder.path("Tile_a/Tile_a.osgb"), folder.path("Tile_b/Tile_b.osgb")}));
 }
@@ -57,7 +57,7 @@ TEST(ModelInput, IsOneRootTileIfItsOwnFolderIsGiven)
     const TempFolder folder;
     const std::string root = folder.write("Data/T/T.osgb", "t");
     const ModelInput input = resolveModelInput(folder.path("Data/T"));
-    EXPECT_EQ(input.kind, InputKind::RootTile);
+    EXPECT_EQ(input.kind, InputKind::rootTile);
     EXPECT_EQ(input.rootFiles, std::vector<std::string>{root});
 }
 
@@ -69,7 +69,7 @@ TEST(ModelInput, IsASingleFileOfAnyNameAndCase)
         SCOPED_TRACE(name);
         const std::string file = folder.write(name, "x");
         const ModelInput input = resolveModelInput(file);
-        EXPECT_EQ(input.kind, InputKind::SingleFile);
+        EXPECT_EQ(input.kind, InputKind::singleFile);
         EXPECT_EQ(input.rootFiles, std::vector<std::string>{file});
     }
 }
@@ -96,7 +96,7 @@ TEST(ModelInput, IsATerrainWhereAQuestionMarkStandsBetweenTwoPaths)
     {
         SCOPED_TRACE(expected.given);
         const ModelInput input = resolveModelInput(expected.given);
-        EXPECT_EQ(input.kind, InputKind::Terrain);
+        EXPECT_EQ(input.kind, InputKind::terrain);
         EXPECT_EQ(input.given, expected.given);
         ASSERT_TRUE(input.terrain);
         EXPECT_EQ(input.terrain->dom, expected.dom);
@@ -110,7 +110,7 @@ TEST(ModelInput, IsTheFileWhoseWholeNameHasTheQuestionMark)
     GTEST_SKIP() << "file names have no question marks here";
 #endif
     const TempFolder folder;
-    EXPECT_EQ(resolveModelInput(folder.write("which?.osgb", "x")).kind, InputKind::SingleFile);
+    EXPECT_EQ(resolveModelInput(folder.write("which?.osgb", "x")).kind, InputKind::singleFile);
     const std::string raster = writeRaster(folder.path("how high?.tif"), RasterPlan());
     const ModelInput input = resolveModelInput(raster);
     ASSERT_TRUE(input.terrain);
@@ -144,15 +144,15 @@ TEST(ModelInput, SaysWhatIsWrong)
     folder.write("loose/a.osgb", "x");
     folder.write("other/readme.txt", "x");
     std::filesystem::create_directories(folder.path("empty"));
-    EXPECT_NE(sentenceFor("").find("empty"), std::string::npos);
-    EXPECT_NE(sentenceFor(folder.path("none")).find("no file or folder"), std::string::npos);
-    EXPECT_NE(sentenceFor(folder.path("empty")).find("is empty"), std::string::npos);
-    EXPECT_NE(sentenceFor(folder.path("loose")).find("loose .osgb files"), std::string::npos);
-    EXPECT_NE(sentenceFor(folder.path("other")).find("no root tile"), std::string::npos);
-    EXPECT_NE(sentenceFor(folder.path("other/readme.txt")).find("neither a folder nor an .osgb file nor a raster"),
+    EXPECT_NE(whyNoModel("").find("empty"), std::string::npos);
+    EXPECT_NE(whyNoModel(folder.path("none")).find("no file or folder"), std::string::npos);
+    EXPECT_NE(whyNoModel(folder.path("empty")).find("is empty"), std::string::npos);
+    EXPECT_NE(whyNoModel(folder.path("loose")).find("loose .osgb files"), std::string::npos);
+    EXPECT_NE(whyNoModel(folder.path("other")).find("no root tile"), std::string::npos);
+    EXPECT_NE(whyNoModel(folder.path("other/readme.txt")).find("neither a folder nor an .osgb file nor a raster"),
               std::string::npos);
-    EXPECT_FALSE(sentenceFor(folder.path("other/readme.txt") + "/x.osgb").empty()); // a file as a folder
-    EXPECT_FALSE(sentenceFor(std::string(5000, 'x')).empty());
+    EXPECT_FALSE(whyNoModel(folder.path("other/readme.txt") + "/x.osgb").empty()); // a file as a folder
+    EXPECT_FALSE(whyNoModel(std::string(5000, 'x')).empty());
 }
 
 TEST(ModelInput, CountsTheTileFilesOfItsRootTilesOnly)

@@ -1,6 +1,6 @@
 #include "TempFolder.h"
 
-#include <HostError.h>
+#include <common/HostError.h>
 #include <measure/ProfilePlot.h>
 
 #include <cpl_error.h>

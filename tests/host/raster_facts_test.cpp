@@ -1,7 +1,7 @@
 #include "RasterMaker.h"
 #include "TempFolder.h"
 
-#include <HostError.h>
+#include <common/HostError.h>
 #include <terrain/RasterFacts.h>
 
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@ using namespace mvgeo::host;
 
 namespace
 {
-std::string sentenceFor(const std::string& path, RasterRole role)
+std::string whyNoModel(const std::string& path, RasterRole role)
 {
     try
     {
@@ -38,7 +38,7 @@ TEST(RasterFacts, AreWhatTheFileSays)
     plan.height = 6;
     plan.type = GDT_Int16;
     plan.noData = -32768.0;
-    const RasterFacts facts = readRasterFacts(writeRaster(folder.path("dem.tif"), plan), RasterRole::Dem);
+    const RasterFacts facts = readRasterFacts(writeRaster(folder.path("dem.tif"), plan), RasterRole::dem);
     EXPECT_EQ(facts.width, 8);
     EXPECT_EQ(facts.height, 6);
     EXPECT_EQ(facts.bands, 1);
@@ -59,7 +59,7 @@ TEST(RasterFacts, KeepANoDataValueThatIsNoNumber)
     const TempFolder folder;
     RasterPlan plan;
     plan.noData = std::nan("");
-    const RasterFacts facts = readRasterFacts(writeRaster(folder.path("dem.tif"), plan), RasterRole::Dem);
+    const RasterFacts facts = readRasterFacts(writeRaster(folder.path("dem.tif"), plan), RasterRole::dem);
     ASSERT_TRUE(facts.noData);
     EXPECT_TRUE(std::isnan(*facts.noData));
 }
@@ -87,30 +87,30 @@ TEST(RasterFacts, SayWhatIsWrong)
     nowhere.isGeoreferenced = false;
     const std::string text = folder.write("text.tif", "this is no raster");
     const std::string empty = folder.write("empty.tif", "");
-    EXPECT_TRUE(mentions(sentenceFor("", RasterRole::Dem), "path of the DEM is empty"));
-    EXPECT_TRUE(mentions(sentenceFor(folder.path("none.tif"), RasterRole::Dom), "There is no file"));
-    EXPECT_TRUE(mentions(sentenceFor(text, RasterRole::Dom), "not a raster"));
-    EXPECT_TRUE(mentions(sentenceFor(empty, RasterRole::Dem), "not a raster"));
-    EXPECT_TRUE(mentions(sentenceFor(folder.path(), RasterRole::Dem), "not a raster"));
-    EXPECT_TRUE(mentions(sentenceFor("/vsizip/none.zip/a.tif", RasterRole::Dem), "not a raster"));
-    EXPECT_TRUE(mentions(sentenceFor(writeRaster(folder.path("b.tif"), bytes), RasterRole::Dem), "type Byte"));
-    EXPECT_TRUE(mentions(sentenceFor(writeRaster(folder.path("n.tif"), nowhere), RasterRole::Dem), "georeferencing"));
-    EXPECT_EQ(sentenceFor(folder.path("b.tif"), RasterRole::Dom), "");
+    EXPECT_TRUE(mentions(whyNoModel("", RasterRole::dem), "path of the DEM is empty"));
+    EXPECT_TRUE(mentions(whyNoModel(folder.path("none.tif"), RasterRole::dom), "There is no file"));
+    EXPECT_TRUE(mentions(whyNoModel(text, RasterRole::dom), "not a raster"));
+    EXPECT_TRUE(mentions(whyNoModel(empty, RasterRole::dem), "not a raster"));
+    EXPECT_TRUE(mentions(whyNoModel(folder.path(), RasterRole::dem), "not a raster"));
+    EXPECT_TRUE(mentions(whyNoModel("/vsizip/none.zip/a.tif", RasterRole::dem), "not a raster"));
+    EXPECT_TRUE(mentions(whyNoModel(writeRaster(folder.path("b.tif"), bytes), RasterRole::dem), "type Byte"));
+    EXPECT_TRUE(mentions(whyNoModel(writeRaster(folder.path("n.tif"), nowhere), RasterRole::dem), "georeferencing"));
+    EXPECT_EQ(whyNoModel(folder.path("b.tif"), RasterRole::dom), "");
 }
 
 TEST(RasterFacts, GuessTheRoleOfALoneRaster)
 {
     const TempFolder folder;
     RasterPlan plan;
-    EXPECT_EQ(guessRole(writeRaster(folder.path("heights.tif"), plan)), RasterRole::Dem);
+    EXPECT_EQ(guessRole(writeRaster(folder.path("heights.tif"), plan)), RasterRole::dem);
     plan.type = GDT_Int16;
-    EXPECT_EQ(guessRole(writeRaster(folder.path("integers.tif"), plan)), RasterRole::Dem);
+    EXPECT_EQ(guessRole(writeRaster(folder.path("integers.tif"), plan)), RasterRole::dem);
     plan.type = GDT_Byte;
-    EXPECT_EQ(guessRole(writeRaster(folder.path("grey.tif"), plan)), RasterRole::Dom);
+    EXPECT_EQ(guessRole(writeRaster(folder.path("grey.tif"), plan)), RasterRole::dom);
     plan.bands = 3;
-    EXPECT_EQ(guessRole(writeRaster(folder.path("colours.tif"), plan)), RasterRole::Dom);
+    EXPECT_EQ(guessRole(writeRaster(folder.path("colours.tif"), plan)), RasterRole::dom);
     plan.type = GDT_Float32;
-    EXPECT_EQ(guessRole(writeRaster(folder.path("floatColours.tif"), plan)), RasterRole::Dom);
+    EXPECT_EQ(guessRole(writeRaster(folder.path("floatColours.tif"), plan)), RasterRole::dom);
     EXPECT_EQ(guessRole(folder.write("text", "text")), std::nullopt);
 }
 

@@ -1,7 +1,7 @@
 #include "RasterMaker.h"
 #include "TempFolder.h"
 
-#include <HostError.h>
+#include <common/HostError.h>
 #include <terrain/RasterOverviews.h>
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ RasterFacts writeLarge(const TempFolder& folder)
 {
     const auto value = [](int x, int) { return x % 2 == 0 ? 10.0 : 20.0; };
     const std::string file = writeRaster(folder.path("dem.tif"), rasterAt(32613, 5e5, 4e6, 1.0, 1100), value);
-    return readRasterFacts(file, RasterRole::Dem);
+    return readRasterFacts(file, RasterRole::dem);
 }
 
 bool goOn(double)
@@ -67,7 +67,7 @@ TEST(RasterOverviews, LieBesideTheRasterAndAverageIt)
     EXPECT_DOUBLE_EQ(last, 1.0);
     EXPECT_EQ(std::filesystem::file_size(raster.path), sizeBefore);
     EXPECT_EQ(fileCount(folder), 2U); // dem.tif and dem.tif.ovr
-    EXPECT_EQ(readRasterFacts(raster.path, RasterRole::Dem).overviews,
+    EXPECT_EQ(readRasterFacts(raster.path, RasterRole::dem).overviews,
               (std::vector<std::pair<int, int>>{{550, 550}, {275, 275}, {138, 138}}));
 
     const GDALDatasetUniquePtr dataset(GDALDataset::Open(raster.path.c_str()));
@@ -84,7 +84,7 @@ TEST(RasterOverviews, LeaveNothingBehindIfTheyAreStopped)
     const RasterFacts raster = writeLarge(folder);
     EXPECT_FALSE(buildOverviews(raster, [](double part) { return part < 0.3; }));
     EXPECT_EQ(fileCount(folder), 1U);
-    EXPECT_TRUE(readRasterFacts(raster.path, RasterRole::Dem).overviews.empty());
+    EXPECT_TRUE(readRasterFacts(raster.path, RasterRole::dem).overviews.empty());
 }
 
 TEST(RasterOverviews, SaySoIfTheyCannotBeWritten)

@@ -15,7 +15,7 @@
 #include <memory>
 #include <ostream>
 
-using namespace mvgeo::host;
+using namespace mvgeo::sample;
 namespace fs = std::filesystem;
 
 namespace
@@ -65,9 +65,9 @@ protected:
     void SetUp() override
     {
 #if defined(MVGEO_HAVE_KTX)
-        ASSERT_EQ(storageFault(GetParam().storage), "");
+        ASSERT_EQ(findStorageError(GetParam().storage), "");
 #else
-        GTEST_SKIP() << storageFault(GetParam().storage);
+        GTEST_SKIP() << findStorageError(GetParam().storage);
 #endif
     }
 

@@ -1,5 +1,5 @@
 #include "ProgramRunner.h"
-#include "SettingText.h"
+#include "commands/SettingText.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "TempFolder.h"
 
-#include <HostError.h>
+#include <common/HostError.h>
 #include <measure/PointTable.h>
 #include <measure/ShapeInput.h>
 

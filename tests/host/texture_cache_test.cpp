@@ -1,6 +1,6 @@
 #include "FakeTexture.h"
 
-#include <TextureCache.h>
+#include <hosting/TextureCache.h>
 
 #include <gtest/gtest.h>
 
@@ -101,7 +101,7 @@ TEST(HostTextureCache, GivesThePixelsBackWhenTheCardHasThem)
     cache.loadPending();
     EXPECT_EQ(counts.deleted, 0);
     EXPECT_TRUE(shared->texture()->getUnRefImageDataAfterApply());
-    shared->texture()->setImage(nullptr); // as the toolkit does after the upload
+    shared->texture()->setImage(nullptr); // as OSG does after the upload
     EXPECT_EQ(counts.deleted, 1);
     EXPECT_EQ(cache.byteCount(), 24U); // the card still has them
 }

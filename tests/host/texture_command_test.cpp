@@ -1,6 +1,6 @@
-#include "JsonReport.h"
 #include "ProgramRunner.h"
 #include "TexturePictures.h"
+#include "common/JsonReport.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

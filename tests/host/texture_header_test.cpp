@@ -1,6 +1,6 @@
 #include "texture/TextureHeader.h"
 
-#include "HostError.h"
+#include "common/HostError.h"
 #include "texture/FormatNames.h"
 
 #include <gtest/gtest.h>
@@ -53,7 +53,7 @@ TEST(TextureHeader, ReadsKtxInBothByteOrders)
     for (const bool isBigEndian : {false, true})
     {
         const TextureHeader header = parseTextureHeader(ktx1(isBigEndian), "a.ktx");
-        EXPECT_EQ(header.container, Container::Ktx1);
+        EXPECT_EQ(header.container, Container::ktx1);
         EXPECT_EQ(header.width, 64U);
         EXPECT_EQ(header.height, 32U);
         EXPECT_EQ(header.layers, 2U);
@@ -68,7 +68,7 @@ TEST(TextureHeader, ReadsKtxInBothByteOrders)
 TEST(TextureHeader, ReadsKtx2)
 {
     const TextureHeader header = parseTextureHeader(ktx2(43, 2, 1, 2), "a.ktx2");
-    EXPECT_EQ(header.container, Container::Ktx2);
+    EXPECT_EQ(header.container, Container::ktx2);
     EXPECT_EQ(header.vkFormat, 43U);
     EXPECT_EQ(header.format, "VK_FORMAT_R8G8B8A8_SRGB");
     EXPECT_EQ(header.compression, "zstd");

@@ -1,4 +1,4 @@
-#include <ViewCamera.h>
+#include <view/ViewCamera.h>
 
 #include <gtest/gtest.h>
 
@@ -110,7 +110,7 @@ TEST(ViewCamera, FillsThePictureWithTheBoxInTheOverview)
         ViewCamera camera;
         camera.width = width;
         camera.height = height;
-        lookOverBox(camera, city);
+        fitCameraToBox(camera, city);
         const osg::BoundingBoxd picture = pictureOf(city, camera);
         EXPECT_GE(picture.xMin(), -1.0);
         EXPECT_LE(picture.xMax(), 1.0);
@@ -129,7 +129,7 @@ TEST(ViewCamera, FindsTheOverviewOfAFlatBoxAndOfAPoint)
     for (const osg::BoundingBoxd& box : {osg::BoundingBoxd(0, 0, 0, 10, 10, 0), osg::BoundingBoxd(1, 1, 1, 1, 1, 1)})
     {
         ViewCamera camera;
-        lookOverBox(camera, box);
+        fitCameraToBox(camera, box);
         EXPECT_GT((camera.target - camera.eye).length(), 0.0);
         EXPECT_TRUE(camera.viewMatrix().valid());
         EXPECT_TRUE(camera.projectionMatrix(box).valid());

@@ -2,7 +2,7 @@
 #include "RasterMaker.h"
 #include "TempFolder.h"
 
-#include <HostError.h>
+#include <common/HostError.h>
 #include <terrain/Terrain.h>
 #include <terrain/WarpedRaster.h>
 

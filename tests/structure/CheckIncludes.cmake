@@ -1,5 +1,6 @@
 # Reads the #include lines below ROOT and names each one that the layers forbid. Our own files stand in quotes, by their
-# path from src/ or include/; what comes from outside, the host's SDK too, stands in brackets.
+# path from src/, include/ or host/; what comes from outside, the host's SDK too, stands in brackets, and so does the
+# library where the reference host uses it.
 #
 # cmake -DROOT=... -DHOST_SDK=... -P CheckIncludes.cmake
 cmake_minimum_required(VERSION 3.25)
@@ -101,6 +102,89 @@ function(check_outsider folder)
     endforeach()
 endfunction()
 
+# The folders of the reference host from top to bottom, who of them calls the library, and who makes sample data.
+set(host_folders commands measure texture input terrain hosting view common)
+set(host_knows_library commands input hosting)
+set(host_knows_sample commands)
+
+# The files of a folder of the reference host, or of the sample data, may include ours by the folders in `allowed`.
+function(check_host_files files allowed)
+    foreach(file IN LISTS files)
+        read_includes("${file}" quoted bracketed)
+        string(REGEX REPLACE "^host/([^/]*)/.*" "\\1" folder "${file}")
+        foreach(included IN LISTS quoted)
+            read_owner("${included}")
+            if(NOT owner IN_LIST allowed)
+                forbid("${file}" "${included}")
+            endif()
+        endforeach()
+        foreach(included IN LISTS bracketed)
+            read_owner("${included}")
+            if(owner IN_LIST host_folders OR owner STREQUAL "sample" OR
+               (owner STREQUAL "mvgeothirdparty" AND NOT folder IN_LIST host_knows_library))
+                forbid("${file}" "${included}")
+            endif()
+        endforeach()
+    endforeach()
+endfunction()
+
+function(check_host)
+    set(allowed ${host_folders})
+    foreach(folder IN LISTS host_folders)
+        set(usable "${allowed}")
+        if(folder IN_LIST host_knows_sample)
+            list(APPEND usable sample)
+        endif()
+        list_sources("host/${folder}" files)
+        check_host_files("${files}" "${usable}")
+        list(REMOVE_ITEM allowed "${folder}")
+    endforeach()
+    list_sources(sample files)
+    check_host_files("${files}" "sample;common")
+
+    file(GLOB program RELATIVE "${ROOT}" "${ROOT}/host/*.h" "${ROOT}/host/*.cpp")
+    list(FILTER program EXCLUDE REGEX "CommonHeaders") # for the compiler's eyes only
+    check_host_files("${program}" "${host_folders}")
+    file(GLOB folders RELATIVE "${ROOT}/host" "${ROOT}/host/*/CMakeLists.txt")
+    foreach(folder IN LISTS folders)
+        read_owner("${folder}")
+        if(NOT owner IN_LIST host_folders)
+            message("host/${owner} has no place in the order of the host's folders")
+            set_property(GLOBAL PROPERTY rule_broken TRUE)
+        endif()
+    endforeach()
+endfunction()
+
+# Headers that include each other in a circle are those that stay, with those that include them, when round by round
+# every header goes that includes none of the rest.
+function(check_host_circles)
+    list_sources(host rest)
+    list_sources(sample of_sample)
+    list(APPEND rest ${of_sample})
+    list(FILTER rest INCLUDE REGEX "\\.h$")
+    list(TRANSFORM rest REPLACE "^host/" "")
+    set(before "")
+    while(NOT "${rest}" STREQUAL "${before}")
+        set(before "${rest}")
+        foreach(file IN LISTS before)
+            set(path "host/${file}")
+            if(NOT EXISTS "${ROOT}/${path}")
+                set(path "${file}")
+            endif()
+            read_includes("${path}" quoted bracketed)
+            set(gone "${quoted}")
+            list(REMOVE_ITEM gone ${rest})
+            if("${gone}" STREQUAL "${quoted}")
+                list(REMOVE_ITEM rest "${file}")
+            endif()
+        endforeach()
+    endwhile()
+    foreach(file IN LISTS rest)
+        message("${file} leads into a circle of includes")
+        set_property(GLOBAL PROPERTY rule_broken TRUE)
+    endforeach()
+endfunction()
+
 set(allowed ${layers})
 foreach(module IN LISTS layers)
     set(below "${allowed}")
@@ -111,6 +195,9 @@ endforeach()
 check_public_headers()
 check_outsider(hostsdk)
 check_outsider(host)
+check_outsider(sample)
+check_host()
+check_host_circles()
 
 # A module that the order above does not name would go unchecked.
 file(GLOB modules RELATIVE "${ROOT}/src" "${ROOT}/src/*/CMakeLists.txt")

@@ -1,0 +1,4 @@
+#pragma once
+
+#include "sample/SamplePyramid.h"
+#include "view/ViewCamera.h"

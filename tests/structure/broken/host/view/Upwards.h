@@ -1,0 +1,5 @@
+#pragma once
+
+#include "hosting/HostModel.h"
+
+#include <mvgeothirdparty/MvGeoMesh.h>
