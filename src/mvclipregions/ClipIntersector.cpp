@@ -1,5 +1,7 @@
 #include "mvclipregions/ClipIntersector.h"
 
+#include "support/TerrainTileFacts.h"
+
 #include <osg/TriangleIndexFunctor>
 
 #include <algorithm>
@@ -18,13 +20,13 @@ struct TriangleSink
     const std::vector<osg::Vec3d>* local = nullptr; // the vertices
     TriangleClip* clip = nullptr;
     const osg::Array* vertices = nullptr; // in the tile's frame, if skirts are to be left out
-    bool (*isUpright)(const osg::Array&, unsigned int, unsigned int, unsigned int) = nullptr;
+    bool (*isSkirt)(const osg::Array&, unsigned int, unsigned int, unsigned int) = nullptr;
 
     void operator()(unsigned int a, unsigned int b, unsigned int c) const
     {
         const std::size_t count = local->size();
         if (a >= count || b >= count || c >= count) return; // a damaged tile
-        if (isUpright && isUpright(*vertices, a, b, c)) return;
+        if (isSkirt && isSkirt(*vertices, a, b, c)) return;
         clip->add((*local)[a], (*local)[b], (*local)[c]);
     }
 };
@@ -59,12 +61,10 @@ private:
 };
 
 template <typename Vertices>
-bool standsUpright(const osg::Array& array, unsigned int a, unsigned int b, unsigned int c)
+bool isSkirt(const osg::Array& array, unsigned int a, unsigned int b, unsigned int c)
 {
     const auto& vertices = static_cast<const Vertices&>(array);
-    const osg::Vec3d toB = osg::Vec3d(vertices[b]) - osg::Vec3d(vertices[a]);
-    const osg::Vec3d toC = osg::Vec3d(vertices[c]) - osg::Vec3d(vertices[a]);
-    return toB.x() * toC.y() == toB.y() * toC.x();
+    return isSkirtTriangle(vertices[a], vertices[b], vertices[c]);
 }
 
 template <typename Vertices>
@@ -150,7 +150,7 @@ void ClipIntersector::addTriangles(const osg::Geometry& geometry)
     reader.local = &local;
     reader.clip = &_clip;
     reader.vertices = array;
-    if (_skipsSkirts) reader.isUpright = floats ? standsUpright<osg::Vec3Array> : standsUpright<osg::Vec3dArray>;
+    if (_skipsSkirts) reader.isSkirt = floats ? isSkirt<osg::Vec3Array> : isSkirt<osg::Vec3dArray>;
     for (unsigned int i = 0; i < geometry.getNumPrimitiveSets(); ++i)
         if (const osg::PrimitiveSet* set = geometry.getPrimitiveSet(i)) set->accept(reader);
 }

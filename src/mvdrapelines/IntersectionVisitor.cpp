@@ -1,48 +1,15 @@
 #include "mvdrapelines/IntersectionVisitor.h"
 
 #include "mvdrapelines/DatabaseCacheReadCallback.h"
-#include "readerwriterthreedimg/TerrainTileInfo.h"
+#include "support/TerrainTileFacts.h"
 #include "support/UserValues.h"
 
 #include <osgDB/Options>
 
 #include <algorithm>
-#include <cstdint>
 
 namespace
 {
-
-const std::string kStartX = "startX";
-const std::string kStartY = "startY";
-const std::string kEndX = "endX";
-const std::string kEndY = "endY";
-const std::string kDemWidth = "demWidth";
-const std::string kDemHeight = "demHeight";
-const std::string kDemResolutionX = "demResolutionX";
-const std::string kDemResolutionY = "demResolutionY";
-
-/** Signed, and infinite for a single post. */
-double postSpacing(double start, double end, int posts)
-{
-    return (end - start) / static_cast<double>(static_cast<std::int64_t>(posts) - 1);
-}
-
-/** True for a terrain tile that is sampled more finely than its DEM. */
-bool isDemExhausted(const osg::Node& node)
-{
-    if (!node.getUserDataContainer()) return false;
-    const double* resolutionX = mvgeo::userValue<double>(node, kDemResolutionX);
-    if (!resolutionX) return false; // the tiles of other pyramids
-    const double* startX = mvgeo::userValue<double>(node, kStartX);
-    const double* startY = mvgeo::userValue<double>(node, kStartY);
-    const double* endX = mvgeo::userValue<double>(node, kEndX);
-    const double* endY = mvgeo::userValue<double>(node, kEndY);
-    const double* resolutionY = mvgeo::userValue<double>(node, kDemResolutionY);
-    const int* width = mvgeo::userValue<int>(node, kDemWidth);
-    const int* height = mvgeo::userValue<int>(node, kDemHeight);
-    if (!startX || !startY || !endX || !endY || !resolutionY || !width || !height) return false;
-    return *resolutionX > postSpacing(*startX, *endX, *width) && *resolutionY > postSpacing(*startY, *endY, *height);
-}
 
 /** The range minimum that the finest level has. */
 float finestMinimum(const osg::LOD& node)
@@ -78,7 +45,7 @@ osg::ref_ptr<osgDB::Options> measuringOptions(const osg::PagedLOD& node)
 void IntersectionVisitor::apply(osg::PagedLOD& node)
 {
     if (!enter(node)) return;
-    if (node.getNumChildren() > 0 && node.getChild(0) && isDemExhausted(node))
+    if (node.getNumChildren() > 0 && node.getChild(0) && mvgeo::isDenserThanDem(node))
     {
         node.getChild(0)->accept(*this);
         return; // without leave(): an intersector that counts sees these nodes so

@@ -1,7 +1,7 @@
 #include "mvdrapelines/SurfaceCutter.h"
 
 #include "mvdrapelines/SegmentChaining.h"
-#include "support/UserValues.h"
+#include "support/TerrainTileFacts.h"
 
 #include <osg/Geometry>
 #include <osg/TriangleIndexFunctor>
@@ -49,23 +49,11 @@ bool clip(const osg::Plane& plane, CutSegment& segment)
  * file of four tiles costs fifty times what cutting it does, and the sphere is up to half as wide again. */
 osg::BoundingBoxd terrainBox(const osg::Node& node, const osg::Vec3d& centre, double radius)
 {
-    static const std::string kStartX = "startX";
-    static const std::string kStartY = "startY";
-    static const std::string kEndX = "endX";
-    static const std::string kEndY = "endY";
-    const double* west = node.getUserDataContainer() ? userValue<double>(node, kStartX) : nullptr;
-    if (!west) return {};
-    const double* south = userValue<double>(node, kStartY);
-    const double* east = userValue<double>(node, kEndX);
-    const double* north = userValue<double>(node, kEndY);
-    if (!south || !east || !north) return {};
-    const double border = 0.01 * (*east - *west); // far more than its vertices are rounded by
-    return {*west - border, *south - border, centre.z() - radius, *east + border, *north + border, centre.z() + radius};
-}
-
-bool isAbove(const osg::Vec3f& a, const osg::Vec3f& b)
-{
-    return a.x() == b.x() && a.y() == b.y();
+    const std::optional<TileExtent> tile = terrainTileExtent(node);
+    if (!tile) return {};
+    const double border = 0.01 * (tile->east - tile->west); // far more than its vertices are rounded by
+    return {tile->west - border, tile->south - border, centre.z() - radius,
+            tile->east + border, tile->north + border, centre.z() + radius};
 }
 
 /** Takes the triangles of one geometry. */
@@ -73,7 +61,7 @@ struct TriangleCutter
 {
     const osg::Vec3Array* vertices = nullptr;
     const osg::Polytope::PlaneList* ends = nullptr;
-    bool leavesOutUpright = false;
+    bool leavesOutSkirts = false;
     std::vector<double> distances; // from the plane, of each vertex
     std::vector<CutSegment> segments;
 
@@ -92,17 +80,11 @@ private:
 
     [[nodiscard]] osg::Vec3d corner(unsigned int index) const { return {(*vertices)[index]}; }
 
-    [[nodiscard]] bool isUpright(const Corners& corners) const
-    {
-        const osg::Vec3f& a = (*vertices)[corners[0]];
-        const osg::Vec3f& b = (*vertices)[corners[1]];
-        const osg::Vec3f& c = (*vertices)[corners[2]];
-        return isAbove(a, b) || isAbove(b, c) || isAbove(c, a);
-    }
-
     void cut(const Corners& corners)
     {
-        if (leavesOutUpright && isUpright(corners)) return;
+        if (leavesOutSkirts &&
+            isSkirtTriangle((*vertices)[corners[0]], (*vertices)[corners[1]], (*vertices)[corners[2]]))
+            return;
         std::array<osg::Vec3d, 3> found;
         std::size_t count = 0;
         for (std::size_t n = 0; n < 3; ++n)
@@ -199,7 +181,7 @@ void SurfaceCutter::intersect(osgUtil::IntersectionVisitor& visitor, osg::Drawab
     osg::TriangleIndexFunctor<TriangleCutter> cutter;
     cutter.vertices = vertices;
     cutter.ends = &_polytope.getPlaneList();
-    cutter.leavesOutUpright = _leavesOutSkirts;
+    cutter.leavesOutSkirts = _leavesOutSkirts;
     cutter.distances.reserve(vertices->size());
     for (const osg::Vec3f& vertex : *vertices)
         cutter.distances.push_back(snappedDistance(_plane, vertex));

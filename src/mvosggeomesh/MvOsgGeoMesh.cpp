@@ -272,10 +272,10 @@ void MvOsgGeoMesh::fillStatistics(GeoMeshStatistics& statistics) const
     statistics.tilesExpired = _pager->expiredCount;
     if (statistics.version >= 2)
     {
-        statistics.tilesBuilt = _readFileCallback->builtCount();
-        statistics.tilesFromCache = _readFileCallback->readBackCount();
-        statistics.tilesIncomplete = _readFileCallback->incompleteCount();
-        statistics.tilesNotKept = _readFileCallback->notKeptCount();
+        statistics.tilesBuilt = _readFileCallback->tilesBuilt;
+        statistics.tilesFromCache = _readFileCallback->tilesReadBack;
+        statistics.tilesIncomplete = _readFileCallback->tilesIncomplete;
+        statistics.tilesNotKept = _readFileCallback->tilesNotKept;
     }
     statistics.tilesFailed = _readFileCallback->failedCount();
     statistics.tilesHeld = _pager->heldTiles.count();

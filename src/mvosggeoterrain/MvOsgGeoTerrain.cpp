@@ -8,6 +8,8 @@
 #include "support/OsgPaths.h"
 #include "support/UserValues.h"
 
+#include <OpenThreads/Thread>
+
 #include <osgDB/FileNameUtils>
 #include <osgDB/FileUtils>
 #include <osgDB/ReadFile>
@@ -40,19 +42,21 @@ SourcePaths split(const std::string& source)
 MvOsgGeoTerrain::MvOsgGeoTerrain(std::function<bool()> callback) : MvOsgGeoMesh(std::move(callback))
 {
     setHasSkirts();
+    pager().threadEndCallback = []
+    { MvGdalDataSetManager::instance()->closeThreadDatasets(OpenThreads::Thread::CurrentThreadId()); };
 }
 
 MvOsgGeoTerrain::~MvOsgGeoTerrain()
 {
     stopPaging(); // tiles under way hold the headers, which would then outlive the model
-    letRastersGo();
+    releaseRasters();
 }
 
-void MvOsgGeoTerrain::letRastersGo()
+void MvOsgGeoTerrain::releaseRasters()
 {
     _domHeader = nullptr;
     _demHeader = nullptr;
-    if (MvGdalDataSetManager* manager = MvGdalDataSetManager::instance()) manager->purgeUnused();
+    MvGdalDataSetManager::instance()->purgeUnused();
 }
 
 bool MvOsgGeoTerrain::checkBoundary(std::vector<KdGePoint3d>& points)
@@ -79,7 +83,7 @@ bool MvOsgGeoTerrain::makeCacheDirectory(const std::string& sourceAnsi, std::str
 bool MvOsgGeoTerrain::openRasters(const std::string& domPath, const std::string& demPath)
 {
     CPLSetConfigOption("GDAL_FILENAME_IS_UTF8", "YES");
-    letRastersGo(); // whoever loads again wants the files as they are now
+    releaseRasters(); // whoever loads again wants the files as they are now
     mvgeo::TerrainRasters rasters = mvgeo::openRasters(domPath, demPath);
     _domHeader = rasters.dom;
     _demHeader = rasters.dem;

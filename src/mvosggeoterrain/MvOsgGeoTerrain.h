@@ -5,12 +5,12 @@
 
 /** A terrain made from an elevation raster (DEM) and an ortho-image (DOM) while it is looked at.
  *
- *  Its one source is the text domPath "?" demPath; either may be missing, a DOM alone is a flat terrain. The tiles are
- *  virtual files below "/terrain.osgb.3dimg" in the model's cache directory; they are built on the database thread and
- *  page like any others.
+ * Its one source is the text domPath "?" demPath; either may be missing, a DOM alone is a flat terrain. The tiles are
+ * virtual files below "/terrain.osgb.3dimg" in the model's cache directory; they are built on the database thread and
+ * page like any others.
  *
- *  Frame: the DEM's coordinate system and unit (the DOM's if there is no DEM); z is the elevation.
- *  Thread: one host thread per model.
+ * Frame: the DEM's coordinate system and unit (the DOM's if there is no DEM); z is the elevation.
+ * Thread: one host thread per model.
  */
 class MvOsgGeoTerrain : public MvOsgGeoMesh
 {
@@ -29,7 +29,7 @@ public:
 private:
     [[nodiscard]] bool openRasters(const std::string& domPath, const std::string& demPath);
     /** Rasters that no other model holds are closed; their files may have changed when they are opened again. */
-    void letRastersGo();
+    void releaseRasters();
     void measureTerrain(osg::Node& rootTile);
 
     osg::ref_ptr<ImageHeader> _domHeader; // null: no such raster

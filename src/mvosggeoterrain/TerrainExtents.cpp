@@ -2,6 +2,7 @@
 
 #include "mvgdaldatasetmanager/QuietGdal.h"
 #include "readerwriterthreedimg/ElevationGrid.h"
+#include "support/TerrainTileFacts.h"
 #include "support/VisitorGeometry.h"
 
 #include <gdal_priv.h>
@@ -20,7 +21,7 @@ constexpr std::int64_t kMostPixelsReadInFull = std::int64_t{4} << 20; // about 2
 constexpr int kSamples = 2048;
 constexpr int kFewSamples = 128;
 
-/** Adds the elevations of the surface: skirts hang straight down, and so have no area when seen from above. */
+/** Adds the elevations of the surface, without its skirts. */
 void addSurface(const osg::Geometry& geometry, osg::BoundingBoxd& box)
 {
     const auto* vertices = dynamic_cast<const osg::Vec3Array*>(geometry.getVertexArray());
@@ -33,8 +34,7 @@ void addSurface(const osg::Geometry& geometry, osg::BoundingBoxd& box)
         const osg::Vec3& a = (*vertices)[(*triangles)[i]];
         const osg::Vec3& b = (*vertices)[(*triangles)[i + 1]];
         const osg::Vec3& c = (*vertices)[(*triangles)[i + 2]];
-        const bool isUpright = (b.x() - a.x()) * (c.y() - a.y()) == (c.x() - a.x()) * (b.y() - a.y());
-        if (isUpright) continue;
+        if (isSkirtTriangle(a, b, c)) continue;
         for (const osg::Vec3* corner : {&a, &b, &c})
         {
             const double z = corner->z();

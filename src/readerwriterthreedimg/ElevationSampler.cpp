@@ -73,13 +73,10 @@ float sampleAt(const Cells& cells, const CellPosition& x, const CellPosition& y)
 SampleGrid postsOf(const TerrainTileInfo& info)
 {
     SampleGrid posts = {info.startX, info.startY, info.endX, info.endY, info.demWidth, info.demHeight};
-    // The root tile's square in pixels of the DEM, around the real extent; see setSquareExtent.
-    const double columns = std::round((info.rootXmax - info.rootXmin) / info.demResolutionX);
-    const double rows = std::round((info.rootYmax - info.rootYmin) / info.demResolutionY);
-    const double side = std::max(columns, rows);
-    if (!std::isfinite(columns) || !std::isfinite(rows)) return posts;
-    posts.latticeX = {-std::floor((side - columns) / 2.0), std::ldexp(side / (info.demWidth - 1), -info.lod)};
-    posts.latticeY = {-std::floor((side - rows) / 2.0), std::ldexp(side / (info.demHeight - 1), -info.lod)};
+    const RootSquare square = rootSquareOf(info);
+    if (!std::isfinite(square.padEast) || !std::isfinite(square.padSouth)) return posts;
+    posts.latticeX = {-square.padWest, std::ldexp(square.side / (info.demWidth - 1), -info.lod)};
+    posts.latticeY = {-square.padNorth, std::ldexp(square.side / (info.demHeight - 1), -info.lod)};
     return posts;
 }
 

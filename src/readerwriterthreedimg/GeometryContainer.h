@@ -5,7 +5,7 @@
 #include <osg/ref_ptr>
 
 /** Carries a terrain tile's geometry to its children: a user object named "ParentGeometry" on their read options.
- *  Copies share the geometry. */
+ * Copies share the geometry. */
 class GeometryContainer : public osg::Object
 {
 public:

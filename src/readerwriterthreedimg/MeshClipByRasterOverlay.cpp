@@ -1,6 +1,7 @@
 #include "readerwriterthreedimg/MeshClipByRasterOverlay.h"
 
 #include "readerwriterthreedimg/TileGeometry.h"
+#include "support/TerrainTileFacts.h"
 
 #include <osg/StateSet>
 
@@ -21,21 +22,16 @@ constexpr double kBorderTolerance = 0.001;
 constexpr double kCutRounding = 1e-9; // how far, in rectangles, rounding may put a vertex of the cut off its border
 const osg::Vec3 kUp(0.0F, 0.0F, 1.0F);
 
-bool coincideInPlan(const osg::Vec3d& a, const osg::Vec3d& b)
-{
-    return a.x() == b.x() && a.y() == b.y();
-}
-
 double crossLength(const osg::Vec3d& a, const osg::Vec3d& b)
 {
     return (a ^ b).length();
 }
 
-/** True for the parent's skirts too: their lowered vertices stand right below the edge. */
-bool isDegenerate(const Corners& corners)
+/** The parent's skirts, and triangles without area. */
+bool isLeftOut(const Corners& corners)
 {
     const auto& [a, b, c] = corners;
-    if (coincideInPlan(a, b) || coincideInPlan(b, c) || coincideInPlan(c, a)) return true;
+    if (mvgeo::isSkirtTriangle(a, b, c)) return true;
     const double length = crossLength(b - a, c - a);
     return !(length > kSmallestCrossProduct) || std::isinf(length); // a corner that is not a number fails the first
 }
@@ -99,8 +95,8 @@ double shareOf(double value, double low, double high)
 
 /** One clip under way: the parent's arrays, borrowed, and the mesh that grows from them.
  *
- *  In this order: addTriangle() for each triangle of the parent, hangSkirts(), writeTo(). Positions stay double up to
- *  writeTo(), so that the vertices made on the cut lie on the border wherever the rectangle is. */
+ * In this order: addTriangle() for each triangle of the parent, hangSkirts(), writeTo(). Positions stay double up to
+ * writeTo(), so that the vertices made on the cut lie on the border wherever the rectangle is. */
 class MeshClipByRasterOverlay::Cut
 {
 public:
@@ -149,7 +145,7 @@ void MeshClipByRasterOverlay::Cut::addTriangle(const std::array<GLuint, 3>& indi
 
     const Corners corners = {_vertices[indices[0]], _vertices[indices[1]], _vertices[indices[2]]};
     // What lies beside the rectangle goes first: that is most of the parent, and cheaper to find than a small area.
-    if (isBeyondOneSide(corners) || isDegenerate(corners)) return;
+    if (isBeyondOneSide(corners) || isLeftOut(corners)) return;
     if (isInside(corners[0]) && isInside(corners[1]) && isInside(corners[2]))
         copyTriangle(indices, corners);
     else

@@ -11,8 +11,8 @@
 /** Cuts the mesh of a parent tile to a child's rectangle, lays the child's image over it and hangs skirts along the
  * cut.
  *
- *  Built for one clip: setRectangle() once, then clip() once. Frame: the terrain's local one (metres or the rasters'
- *  unit, relative to the local origin). Thread: one.
+ * Built for one clip: setRectangle() once, then clip() once. Frame: the terrain's local one (metres or the rasters'
+ * unit, relative to the local origin). Thread: one.
  */
 class MeshClipByRasterOverlay : public osg::Referenced
 {
@@ -20,7 +20,7 @@ public:
     void setRectangle(double xmin, double xmax, double ymin, double ymax);
 
     /** Writes the clipped mesh to `resultGeometry`, a new geometry if that is empty. Left untouched for an empty parent
-     *  or one whose first primitive set is no DrawElementsUInt. `skirtDepth` is in z. The image is shared. */
+     * or one whose first primitive set is no DrawElementsUInt. `skirtDepth` is in z. The image is shared. */
     void clip(osg::ref_ptr<osg::Geometry> parentGeometry, double skirtDepth, osg::ref_ptr<osg::Image> image,
               osg::ref_ptr<osg::Geometry>& resultGeometry);
 

@@ -3,8 +3,8 @@
 #include "readerwriterthreedimg/DatabaseOptionVisitor.h"
 #include "readerwriterthreedimg/TerrainPyramid.h"
 #include "readerwriterthreedimg/TileCacheFile.h"
-#include "readerwriterthreedimg/TileOrigin.h"
 #include "support/FileReplacement.h"
+#include "support/TileOrigin.h"
 #include "support/UserValues.h"
 #include "support/VisitorGeometry.h"
 
@@ -58,11 +58,11 @@ std::uint32_t failuresOf(const mvgeo::TerrainRasters& rasters)
     return (rasters.dem ? rasters.dem->readFailureCount() : 0) + (rasters.dom ? rasters.dom->readFailureCount() : 0);
 }
 
-/** Whether a texture file has a beginning and an end; true also for one that is not there. */
-bool looksWhole(const std::string& path)
+/** Whether a texture file lacks its beginning or its end; false for one that is not there. */
+bool isDamagedJpeg(const std::string& path)
 {
     osgDB::ifstream file(path.c_str(), std::ios::in | std::ios::binary);
-    if (!file.is_open()) return true;
+    if (!file.is_open()) return false;
     const auto marker = [&file]
     {
         const int first = file.get();
@@ -70,9 +70,9 @@ bool looksWhole(const std::string& path)
     };
     constexpr int kBegin = 0xFFD8; // of a JPEG
     constexpr int kEnd = 0xFFD9;
-    if (marker() != kBegin) return false;
+    if (marker() != kBegin) return true;
     file.seekg(-2, std::ios::end);
-    return marker() == kEnd;
+    return marker() != kEnd;
 }
 
 /** A texture file is never written again while it is there, so one that was damaged must go. */
@@ -86,7 +86,7 @@ void removeDamagedTextures(osg::Node& tile, const std::string& cachePathDir)
         const osg::Image* image = texture ? texture->getImage() : nullptr;
         if (!image) continue;
         const std::string path = cachePathDir + '/' + osgDB::getSimpleFileName(image->getFileName());
-        if (!looksWhole(path)) mvgeo::removeFile(path);
+        if (isDamagedJpeg(path)) mvgeo::removeFile(path);
     }
 }
 
@@ -117,8 +117,8 @@ osg::ref_ptr<osg::Node> readBack(const Request& request, const std::string& stam
 {
     const osg::ref_ptr<osg::Node> node = mvgeo::readCachedTile(request.cachePath(), stamp);
     if (!node) return nullptr;
-    THREEDIMG::DatabaseOptionVisitor giveOptions;
-    node->accept(giveOptions);
+    THREEDIMG::DatabaseOptionVisitor visitor;
+    node->accept(visitor);
     removeDamagedTextures(*node, request.cachePathDir);
     return node;
 }
@@ -145,7 +145,7 @@ osgDB::ReaderWriter::ReadResult ReaderWriter3DIMG::readNode(const std::string& f
     if (request.hasCache())
         if (const osg::ref_ptr<osg::Node> node = readBack(request, stamp))
         {
-            if (listener) listener->noteTileReadBack();
+            if (listener) ++listener->tilesReadBack;
             return node.get();
         }
 
@@ -164,9 +164,9 @@ osgDB::ReaderWriter::ReadResult ReaderWriter3DIMG::readNode(const std::string& f
     const bool isKept = isWanted && mvgeo::writeCachedTile(*node, request.cachePathDir, request.cacheName, stamp);
     if (listener)
     {
-        listener->noteTileBuilt();
-        if (!isComplete) listener->noteTileIncomplete();
-        if (isWanted && !isKept) listener->noteTileNotKept();
+        ++listener->tilesBuilt;
+        if (!isComplete) ++listener->tilesIncomplete;
+        if (isWanted && !isKept) ++listener->tilesNotKept;
     }
     return node.get();
 }

@@ -5,6 +5,7 @@
 #include "support/LogLine.h"
 #include "support/OsgPaths.h"
 #include "support/PathHash.h"
+#include "support/TerrainTileFacts.h"
 #include "support/UserValues.h"
 
 #include <OpenThreads/Thread>
@@ -33,15 +34,24 @@ osg::ref_ptr<ImageHeader> openHeader(const std::string& path)
     return header->open(hostPath(path)) ? header : nullptr;
 }
 
-/** When another thread was first to open a raster, its header is the one whose failures all threads count. */
-void useFirst(osg::ref_ptr<ImageHeader>& header, const osg::ref_ptr<ImageHeader>& first)
+using Find = osg::ref_ptr<ImageHeader> (MvGdalDataSetManager::*)(const std::string&) const;
+using Insert = bool (MvGdalDataSetManager::*)(const std::string&, osg::ref_ptr<ImageHeader>);
+
+osg::ref_ptr<ImageHeader> findOrOpenHeader(const std::string& path, Find find, Insert insert)
 {
-    if (first) header = first;
+    MvGdalDataSetManager& manager = *MvGdalDataSetManager::instance();
+    const std::string key = pathHashText(path);
+    if (osg::ref_ptr<ImageHeader> known = (manager.*find)(key)) return known;
+    const osg::ref_ptr<ImageHeader> opened = openHeader(path);
+    if (!opened || (manager.*insert)(key, opened)) return opened;
+    // Another thread was first to open the raster: its header is the one whose failures all threads count.
+    const osg::ref_ptr<ImageHeader> first = (manager.*find)(key);
+    return first ? first : opened;
 }
 
 /** The thread's own handle. A raster that was there when its header was opened, and cannot be opened for this thread,
  * counts as one that cannot be read. */
-GDALDataset* threadsDataset(ImageHeader* header)
+GDALDataset* datasetOfThisThread(ImageHeader* header)
 {
     if (!header) return nullptr;
     GDALDataset* dataset = header->getDataset(OpenThreads::Thread::CurrentThreadId());
@@ -50,41 +60,27 @@ GDALDataset* threadsDataset(ImageHeader* header)
     return dataset;
 }
 
-void useThreadsDatasets(TerrainRasters& rasters)
+void openDatasetsOfThisThread(TerrainRasters& rasters)
 {
-    rasters.domDataset = threadsDataset(rasters.dom);
-    rasters.demDataset = threadsDataset(rasters.dem);
+    rasters.domDataset = datasetOfThisThread(rasters.dom);
+    rasters.demDataset = datasetOfThisThread(rasters.dem);
 }
 
-/** The square in pixel counts around the raster's extent, which stays in its middle; an odd pixel goes south or east.
- */
-void setSquareExtent(const ImageHeader& raster, TerrainTileInfo& info)
+/** The extent of the raster, and of the root tile around it. */
+void setRootExtent(const ImageHeader& raster, TerrainTileInfo& info)
 {
     const double dx = raster.pixelWidth();
     const double dy = raster.pixelHeight();
-    const int width = raster.width();
-    const int height = raster.height();
     info.rootXmin = raster.originX();
-    info.rootXmax = raster.originX() + width * dx;
+    info.rootXmax = raster.originX() + raster.width() * dx;
     info.rootYmax = raster.originY();
-    info.rootYmin = raster.originY() + height * dy;
+    info.rootYmin = raster.originY() + raster.height() * dy;
 
-    info.startX = info.rootXmin;
-    info.endX = info.rootXmax;
-    info.startY = info.rootYmin;
-    info.endY = info.rootYmax;
-    if (height < width)
-    {
-        const int pad = (width - height) / 2;
-        info.startY = info.rootYmin + (width - pad - height) * dy;
-        info.endY = raster.originY() - pad * dy;
-    }
-    else
-    {
-        const int pad = (height - width) / 2;
-        info.startX = raster.originX() - pad * dx;
-        info.endX = info.rootXmax + (height - pad - width) * dx;
-    }
+    const RootSquare square(raster.width(), raster.height());
+    info.startX = info.rootXmin - square.padWest * dx;
+    info.endX = info.rootXmax + square.padEast * dx;
+    info.startY = info.rootYmin + square.padSouth * dy;
+    info.endY = info.rootYmax - square.padNorth * dy;
 }
 
 /** The root's description; nothing if there is no DEM and the model has not asked for a flat terrain over its DOM. */
@@ -93,7 +89,7 @@ std::optional<TerrainTileInfo> rootTileInfo(const TerrainRasters& rasters, const
     TerrainTileInfo info;
     if (rasters.dem)
     {
-        setSquareExtent(*rasters.dem, info);
+        setRootExtent(*rasters.dem, info);
         info.demResolutionX = rasters.dem->pixelWidth();
         info.demResolutionY = std::abs(rasters.dem->pixelHeight());
     }
@@ -105,7 +101,7 @@ std::optional<TerrainTileInfo> rootTileInfo(const TerrainRasters& rasters, const
             MVGEO_LOG(WARN) << "dem is null";
             return std::nullopt;
         }
-        setSquareExtent(*rasters.dom, info);
+        setRootExtent(*rasters.dom, info);
         info.demResolutionX = info.endX - info.startX;
         info.demResolutionY = info.endY - info.startY;
     }
@@ -149,7 +145,7 @@ osg::ref_ptr<osg::Node> buildRoot(TerrainRasters& rasters, const std::string& do
     info->domPath = domPath;
     info->demPath = demPath;
     info->cachePathDir = cachePathDir;
-    useThreadsDatasets(rasters);
+    openDatasetsOfThisThread(rasters);
     const osg::ref_ptr<osg::Node> tile = buildTerrainTile(rasters, *info, options);
     return tile ? wrapInPagedNode(*info, tile) : nullptr;
 }
@@ -184,7 +180,7 @@ osg::ref_ptr<osg::Node> buildChildren(TerrainRasters& rasters, const osgDB::Opti
     readTileInfo(options, parent);
     if (!isBuildable(parent)) return nullptr;
     const bool areLeaves = childrenAreLeaves(rasters, parent);
-    useThreadsDatasets(rasters);
+    openDatasetsOfThisThread(rasters);
     if (!rasters.domDataset && !rasters.demDataset) return nullptr;
 
     const osg::ref_ptr<osg::Group> group = new osg::Group;
@@ -211,27 +207,17 @@ osg::ref_ptr<osg::Node> buildChildren(TerrainRasters& rasters, const osgDB::Opti
 Refinement refinementVote(const ImageHeader* header, double halfStepX, double halfStepY)
 {
     if (!header) return Refinement::leaf;
-    const bool isCoarser = header->pixelWidth() > halfStepX * TerrainTileInfo::kRounding &&
-                           std::abs(header->pixelHeight()) > std::abs(halfStepY) * TerrainTileInfo::kRounding;
-    return isCoarser ? Refinement::leaf : Refinement::refine;
+    const bool isDenser = isDenserThanPixels({halfStepX, halfStepY}, {header->pixelWidth(), header->pixelHeight()});
+    return isDenser ? Refinement::leaf : Refinement::refine;
 }
 
 TerrainRasters openRasters(const std::string& domPath, const std::string& demPath)
 {
+    using Manager = MvGdalDataSetManager;
     TerrainRasters rasters;
-    MvGdalDataSetManager* manager = MvGdalDataSetManager::instance();
-    if (!manager) return rasters;
-    if (!domPath.empty())
-    {
-        const std::string key = pathHashText(domPath);
-        rasters.dom = manager->findDomHeader(key);
-        if (!rasters.dom && (rasters.dom = openHeader(domPath)) && !manager->insertDomHeader(key, rasters.dom))
-            useFirst(rasters.dom, manager->findDomHeader(key));
-    }
-    const std::string key = pathHashText(demPath);
-    rasters.dem = manager->findDemHeader(key);
-    if (!rasters.dem && (rasters.dem = openHeader(demPath)) && !manager->insertDemHeader(key, rasters.dem))
-        useFirst(rasters.dem, manager->findDemHeader(key));
+    if (!Manager::instance()) return rasters;
+    if (!domPath.empty()) rasters.dom = findOrOpenHeader(domPath, &Manager::findDomHeader, &Manager::insertDomHeader);
+    rasters.dem = findOrOpenHeader(demPath, &Manager::findDemHeader, &Manager::insertDemHeader);
     return rasters;
 }
 

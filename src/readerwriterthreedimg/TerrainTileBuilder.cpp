@@ -6,6 +6,7 @@
 #include "readerwriterthreedimg/TileGeometry.h"
 #include "readerwriterthreedimg/TileSurface.h"
 #include "support/LogLine.h"
+#include "support/TerrainTileFacts.h"
 #include "support/UserValues.h"
 
 #include <osg/MatrixTransform>
@@ -31,10 +32,10 @@ float noDataOf(const ImageHeader* header, const GDALDataset* dataset)
 }
 
 /** The parent's posts, at twice our spacing, were already denser than the DEM's pixels: ours would only interpolate. */
-bool isDemExhausted(const ImageHeader& dem, const TerrainTileInfo& info)
+bool isParentDenserThanDem(const ImageHeader& dem, const TerrainTileInfo& info)
 {
-    return dem.pixelWidth() > 2.0 * info.postSpacingX() * TerrainTileInfo::kRounding &&
-           std::abs(dem.pixelHeight()) > std::abs(2.0 * info.postSpacingY()) * TerrainTileInfo::kRounding;
+    return isDenserThanPixels({2.0 * info.postSpacingX(), 2.0 * info.postSpacingY()},
+                              {dem.pixelWidth(), dem.pixelHeight()});
 }
 
 osg::ref_ptr<osg::Geometry> parentGeometryIn(const osgDB::Options* options)
@@ -112,7 +113,7 @@ osg::ref_ptr<osg::Node> buildTerrainTile(const TerrainRasters& rasters, TerrainT
         return nullptr;
     }
     osg::ref_ptr<osg::Geometry> geometry;
-    if (!rasters.dem || isDemExhausted(*rasters.dem, info))
+    if (!rasters.dem || isParentDenserThanDem(*rasters.dem, info))
         if (const osg::ref_ptr<osg::Geometry> parent = parentGeometryIn(options))
             geometry = cutOutOfParent(parent, rasters, info);
     if (!geometry) geometry = buildFromDem(rasters, info);

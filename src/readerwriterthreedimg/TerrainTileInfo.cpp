@@ -4,6 +4,9 @@
 
 #include <osgDB/Options>
 
+#include <algorithm>
+#include <cmath>
+
 namespace mvgeo
 {
 
@@ -16,27 +19,27 @@ void forEachField(Info& info, const Visitor& visit)
 {
     visit("imageWidth", info.imageWidth);
     visit("imageHeight", info.imageHeight);
-    visit("demWidth", info.demWidth);
-    visit("demHeight", info.demHeight);
-    visit("startX", info.startX);
-    visit("startY", info.startY);
-    visit("endX", info.endX);
-    visit("endY", info.endY);
+    visit(keys::demWidth, info.demWidth);
+    visit(keys::demHeight, info.demHeight);
+    visit(keys::startX, info.startX);
+    visit(keys::startY, info.startY);
+    visit(keys::endX, info.endX);
+    visit(keys::endY, info.endY);
     visit("offsetX", info.offsetX);
     visit("offsetY", info.offsetY);
-    visit("lod", info.lod);
+    visit(keys::lod, info.lod);
     visit("x", info.x);
     visit("y", info.y);
     visit("rootXmin", info.rootXmin);
     visit("rootYmin", info.rootYmin);
     visit("rootXmax", info.rootXmax);
     visit("rootYmax", info.rootYmax);
-    visit("demResolutionX", info.demResolutionX);
-    visit("demResolutionY", info.demResolutionY);
-    visit("domPath", info.domPath);
-    visit("demPath", info.demPath);
-    visit("cachePathDir", info.cachePathDir);
-    visit("normal", info.normal);
+    visit(keys::demResolutionX, info.demResolutionX);
+    visit(keys::demResolutionY, info.demResolutionY);
+    visit(keys::domPath, info.domPath);
+    visit(keys::demPath, info.demPath);
+    visit(keys::cachePathDir, info.cachePathDir);
+    visit(keys::normal, info.normal);
 }
 
 std::string tileNumbers(const TerrainTileInfo& info)
@@ -49,7 +52,7 @@ std::string tileNumbers(const TerrainTileInfo& info)
 void readTileInfo(const osg::Object& object, TerrainTileInfo& info)
 {
     forEachField(info,
-                 [&object](const char* key, auto& field)
+                 [&object](const std::string& key, auto& field)
                  {
                      using Value = std::remove_reference_t<decltype(field)>;
                      if (const Value* value = userValue<Value>(object, key)) field = *value;
@@ -60,7 +63,7 @@ void storeTileInfo(osg::Object& object, const TerrainTileInfo& info)
 {
     osg::UserDataContainer& values = *object.getOrCreateUserDataContainer();
     forEachField(info,
-                 [&values](const char* key, const auto& field)
+                 [&values](const std::string& key, const auto& field)
                  {
                      using Value = std::remove_const_t<std::remove_reference_t<decltype(field)>>;
                      values.addUserObject(new osg::TemplateValueObject<Value>(key, field));
@@ -72,6 +75,21 @@ void setTileOptions(osg::PagedLOD& node, const TerrainTileInfo& info)
     const osg::ref_ptr<osgDB::Options> options = new osgDB::Options;
     storeTileInfo(*options, info);
     node.setDatabaseOptions(options);
+}
+
+RootSquare::RootSquare(double rasterColumns, double rasterRows)
+    : side(std::max(rasterColumns, rasterRows)),
+      padWest(std::floor((side - rasterColumns) / 2.0)),
+      padEast(side - padWest - rasterColumns),
+      padNorth(std::floor((side - rasterRows) / 2.0)),
+      padSouth(side - padNorth - rasterRows)
+{
+}
+
+RootSquare rootSquareOf(const TerrainTileInfo& info)
+{
+    return {std::round((info.rootXmax - info.rootXmin) / info.demResolutionX),
+            std::round((info.rootYmax - info.rootYmin) / info.demResolutionY)};
 }
 
 bool childTileInfo(const TerrainTileInfo& parent, unsigned int quadrant, TerrainTileInfo& child)

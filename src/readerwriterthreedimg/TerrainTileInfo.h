@@ -7,9 +7,9 @@
 
 /** Describes one tile of a terrain: everything that is needed to build it. Copied by value.
  *
- *  Frame: the rasters' own coordinate system and unit. Samples lie on both edges of the tile, so that neighbours share
- *  those on their common edge. It travels as user values on read options and paged nodes (readTileInfo, storeTileInfo);
- *  minZ and maxZ do not: they live only while the tile is being built.
+ * Frame: the rasters' own coordinate system and unit. Samples lie on both edges of the tile, so that neighbours share
+ * those on their common edge. It travels as user values on read options and paged nodes (readTileInfo, storeTileInfo);
+ * minZ and maxZ do not: they live only while the tile is being built.
  */
 struct TerrainTileInfo
 {
@@ -34,14 +34,10 @@ struct TerrainTileInfo
     double rootYmin = 0.0;
     double rootXmax = 0.0;
     double rootYmax = 0.0;
-    std::string demPath; ///< paths as the toolkit takes them
+    std::string demPath; ///< paths as OSG takes them
     std::string domPath;
     std::string cachePathDir; ///< folder of the tile cache
     bool normal = false;      ///< vertices get normals
-
-    /** What two sizes may differ by and still be the same: the edges of neighbours are rounded differently, and what
-     *  is decided by comparing a step with a pixel must come out the same for both. */
-    static constexpr double kRounding = 1.0 + 1e-6;
 
     [[nodiscard]] double postSpacingX() const { return (endX - startX) / (demWidth - 1); }
     [[nodiscard]] double postSpacingY() const { return (endY - startY) / (demHeight - 1); }
@@ -60,8 +56,24 @@ void storeTileInfo(osg::Object& object, const TerrainTileInfo& info);
 /** Installs new read options with the description on a paged node; no two nodes share options. */
 void setTileOptions(osg::PagedLOD& node, const TerrainTileInfo& info);
 
+/** The root tile's square, in pixels of the DEM: the raster's rows or columns are padded on both sides, and an odd
+ * pixel goes south or east. */
+struct RootSquare
+{
+    RootSquare(double rasterColumns, double rasterRows);
+
+    double side;
+    double padWest;
+    double padEast;
+    double padNorth;
+    double padSouth;
+};
+
+/** The square from what every tile of a pyramid inherits unchanged; its numbers are not finite if that cannot be. */
+[[nodiscard]] RootSquare rootSquareOf(const TerrainTileInfo& info);
+
 /** The description of one of the four quarters: 0 south-west, 1 south-east, 2 north-west, 3 north-east. False, with
- *  `child` left alone, for a quadrant above 3. */
+ * `child` left alone, for a quadrant above 3. */
 [[nodiscard]] bool childTileInfo(const TerrainTileInfo& parent, unsigned int quadrant, TerrainTileInfo& child);
 
 /** The path that stands for the four children of a tile; no such file exists. */
@@ -74,7 +86,6 @@ void setTileOptions(osg::PagedLOD& node, const TerrainTileInfo& info);
 namespace keys
 {
 inline const std::string lod = "lod";                       ///< int; its presence tells a child request from a root's
-inline const std::string isCaching = "isCaching";           ///< bool; absent means true
 inline const std::string parentGeometry = "ParentGeometry"; ///< a GeometryContainer
 inline const std::string domPath = "domPath";
 inline const std::string demPath = "demPath";

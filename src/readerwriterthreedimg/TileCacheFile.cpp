@@ -36,12 +36,12 @@ FileLock lockFiles()
 }
 
 /** Collects what is written. Its memory is the thread's and stays for the next file: taking a megabyte from the system
- *  for each would cost as much as the writing. */
+ * for each would cost as much as the writing. */
 class ByteCollector : public std::streambuf
 {
 public:
     /** Valid until the thread makes another collector. */
-    [[nodiscard]] std::string_view bytes() const { return {_room.data(), _end}; }
+    [[nodiscard]] std::string_view bytes() const { return {_buffer.data(), _end}; }
 
     void seal()
     {
@@ -54,8 +54,8 @@ protected:
     std::streamsize xsputn(const char* data, std::streamsize size) override
     {
         const auto count = static_cast<std::size_t>(size);
-        if (count > _room.size() - _position) _room.resize(2 * _room.size() + count);
-        std::memcpy(_room.data() + _position, data, count);
+        if (count > _buffer.size() - _position) _buffer.resize(2 * _buffer.size() + count);
+        std::memcpy(_buffer.data() + _position, data, count);
         _position += count;
         _end = std::max(_end, _position);
         return size;
@@ -79,19 +79,19 @@ protected:
     }
 
 private:
-    static std::string& threadsRoom()
+    static std::string& bufferOfThisThread()
     {
-        thread_local std::string room;
-        return room;
+        thread_local std::string buffer;
+        return buffer;
     }
 
-    std::string& _room = threadsRoom(); // its size is what there is room for; numbers come by the ten thousand
+    std::string& _buffer = bufferOfThisThread(); // its size is its capacity; numbers come by the ten thousand
     std::size_t _end = 0;
     std::size_t _position = 0;
 };
 
-/** Writes the node in the toolkit's binary format. In memory, because the toolkit writes vertices and indices number by
- *  number, which costs a file stream three times as much as all the rest of the work. */
+/** Writes the node in OSG's binary format. In memory, because OSG writes vertices and indices number by number, which
+ * costs a file stream three times as much as all the rest of the work. */
 bool encode(const osg::Node& node, ByteCollector& collector)
 {
     osgDB::Registry* registry = osgDB::Registry::instance();

@@ -17,7 +17,7 @@ constexpr unsigned int kNone = std::numeric_limits<unsigned int>::max();
 constexpr float kSkirtPart = 0.02F; // of the tile's diagonal
 
 /** First and last post on an axis that lies inside the DEM's extent; tells also posts that lie on its edge but for the
- *  rounding of the division. */
+ * rounding of the division. */
 struct PostRange
 {
     int first = 0;

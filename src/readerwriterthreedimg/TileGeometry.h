@@ -13,7 +13,7 @@ namespace mvgeo
 
 /** The tile's texture image over the pixels, which it takes; rows north first. It is written inside a tile's file, so
  * that a tile that is read back shows the very same pixels.
- *  @param name becomes the image's file name */
+ * @param name becomes the image's file name */
 [[nodiscard]] osg::ref_ptr<osg::Image> makeTileImage(RgbPixels pixels, const TerrainTileInfo& info,
                                                      const std::string& name);
 
@@ -21,7 +21,7 @@ namespace mvgeo
  * down from the tile's borders and hide gaps between tiles of different depth. Fills info.minZ and info.maxZ with the
  * range of its elevations, -1 and 1 if it has no vertex. A post without data is at elevation 0.
  *
- *  Frame: relative to the local origin (info.offsetX, info.offsetY, 0); texture coordinates run east and south. */
+ * Frame: relative to the local origin (info.offsetX, info.offsetY, 0); texture coordinates run east and south. */
 [[nodiscard]] osg::ref_ptr<osg::Geometry> buildTileGeometry(const TileSurface& surface, float demNoData,
                                                             TerrainTileInfo& info);
 

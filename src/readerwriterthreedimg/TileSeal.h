@@ -13,11 +13,11 @@ enum class Seal
     broken
 };
 
-/** What stands behind the content of a cached tile's file: a mark and a checksum. Readers of the toolkit's format do
- * not look there. A single changed byte of the content always breaks the seal.
+/** What stands behind the content of a cached tile's file: a mark and a checksum. Readers of OSG's format do not look
+ * there. A single changed byte of the content always breaks the seal.
  *
- *  Why: a damaged count can keep the toolkit's reader busy for minutes and cost gigabytes, so that a file is judged
- * before it is read. */
+ * Why: a damaged count can keep OSG's reader busy for minutes and cost gigabytes, so that a file is judged before it is
+ * read. */
 [[nodiscard]] std::string sealFor(std::string_view content);
 
 /** `file` is the whole file with its seal, if it has one. */

@@ -21,19 +21,6 @@ double sharedSpacing(double tileSize, int posts, int lod, double rootSize)
     return (isOfThisRoot ? nominal : tileSize) / (posts - 1);
 }
 
-/** The side of the square root tile, from what every tile of the pyramid inherits unchanged. */
-double rootSizeX(const TerrainTileInfo& info)
-{
-    const double columns = std::round((info.rootXmax - info.rootXmin) / info.demResolutionX);
-    const double rows = std::round((info.rootYmax - info.rootYmin) / info.demResolutionY);
-    return std::max(columns, rows) * info.demResolutionX;
-}
-
-double rootSizeY(const TerrainTileInfo& info)
-{
-    return rootSizeX(info) / info.demResolutionX * info.demResolutionY;
-}
-
 /** Which posts of the tile a strip's middle line replaces: `count` of them, `step` apart, from `first` on. */
 struct Edge
 {
@@ -50,8 +37,10 @@ public:
           _dataset(dataset),
           _info(info),
           _surface(surface),
-          _dx(sharedSpacing(info.endX - info.startX, info.demWidth, info.lod, rootSizeX(info))),
-          _dy(sharedSpacing(info.endY - info.startY, info.demHeight, info.lod, rootSizeY(info)))
+          _dx(sharedSpacing(info.endX - info.startX, info.demWidth, info.lod,
+                            rootSquareOf(info).side * info.demResolutionX)),
+          _dy(sharedSpacing(info.endY - info.startY, info.demHeight, info.lod,
+                            rootSquareOf(info).side * info.demResolutionY))
     {
     }
 

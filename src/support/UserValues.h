@@ -33,6 +33,17 @@ inline const std::string topNode = "top_node";          ///< bool on the model's
 inline const std::string imagePath = "imagePath";       ///< string on a texture: its cached image file
 inline const std::string cachePathDir = "cachePathDir"; ///< string on read options: folder of the image cache
 inline const std::string normal = "normal";             ///< bool on read options: give tiles normals
+inline const std::string isCaching = "isCaching";       ///< bool on read options: keep on the disk; absent means true
+
+// Of the description that the nodes of terrain tiles carry:
+inline const std::string startX = "startX"; ///< doubles: west, south, east and north edge
+inline const std::string startY = "startY";
+inline const std::string endX = "endX";
+inline const std::string endY = "endY";
+inline const std::string demWidth = "demWidth"; ///< ints: posts across the tile
+inline const std::string demHeight = "demHeight";
+inline const std::string demResolutionX = "demResolutionX"; ///< doubles: the DEM's pixel size
+inline const std::string demResolutionY = "demResolutionY";
 } // namespace keys
 
 } // namespace mvgeo

@@ -1,6 +1,5 @@
 #include "updatescenegraph/DatabasePagerBridge.h"
 
-#include "mvgdaldatasetmanager/MvGdalDataSetManager.h"
 #include "platform/TickCount.h"
 #include "support/LogLine.h"
 #include "updatescenegraph/ContentNodeVisitor.h"
@@ -24,7 +23,7 @@ constexpr int kReplaceFailedLine = 261;
 constexpr double kStartUpMs = 1000.0;
 
 /** Clears what a request left behind at its parent, and stamps the place where its tile will hang. */
-void settleRequest(osg::Group& parent, const osg::FrameStamp& frameStamp)
+void finishRequest(osg::Group& parent, const osg::FrameStamp& frameStamp)
 {
     const unsigned int place = parent.getNumChildren();
     if (auto* paged = dynamic_cast<osg::PagedLOD*>(&parent))
@@ -34,7 +33,7 @@ void settleRequest(osg::Group& parent, const osg::FrameStamp& frameStamp)
         paged->getDatabaseRequest(place) = nullptr;
     }
     else if (auto* proxy = dynamic_cast<osg::ProxyNode*>(&parent); proxy && place < proxy->getNumFileNames())
-        proxy->getDatabaseRequest(place) = nullptr; // the toolkit does not check the place, unlike a paged node's
+        proxy->getDatabaseRequest(place) = nullptr; // OSG does not check the place, unlike a paged node's
 }
 
 } // namespace
@@ -64,12 +63,12 @@ DatabasePagerBridge::DatabasePagerBridge(int modelSerial)
     _dataToMergeList = new RequestQueue(this);
     setUpThreads(1, 0);
     for (osg::ref_ptr<DatabaseThread>& thread : _databaseThreads) // none runs before the first request
-        thread = new NumberedThread(this, thread->getName());
+        thread = new EndingThread(this, thread->getName());
 }
 
 DatabasePagerBridge::~DatabasePagerBridge()
 {
-    stop(); // the database thread calls refreshCallback: it must have ended before our members go
+    stop(); // the database thread calls our callbacks: it must have ended before our members go
 }
 
 void DatabasePagerBridge::stop()
@@ -77,24 +76,18 @@ void DatabasePagerBridge::stop()
     // The pager's own cancel() does not join a thread that ends quickly, and so would leave its stack behind.
     for (const osg::ref_ptr<DatabaseThread>& thread : _databaseThreads)
         thread->cancel();
-
-    MvGdalDataSetManager* rasters = MvGdalDataSetManager::instance();
-    for (const osg::ref_ptr<DatabaseThread>& thread : _databaseThreads)
-    {
-        const std::uint64_t number = static_cast<const NumberedThread&>(*thread).number();
-        if (rasters && number != 0) rasters->closeThreadDatasets(number);
-    }
 }
 
-DatabasePagerBridge::NumberedThread::NumberedThread(DatabasePagerBridge* pager, const std::string& name)
+DatabasePagerBridge::EndingThread::EndingThread(DatabasePagerBridge* pager, const std::string& name)
     : DatabaseThread(pager, HANDLE_ALL_REQUESTS, name)
 {
 }
 
-void DatabasePagerBridge::NumberedThread::run()
+void DatabasePagerBridge::EndingThread::run()
 {
-    _number = OpenThreads::Thread::CurrentThreadId();
     DatabaseThread::run();
+    const auto* bridge = static_cast<DatabasePagerBridge*>(_pager);
+    if (bridge->threadEndCallback) bridge->threadEndCallback();
 }
 
 bool DatabasePagerBridge::mustCallHost(std::size_t waiting) const
@@ -152,7 +145,7 @@ osg::ref_ptr<osg::Node> DatabasePagerBridge::prepareTile(DatabaseRequest& reques
 {
     if (osgDB::SharedStateManager* states = osgDB::Registry::instance()->getSharedStateManager())
         states->share(request._loadedModel);
-    settleRequest(parent, frameStamp);
+    finishRequest(parent, frameStamp);
     return mvgeo::replacePagedLODs(request._loadedModel);
 }
 
@@ -185,10 +178,10 @@ void DatabasePagerBridge::addToScene(DatabaseRequest& request, osg::Group& paren
         cache->addObjectCache(request._objectCache);
         request._objectCache->clear();
     }
-    noteMergeTime(frameStamp.getReferenceTime() - request._timestampFirstRequest);
+    recordMergeTime(frameStamp.getReferenceTime() - request._timestampFirstRequest);
 }
 
-void DatabasePagerBridge::noteMergeTime(double seconds)
+void DatabasePagerBridge::recordMergeTime(double seconds)
 {
     _minimumTimeToMergeTile = std::min(_minimumTimeToMergeTile, seconds);
     _maximumTimeToMergeTile = std::max(_maximumTimeToMergeTile, seconds);

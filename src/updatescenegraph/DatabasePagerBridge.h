@@ -5,20 +5,19 @@
 #include <osg/FrameStamp>
 #include <osgDB/DatabasePager>
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <vector>
 
 /** One model's pager: loads tiles on one database thread, merges them on the host's thread, and lists the content nodes
- *  that entered and left the scene.
+ * that entered and left the scene.
  *
- *  Order within a frame: signalBeginFrame, mergeLoadedTiles, the traversal that requests tiles, pruneExpiredTiles,
- *  signalEndFrame; then the model takes loadedContentNodes and removedContentNodes and empties them. The base pager's
- *  updateSceneGraph() is never called.
+ * Order within a frame: signalBeginFrame, mergeLoadedTiles, the traversal that requests tiles, pruneExpiredTiles,
+ * signalEndFrame; then the model takes loadedContentNodes and removedContentNodes and empties them. The base pager's
+ * updateSceneGraph() is never called.
  *
- *  Thread: the host's update thread, except for the refresh callback, which runs on the database thread.
- *  Ownership: both lists keep their nodes alive until they are emptied.
+ * Thread: the host's update thread, except for the refresh callback, which runs on the database thread.
+ * Ownership: both lists keep their nodes alive until they are emptied.
  */
 class DatabasePagerBridge : public osgDB::DatabasePager
 {
@@ -30,11 +29,11 @@ public:
     void mergeLoadedTiles(const osg::FrameStamp& frameStamp);
 
     /** Drops children that this frame did not visit while there are more paged nodes than the target, and appends their
-     *  content nodes to removedContentNodes. */
+     * content nodes to removedContentNodes. */
     void pruneExpiredTiles(const osg::FrameStamp& frameStamp);
 
-    /** Ends the database thread, waiting for the read under way, and then closes the rasters that it had opened.
-     * Nothing is loaded any more afterwards. May be called twice. */
+    /** Ends the database thread, waiting for the read under way and for threadEndCallback. Nothing is loaded any more
+     * afterwards. May be called twice. */
     void stop();
 
     /** True when nothing is queued, being read or deleted, or waiting to be merged. */
@@ -45,6 +44,9 @@ public:
     /** Called on the database thread, under the merge queue's lock. Set once, before the first request starts the
      * thread. */
     std::function<bool()> refreshCallback;
+    /** Called on the database thread as the last thing that it does, to close what its reads left open for it. Set like
+     * refreshCallback; may be empty. */
+    std::function<void()> threadEndCallback;
     /** The host is always called when more tiles than this wait to be merged. */
     std::uint32_t mergeBacklogLimit = 30;
     /** tickCountMs() at construction, on purpose never renewed: after the model's first second every tile calls the
@@ -70,21 +72,15 @@ protected:
     };
 
 private:
-    /** A database thread that remembers the number under which rasters are opened for it, which differs from the one
-     *  that the thread object reports. */
-    class NumberedThread : public DatabaseThread
+    /** A database thread that tells of its end. */
+    class EndingThread : public DatabaseThread
     {
     public:
-        NumberedThread(DatabasePagerBridge* pager, const std::string& name);
+        EndingThread(DatabasePagerBridge* pager, const std::string& name);
         void run() override;
-        /** 0 if it never ran. */
-        [[nodiscard]] std::uint64_t number() const { return _number; }
 
     protected:
-        ~NumberedThread() override = default;
-
-    private:
-        std::atomic<std::uint64_t> _number{0};
+        ~EndingThread() override = default;
     };
 
     [[nodiscard]] bool mustCallHost(std::size_t waiting) const;
@@ -94,6 +90,6 @@ private:
                                                       const osg::FrameStamp& frameStamp);
     void collectLoaded(osg::Node& tile, const std::string& fileName);
     void addToScene(DatabaseRequest& request, osg::Group& parent, const osg::FrameStamp& frameStamp);
-    void noteMergeTime(double seconds);
+    void recordMergeTime(double seconds);
     [[nodiscard]] ObjectList takeExpiredChildren(const osg::FrameStamp& frameStamp);
 };

@@ -9,47 +9,47 @@ namespace mvgeo
 namespace
 {
 
-constexpr std::chrono::seconds kFirstRest{1};
-constexpr std::chrono::seconds kLongestRest{60};
+constexpr std::chrono::seconds kFirstPause{1};
+constexpr std::chrono::seconds kLongestPause{60};
 
 } // namespace
 
 FailedReads::FailedReads(std::function<Clock::time_point()> now) : _now(std::move(now)) {}
 
-bool FailedReads::isResting(const std::string& fileName) const
+bool FailedReads::isPaused(const std::string& fileName) const
 {
     const Lock lock(_lock);
-    if (_rests.empty()) return false;
-    const auto found = _rests.find(fileName);
-    return found != _rests.end() && _now() < found->second.until;
+    if (_pauses.empty()) return false;
+    const auto found = _pauses.find(fileName);
+    return found != _pauses.end() && _now() < found->second.until;
 }
 
-bool FailedReads::noteFailure(const std::string& fileName)
+bool FailedReads::recordFailure(const std::string& fileName)
 {
     const Lock lock(_lock);
-    const auto [entry, isFirst] = _rests.try_emplace(fileName, Rest{{}, kFirstRest});
-    Rest& rest = entry->second;
-    if (!isFirst) rest.length = std::min(rest.length * 2, kLongestRest);
-    rest.until = _now() + rest.length;
+    const auto [entry, isFirst] = _pauses.try_emplace(fileName, Pause{{}, kFirstPause});
+    Pause& pause = entry->second;
+    if (!isFirst) pause.length = std::min(pause.length * 2, kLongestPause);
+    pause.until = _now() + pause.length;
     return isFirst;
 }
 
-void FailedReads::noteSuccess(const std::string& fileName)
+void FailedReads::recordSuccess(const std::string& fileName)
 {
     const Lock lock(_lock);
-    _rests.erase(fileName);
+    _pauses.erase(fileName);
 }
 
 void FailedReads::clear()
 {
     const Lock lock(_lock);
-    _rests.clear();
+    _pauses.clear();
 }
 
 std::size_t FailedReads::count() const
 {
     const Lock lock(_lock);
-    return _rests.size();
+    return _pauses.size();
 }
 
 } // namespace mvgeo

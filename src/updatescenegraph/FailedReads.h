@@ -12,10 +12,10 @@ namespace mvgeo
 {
 
 /** Remembers the tiles that could not be read, so that a missing file costs one read and one line in the log instead of
- *  one of each a frame: the pager asks for it again in every frame in which the view wants it.
+ * one of each a frame: the pager asks for it again in every frame in which the view wants it.
  *
- *  After a failure a file rests for 1 s, after each further one twice as long, up to 60 s.
- *  Thread: any.
+ * After a failure a file is paused for 1 s, after each further one twice as long, up to 60 s.
+ * Thread: any.
  */
 class FailedReads
 {
@@ -25,12 +25,12 @@ public:
     /** @param now where the time is taken from */
     explicit FailedReads(std::function<Clock::time_point()> now = &Clock::now);
 
-    /** True while the file rests: it must not be read. */
-    [[nodiscard]] bool isResting(const std::string& fileName) const;
+    /** True while the file must not be read. */
+    [[nodiscard]] bool isPaused(const std::string& fileName) const;
 
     /** True for the file's first failure since it was last read well (or ever). */
-    bool noteFailure(const std::string& fileName);
-    void noteSuccess(const std::string& fileName);
+    bool recordFailure(const std::string& fileName);
+    void recordSuccess(const std::string& fileName);
 
     void clear();
 
@@ -38,7 +38,7 @@ public:
     [[nodiscard]] std::size_t count() const;
 
 private:
-    struct Rest
+    struct Pause
     {
         Clock::time_point until;
         std::chrono::seconds length;
@@ -46,7 +46,7 @@ private:
 
     std::function<Clock::time_point()> _now;
     mutable Mutex _lock;
-    std::unordered_map<std::string, Rest> _rests MVGEO_GUARDED_BY(_lock);
+    std::unordered_map<std::string, Pause> _pauses MVGEO_GUARDED_BY(_lock);
 };
 
 } // namespace mvgeo

@@ -1,6 +1,6 @@
 #include "updatescenegraph/PagedLODEx.h"
 
-#include "support/UserValues.h"
+#include "support/TerrainTileFacts.h"
 #include "updatescenegraph/SceneViewVisitor.h"
 
 #include <cmath>
@@ -9,22 +9,12 @@
 namespace
 {
 
-const std::string kStartX = "startX";
-const std::string kStartY = "startY";
-const std::string kEndX = "endX";
-const std::string kEndY = "endY";
-
-/** Half the diagonal of a terrain tile's extent, or the fallback if the node does not carry all four values as double.
- * A terrain tile's sphere also bounds its relief, which would make steep tiles finer than flat ones. */
+/** Half the diagonal of a terrain tile's extent, or the fallback for other nodes. A terrain tile's sphere also bounds
+ * its relief, which would make steep tiles finer than flat ones. */
 double tileRadius(const osg::Node& node, double fallback)
 {
-    if (!node.getUserDataContainer()) return fallback;
-    const double* startX = mvgeo::userValue<double>(node, kStartX);
-    const double* startY = mvgeo::userValue<double>(node, kStartY);
-    const double* endX = mvgeo::userValue<double>(node, kEndX);
-    const double* endY = mvgeo::userValue<double>(node, kEndY);
-    if (!startX || !startY || !endX || !endY) return fallback;
-    return 0.5 * std::hypot(*endX - *startX, *endY - *startY);
+    const std::optional<mvgeo::TileExtent> tile = mvgeo::terrainTileExtent(node);
+    return tile ? 0.5 * std::hypot(tile->east - tile->west, tile->north - tile->south) : fallback;
 }
 
 } // namespace

@@ -6,8 +6,8 @@ class SceneViewVisitor;
 
 /** A paged level of detail that chooses its children by the view of a SceneViewVisitor instead of a cull stack.
  *
- *  Only PagedLODReplacer makes these. A clone is a plain osg::PagedLOD on purpose: nothing else may multiply them.
- *  Thread: the host's update thread.
+ * Only PagedLODReplacer makes these. A clone is a plain osg::PagedLOD on purpose: nothing else may multiply them.
+ * Thread: the host's update thread.
  */
 class PagedLODEx : public osg::PagedLOD
 {

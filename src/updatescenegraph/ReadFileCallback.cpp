@@ -1,6 +1,5 @@
 #include "updatescenegraph/ReadFileCallback.h"
 
-#include "readerwriterthreedimg/TerrainTileInfo.h"
 #include "support/TileCheck.h"
 #include "support/TileReader.h"
 #include "support/UserValues.h"
@@ -37,7 +36,7 @@ ReadFileCallback::~ReadFileCallback() = default;
 
 ReadResult ReadFileCallback::readNode(const std::string& fileName, const osgDB::Options* options)
 {
-    if (_failedReads.isResting(fileName)) return ReadResult(ReadResult::FILE_LOADED);
+    if (_failedReads.isPaused(fileName)) return ReadResult(ReadResult::FILE_LOADED);
 
     if (options)
         if (const bool* normals = mvgeo::userValue<bool>(*options, mvgeo::keys::normal)) _generateNormals = *normals;
@@ -45,15 +44,15 @@ ReadResult ReadFileCallback::readNode(const std::string& fileName, const osgDB::
     ReadResult result = readAndPrepare(fileName, options);
     if (!result.validNode())
     {
-        const bool isFirst = _failedReads.noteFailure(fileName);
+        const bool isFirst = _failedReads.recordFailure(fileName);
         return isFirst ? result : ReadResult(ReadResult::FILE_LOADED);
     }
-    _failedReads.noteSuccess(fileName);
+    _failedReads.recordSuccess(fileName);
     ++_loadedCount;
     return result;
 }
 
-// A damaged tile can make the toolkit throw, for instance when a length in it is absurd.
+// A damaged tile can make OSG throw, for instance when a length in it is absurd.
 ReadResult ReadFileCallback::readAndPrepare(const std::string& fileName, const osgDB::Options* options)
 {
     try
@@ -88,8 +87,8 @@ void ReadFileCallback::prepareTile(osg::Node& tile, const osgDB::Options* option
 
     if (options->getReadFileCallback())
     {
-        SetReadFileCallbackVisitor wireChildren(options);
-        tile.accept(wireChildren);
+        SetReadFileCallbackVisitor visitor(options);
+        tile.accept(visitor);
     }
     const bool* isCaching = mvgeo::userValue<bool>(*options, mvgeo::keys::isCaching);
     if (isCaching && !*isCaching) return; // read for one measurement

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "readerwriterthreedimg/TileOrigin.h"
 #include "support/Mutex.h"
+#include "support/TileOrigin.h"
 #include "updatescenegraph/FailedReads.h"
 #include "updatescenegraph/GenerateNormalVisitor.h"
 
@@ -11,14 +11,14 @@
 #include <cstdint>
 #include <string>
 
-/** Through this every tile of a model is read. After the toolkit has read a tile it gets smoothed normals if asked for,
- *  its paged nodes get the same callback and cache directory, and its textures go to the cache directory.
+/** Through this every tile of a model is read. After OSG has read a tile, the tile gets smoothed normals if asked for,
+ * its paged nodes get the same callback and cache directory, and its textures go to the cache directory.
  *
- *  A tile that cannot be read is remembered (mvgeo::FailedReads). Its first failure is returned as it is, so that the
- *  pager writes its one line with path and reason; later requests get an empty success, and while the file rests
+ * A tile that cannot be read is remembered (mvgeo::FailedReads). Its first failure is returned as it is, so that the
+ * pager writes its one line with path and reason; later requests get an empty success, and while the file is paused
  * nothing is read for them. A reader that throws counts as a failed read.
  *
- *  Thread: any; the database thread and the host thread call it at once.
+ * Thread: any; the database thread and the host thread call it at once.
  */
 class ReadFileCallback : public osgDB::ReadFileCallback, public mvgeo::TileOriginListener
 {
@@ -34,20 +34,11 @@ public:
     [[nodiscard]] bool generatesNormals() const { return _generateNormals; }
 
     /** The next read of this file goes to the disk, whatever is remembered of it. */
-    void forgetFailure(const std::string& fileName) { _failedReads.noteSuccess(fileName); }
+    void forgetFailure(const std::string& fileName) { _failedReads.recordSuccess(fileName); }
 
     void forgetAllFailures() { _failedReads.clear(); }
 
     [[nodiscard]] std::uint64_t loadedCount() const { return _loadedCount; }
-    void noteTileBuilt() override { ++_builtCount; }
-    void noteTileReadBack() override { ++_readBackCount; }
-    void noteTileIncomplete() override { ++_incompleteCount; }
-    void noteTileNotKept() override { ++_notKeptCount; }
-    [[nodiscard]] std::uint64_t incompleteCount() const { return _incompleteCount; }
-    [[nodiscard]] std::uint64_t notKeptCount() const { return _notKeptCount; }
-    [[nodiscard]] std::uint64_t builtCount() const { return _builtCount; }
-    [[nodiscard]] std::uint64_t readBackCount() const { return _readBackCount; }
-
     [[nodiscard]] std::uint64_t failedCount() const { return _failedReads.count(); }
 
 protected:
@@ -63,8 +54,4 @@ private:
     GenerateNormalVisitor _normalVisitor MVGEO_GUARDED_BY(_normalVisitorLock); // a visitor keeps the path it walks
     mvgeo::FailedReads _failedReads;
     std::atomic<std::uint64_t> _loadedCount{0};
-    std::atomic<std::uint64_t> _builtCount{0};
-    std::atomic<std::uint64_t> _readBackCount{0};
-    std::atomic<std::uint64_t> _incompleteCount{0};
-    std::atomic<std::uint64_t> _notKeptCount{0};
 };

@@ -1,6 +1,5 @@
 #include "TerrainParts.h"
 #include "readerwriterthreedimg/ReaderWriter3DIMG.h"
-#include "readerwriterthreedimg/TileOrigin.h"
 
 #include <osg/ValueObject>
 #include <osgDB/Callbacks>
@@ -136,18 +135,8 @@ TEST_F(Reader3DIMG, LeavesSavingOtherExtensionsToOthers)
 
 // ---- who listens
 
-class Listener : public osgDB::ReadFileCallback, public mvgeo::TileOriginListener
+struct Listener : public osgDB::ReadFileCallback, public mvgeo::TileOriginListener
 {
-public:
-    void noteTileBuilt() override { ++built; }
-    void noteTileReadBack() override { ++readBack; }
-    void noteTileIncomplete() override { ++incomplete; }
-    void noteTileNotKept() override { ++notKept; }
-
-    int built = 0;
-    int readBack = 0;
-    int incomplete = 0;
-    int notKept = 0;
 };
 
 TEST_F(Reader3DIMG, TellsWhereATileComesFrom)
@@ -156,17 +145,17 @@ TEST_F(Reader3DIMG, TellsWhereATileComesFrom)
     const osg::ref_ptr<osgDB::Options> options = request.options();
     options->setReadFileCallback(listener);
     EXPECT_FALSE(readTile(rootName(), options));
-    EXPECT_EQ(listener->built, 0); // it failed
+    EXPECT_EQ(listener->tilesBuilt, 0U); // it failed
 
     writeNoise();
     EXPECT_TRUE(readTile(rootName(), options));
-    EXPECT_EQ(listener->built, 1);
-    EXPECT_EQ(listener->readBack, 0);
+    EXPECT_EQ(listener->tilesBuilt, 1U);
+    EXPECT_EQ(listener->tilesReadBack, 0U);
     EXPECT_TRUE(readTile(rootName(), options));
-    EXPECT_EQ(listener->built, 1);
-    EXPECT_EQ(listener->readBack, 1);
-    EXPECT_EQ(listener->incomplete, 0);
-    EXPECT_EQ(listener->notKept, 0);
+    EXPECT_EQ(listener->tilesBuilt, 1U);
+    EXPECT_EQ(listener->tilesReadBack, 1U);
+    EXPECT_EQ(listener->tilesIncomplete, 0U);
+    EXPECT_EQ(listener->tilesNotKept, 0U);
 }
 
 TEST_F(Reader3DIMG, TellsThatARasterCouldNotBeReadForATile)
@@ -177,9 +166,9 @@ TEST_F(Reader3DIMG, TellsThatARasterCouldNotBeReadForATile)
     const osg::ref_ptr<osgDB::Options> options = request.options();
     options->setReadFileCallback(listener);
     EXPECT_TRUE(readTile(rootName(), options));
-    EXPECT_EQ(listener->built, 1);
-    EXPECT_EQ(listener->incomplete, 1);
-    EXPECT_EQ(listener->notKept, 0); // nobody tried
+    EXPECT_EQ(listener->tilesBuilt, 1U);
+    EXPECT_EQ(listener->tilesIncomplete, 1U);
+    EXPECT_EQ(listener->tilesNotKept, 0U); // nobody tried
 }
 
 TEST_F(Reader3DIMG, TellsThatATileCouldNotBeKept)
@@ -191,16 +180,16 @@ TEST_F(Reader3DIMG, TellsThatATileCouldNotBeKept)
     osg::ref_ptr<osgDB::Options> options = request.options();
     options->setReadFileCallback(listener);
     EXPECT_TRUE(readTile("terrain.osgb.3dimg", options));
-    EXPECT_EQ(listener->built, 1);
-    EXPECT_EQ(listener->notKept, 1);
-    EXPECT_EQ(listener->incomplete, 0);
+    EXPECT_EQ(listener->tilesBuilt, 1U);
+    EXPECT_EQ(listener->tilesNotKept, 1U);
+    EXPECT_EQ(listener->tilesIncomplete, 0U);
 
     request.isCaching = false;
     options = request.options();
     options->setReadFileCallback(listener);
     EXPECT_TRUE(readTile("terrain.osgb.3dimg", options));
-    EXPECT_EQ(listener->built, 2);
-    EXPECT_EQ(listener->notKept, 1); // it was not wanted
+    EXPECT_EQ(listener->tilesBuilt, 2U);
+    EXPECT_EQ(listener->tilesNotKept, 1U); // it was not wanted
 }
 
 TEST_F(Reader3DIMG, ToleratesACallbackThatDoesNotListen)

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <tuple>
 #include <vector>
 
@@ -218,6 +219,26 @@ TEST(TerrainTileInfo, NamesItsChildrenAndItsTexture)
     deep.x = 4095;
     deep.y = 0;
     EXPECT_EQ(mvgeo::childFileName(deep), "/cache/12_4095_0_c.osgb.3dimg");
+}
+
+// 30 / 0.25 columns and 60 / 0.75 rows are 120 and 80; with 81 rows the odd one goes south.
+TEST(RootSquare, HasTheDemInItsMiddle)
+{
+    TerrainTileInfo info = distinctInfo();
+    info.rootXmin = 0.0;
+    EXPECT_EQ(mvgeo::rootSquareOf(info).side, 120.0);
+    EXPECT_EQ(mvgeo::rootSquareOf(info).padWest, 0.0);
+    EXPECT_EQ(mvgeo::rootSquareOf(info).padEast, 0.0);
+    EXPECT_EQ(mvgeo::rootSquareOf(info).padNorth, 20.0);
+    EXPECT_EQ(mvgeo::rootSquareOf(info).padSouth, 20.0);
+    info.rootYmax += 0.75;
+    EXPECT_EQ(mvgeo::rootSquareOf(info).padNorth, 19.0);
+    EXPECT_EQ(mvgeo::rootSquareOf(info).padSouth, 20.0);
+}
+
+TEST(RootSquare, OfADescriptionWithoutDemIsNoNumber)
+{
+    EXPECT_FALSE(std::isfinite(mvgeo::rootSquareOf(TerrainTileInfo()).padEast));
 }
 
 } // namespace

@@ -66,6 +66,7 @@ TEST(UserValues, HaveTheNamesThatOthersReadThemBy)
     EXPECT_EQ(keys::imagePath, "imagePath");
     EXPECT_EQ(keys::cachePathDir, "cachePathDir");
     EXPECT_EQ(keys::normal, "normal");
+    EXPECT_EQ(keys::isCaching, "isCaching");
 }
 
 } // namespace

@@ -19,65 +19,65 @@ protected:
     FailedReads reads{[this] { return now; }};
 };
 
-TEST_F(FailedReadsTest, UnknownFileDoesNotRest)
+TEST_F(FailedReadsTest, UnknownFileIsNotPaused)
 {
-    EXPECT_FALSE(reads.isResting("a.osgb"));
+    EXPECT_FALSE(reads.isPaused("a.osgb"));
     EXPECT_EQ(reads.count(), 0U);
 }
 
-TEST_F(FailedReadsTest, FirstFailureRestsOneSecond)
+TEST_F(FailedReadsTest, FirstFailurePausesOneSecond)
 {
-    EXPECT_TRUE(reads.noteFailure("a.osgb"));
-    EXPECT_TRUE(reads.isResting("a.osgb"));
+    EXPECT_TRUE(reads.recordFailure("a.osgb"));
+    EXPECT_TRUE(reads.isPaused("a.osgb"));
     now += milliseconds(999);
-    EXPECT_TRUE(reads.isResting("a.osgb"));
+    EXPECT_TRUE(reads.isPaused("a.osgb"));
     now += milliseconds(1);
-    EXPECT_FALSE(reads.isResting("a.osgb"));
+    EXPECT_FALSE(reads.isPaused("a.osgb"));
     EXPECT_EQ(reads.count(), 1U) << "still unread";
 }
 
-TEST_F(FailedReadsTest, EachFurtherFailureRestsTwiceAsLongUpToAMinute)
+TEST_F(FailedReadsTest, EachFurtherFailurePausesTwiceAsLongUpToAMinute)
 {
-    reads.noteFailure("a.osgb");
+    reads.recordFailure("a.osgb");
     now += seconds(1);
-    for (const int rest : {2, 4, 8, 16, 32, 60, 60, 60})
+    for (const int pause : {2, 4, 8, 16, 32, 60, 60, 60})
     {
-        SCOPED_TRACE(rest);
-        EXPECT_FALSE(reads.noteFailure("a.osgb")) << "not the first one";
-        now += seconds(rest) - milliseconds(1);
-        EXPECT_TRUE(reads.isResting("a.osgb"));
+        SCOPED_TRACE(pause);
+        EXPECT_FALSE(reads.recordFailure("a.osgb")) << "not the first one";
+        now += seconds(pause) - milliseconds(1);
+        EXPECT_TRUE(reads.isPaused("a.osgb"));
         now += milliseconds(1);
-        EXPECT_FALSE(reads.isResting("a.osgb"));
+        EXPECT_FALSE(reads.isPaused("a.osgb"));
     }
 }
 
-TEST_F(FailedReadsTest, FilesRestEachForItself)
+TEST_F(FailedReadsTest, FilesArePausedEachForItself)
 {
-    reads.noteFailure("a.osgb");
-    EXPECT_FALSE(reads.isResting("b.osgb"));
-    EXPECT_TRUE(reads.noteFailure("b.osgb"));
+    reads.recordFailure("a.osgb");
+    EXPECT_FALSE(reads.isPaused("b.osgb"));
+    EXPECT_TRUE(reads.recordFailure("b.osgb"));
     EXPECT_EQ(reads.count(), 2U);
 }
 
 TEST_F(FailedReadsTest, SuccessForgetsEverything)
 {
-    reads.noteFailure("a.osgb");
-    reads.noteFailure("a.osgb");
-    reads.noteSuccess("a.osgb");
-    EXPECT_FALSE(reads.isResting("a.osgb"));
+    reads.recordFailure("a.osgb");
+    reads.recordFailure("a.osgb");
+    reads.recordSuccess("a.osgb");
+    EXPECT_FALSE(reads.isPaused("a.osgb"));
     EXPECT_EQ(reads.count(), 0U);
 
-    EXPECT_TRUE(reads.noteFailure("a.osgb"));
+    EXPECT_TRUE(reads.recordFailure("a.osgb"));
     now += seconds(1);
-    EXPECT_FALSE(reads.isResting("a.osgb")) << "one second again";
+    EXPECT_FALSE(reads.isPaused("a.osgb")) << "one second again";
 }
 
 TEST_F(FailedReadsTest, ClearForgetsEveryFile)
 {
-    reads.noteFailure("a.osgb");
-    reads.noteFailure("b.osgb");
+    reads.recordFailure("a.osgb");
+    reads.recordFailure("b.osgb");
     reads.clear();
-    EXPECT_FALSE(reads.isResting("a.osgb"));
+    EXPECT_FALSE(reads.isPaused("a.osgb"));
     EXPECT_EQ(reads.count(), 0U);
 }
 

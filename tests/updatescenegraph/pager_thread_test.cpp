@@ -25,7 +25,7 @@ namespace
 using Names = std::vector<std::string>;
 
 /** True as soon as the condition holds; false if it does not within ten seconds. */
-bool comesTrue(const std::function<bool()>& condition)
+bool becomesTrue(const std::function<bool()>& condition)
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (std::chrono::steady_clock::now() < deadline)
@@ -105,7 +105,7 @@ protected:
     }
     bool drawUntil(const std::function<bool()>& condition)
     {
-        return comesTrue(
+        return becomesTrue(
             [&]
             {
                 drawFrame();
@@ -163,7 +163,7 @@ TEST_F(PagerThread, EveryTileIsLoadedOnce)
     EXPECT_TRUE(drawUntil([this] { return pager->mergedCount == 40U; }));
     EXPECT_EQ(callback->loadedCount(), 40U);
     EXPECT_EQ(pager->loadedContentNodes.size(), 40U);
-    EXPECT_TRUE(comesTrue([this] { return pager->isIdle(); }));
+    EXPECT_TRUE(becomesTrue([this] { return pager->isIdle(); }));
 }
 
 TEST_F(PagerThread, ChildrenOfALoadedTileAreLoadedTheSameWay)
@@ -188,7 +188,7 @@ TEST_F(PagerThread, MissingFileIsReportedOnceAndTheOthersAreLoaded)
     EXPECT_TRUE(drawUntil([this] { return pager->mergedCount == 1U && callback->failedCount() == 1U; }));
     for (int i = 0; i < 50; ++i)
         drawFrame();
-    EXPECT_TRUE(comesTrue([this] { return pager->isIdle(); }));
+    EXPECT_TRUE(becomesTrue([this] { return pager->isIdle(); }));
     EXPECT_EQ(log.count("missing.osgb"), 1);
     EXPECT_EQ(broken->getNumChildren(), 1U) << "the coarse tile stays";
 }
@@ -208,7 +208,7 @@ TEST_F(PagerThread, ExpiredTilesAreDeletedByTheThread)
     EXPECT_TRUE(tile.valid()) << "the model has still to tell the host";
     EXPECT_EQ(pager->heldTiles.count(), 0U);
 
-    EXPECT_TRUE(comesTrue([&] { return pager->childrenToDelete().empty() && pager->isIdle(); }));
+    EXPECT_TRUE(becomesTrue([&] { return pager->childrenToDelete().empty() && pager->isIdle(); }));
     pager->removedContentNodes.clear();
     EXPECT_FALSE(tile.valid());
 }
@@ -251,6 +251,37 @@ TEST_F(PagerThread, EndsWhileItIsReading)
     EXPECT_FALSE(gone.valid());
 }
 
+TEST_F(PagerThread, TellsOnceOnItsOwnThreadThatItEnds)
+{
+    std::vector<std::thread::id> ended;
+    std::uint64_t loadedBefore = 0;
+    pager->threadEndCallback = [&]
+    {
+        ended.push_back(std::this_thread::get_id());
+        loadedBefore = callback->loadedCount();
+    };
+    writeTile(*makeSquare(0, 0, 0, 1), folder / "fine.osgb");
+    wants("fine.osgb");
+    drawFrame();
+    ASSERT_TRUE(refresh.waitFor(1));
+    EXPECT_TRUE(ended.empty());
+
+    pager->stop();
+    EXPECT_EQ(ended, std::vector<std::thread::id>{refresh.caller()});
+    EXPECT_EQ(loadedBefore, callback->loadedCount()) << "nothing is read afterwards";
+    pager->stop();
+    EXPECT_EQ(ended.size(), 1U);
+}
+
+TEST_F(PagerThread, ThatNeverRanDoesNotEnd)
+{
+    bool hasEnded = false;
+    pager->threadEndCallback = [&] { hasEnded = true; };
+    view->setDatabaseRequestHandler(nullptr);
+    pager = nullptr;
+    EXPECT_FALSE(hasEnded);
+}
+
 // The callback's own data may go as soon as the pager is gone.
 TEST_F(PagerThread, CallsNobodyAfterItsEnd)
 {
@@ -268,7 +299,7 @@ TEST_F(PagerThread, CallsNobodyAfterItsEnd)
         wants(name);
     }
     drawFrame();
-    EXPECT_TRUE(comesTrue([this] { return pager->getDataToMergeListSize() > 0; }));
+    EXPECT_TRUE(becomesTrue([this] { return pager->getDataToMergeListSize() > 0; }));
     view->setDatabaseRequestHandler(nullptr);
     pager = nullptr;
     ended = true;

@@ -191,7 +191,7 @@ TEST_F(ReadFileCallbackTest, LaterFailuresAreEmptySuccesses)
     EXPECT_EQ(callback->failedCount(), 1U);
 }
 
-TEST_F(ReadFileCallbackTest, RestingFileIsNotReadEvenIfItIsThereNow)
+TEST_F(ReadFileCallbackTest, PausedFileIsNotReadEvenIfItIsThereNow)
 {
     const std::string late = folder / "late.osgb";
     EXPECT_FALSE(read(late).success());
@@ -203,7 +203,7 @@ TEST_F(ReadFileCallbackTest, RestingFileIsNotReadEvenIfItIsThereNow)
     EXPECT_EQ(callback->failedCount(), 0U);
 }
 
-TEST_F(ReadFileCallbackTest, SecondFailureRestsTwoSeconds)
+TEST_F(ReadFileCallbackTest, SecondFailurePausesTwoSeconds)
 {
     const std::string late = folder / "late.osgb";
     EXPECT_FALSE(read(late).validNode());
@@ -246,7 +246,7 @@ TEST_F(ReadFileCallbackTest, FilesThatAreNoTilesFail)
     EXPECT_EQ(callback->failedCount(), 5U);
 }
 
-// The toolkit alone runs on behind the end of such a file for minutes and writes gigabytes to the log.
+// OSG alone runs on behind the end of such a file for minutes and writes gigabytes to the log.
 TEST_F(ReadFileCallbackTest, TileCutOffAnywhereFails)
 {
     const std::string whole = readFile(texturedTile("whole.osgb", "c.png"));

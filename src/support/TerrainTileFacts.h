@@ -1,0 +1,42 @@
+#pragma once
+
+#include <osg/Object>
+#include <osg/Vec2d>
+
+#include <optional>
+
+namespace mvgeo
+{
+
+/** The edges of a terrain tile, in the rasters' own coordinate system and unit. */
+struct TileExtent
+{
+    double west;
+    double south;
+    double east;
+    double north;
+};
+
+/** The extent that a terrain tile's node carries as user values; nothing unless all four are there as double. */
+[[nodiscard]] std::optional<TileExtent> terrainTileExtent(const osg::Object& node);
+
+/** The rule of building: samples lie closer together than a raster's pixels, in x and in y, so that finer ones would
+ * only interpolate. Heights may have either sign. Two distances that differ by rounding are the same here, because the
+ * edges of neighbours are rounded differently and both must be told the same. */
+[[nodiscard]] bool isDenserThanPixels(const osg::Vec2d& sampleStep, const osg::Vec2d& pixelSize);
+
+/** The rule of measuring: a terrain tile's posts lie closer together than its DEM's pixels, as its node's user values
+ * tell. Exact, with the signs that the differences of the edges have. False for the nodes of other pyramids. */
+[[nodiscard]] bool isDenserThanDem(const osg::Object& node);
+
+/** Skirts are walls that hang straight down from a terrain tile's border and hide gaps to tiles of another depth; they
+ * are no part of the surface. Of the corners of each of their triangles two stand exactly above each other. In the
+ * tile's own frame. */
+template <typename Point>
+[[nodiscard]] bool isSkirtTriangle(const Point& a, const Point& b, const Point& c)
+{
+    const auto isAbove = [](const Point& p, const Point& q) { return p.x() == q.x() && p.y() == q.y(); };
+    return isAbove(a, b) || isAbove(b, c) || isAbove(c, a);
+}
+
+} // namespace mvgeo

@@ -1,0 +1,4 @@
+#pragma once
+
+#include "mvgdaldatasetmanager/ImageHeader.h"
+#include "readerwriterthreedimg/TerrainTileInfo.h"
