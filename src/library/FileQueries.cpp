@@ -53,15 +53,15 @@ KdString pathBetween(const KdString& baseFile, const KdString& targetPath)
 /** The registry's options without its caches: an answer leaves nothing behind, and is not an old one. */
 osg::ref_ptr<const osgDB::Options> readOptions()
 {
-    constexpr int kKeepsNothing = osgDB::Options::CACHE_ARCHIVES; // OSG's own default; a tile is no archive
+    constexpr int kDefaultHint = osgDB::Options::CACHE_ARCHIVES; // OSG's own default; a tile is no archive
     const osgDB::Options* global = osgDB::Registry::instance()->getOptions();
-    if (!global || (global->getObjectCacheHint() & ~kKeepsNothing) == 0) return global;
+    if (!global || (global->getObjectCacheHint() & ~kDefaultHint) == 0) return global;
     const osg::ref_ptr<osgDB::Options> uncached = global->cloneOptions();
     uncached->setObjectCacheHint(osgDB::Options::CACHE_NONE);
     return uncached;
 }
 
-bool readsAsNode(const std::string& path)
+bool canBeRead(const std::string& path)
 {
     osgDB::Registry* registry = osgDB::Registry::instance();
     const osg::ref_ptr<const osgDB::Options> options = readOptions();
@@ -111,7 +111,7 @@ bool IsOsgbFileValid_Imp(const KdString& path)
         [&]
         {
             const std::string file = mvgeo::osgPath(path);
-            return osgDB::fileExists(file) && readsAsNode(file);
+            return osgDB::fileExists(file) && canBeRead(file);
         });
 }
 

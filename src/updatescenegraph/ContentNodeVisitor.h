@@ -4,8 +4,8 @@
 
 #include <vector>
 
-/** Finds the content nodes below a node: those with a string "GlobalID". Does not look inside a content node.
- *  reset() empties the list. Ownership: the collected nodes are shared until then. */
+/** Finds the content nodes below a node: those with a string "GlobalID". Does not look inside a content node. reset()
+ * empties the list. Ownership: the collected nodes are shared until then. */
 class ContentNodeVisitor : public osg::NodeVisitor
 {
 public:

@@ -10,7 +10,7 @@ namespace mvgeo
 {
 
 /** Counts the tiles of a model that are in the scene, with the bytes of their vertex and index arrays.
- *  Thread: the host's update thread. Ownership: none; whoever drops a tile from the scene says so here. */
+ * Thread: the host's update thread. Ownership: none; whoever drops a tile from the scene says so here. */
 class HeldTiles
 {
 public:

@@ -6,8 +6,8 @@
 
 #include <vector>
 
-/** Turns the toolkit's paged nodes of a freshly read tile into PagedLODEx. Let the root accept the visitor, then call
- *  replace(root). Every paged node also gets two expiry frames, which goes with DatabasePagerBridge's expiry. */
+/** Turns OSG's paged nodes of a freshly read tile into PagedLODEx. Let the root accept the visitor, then call
+ * replace(root). Every paged node also gets two expiry frames, which goes with DatabasePagerBridge's expiry. */
 class PagedLODReplacer : public osg::NodeVisitor
 {
 public:

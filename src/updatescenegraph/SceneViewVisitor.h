@@ -11,15 +11,15 @@
 
 /** Walks a tiled model once per host view and collects the tiles that the view shows.
  *
- *  The host draws, so the toolkit's cull traversal never runs and this visitor stands in its place: PagedLODEx nodes
- *  ask it for the view, and missing tiles are requested from its database request handler. Set viewport,
- *  pixelSizeVector, frustum and eyePoint first, push the model matrix with its frustum, then let the root accept the
- *  visitor; afterwards visibleContentNodes holds the tagged tiles in traversal order. The visitor only appends to that
- *  list: whoever reads it empties it.
+ * The host draws, so OSG's cull traversal never runs and this visitor stands in its place: PagedLODEx nodes ask it for
+ * the view, and missing tiles are requested from its database request handler. Set viewport, pixelSizeVector, frustum
+ * and eyePoint first, push the model matrix with its frustum, then let the root accept the visitor; afterwards
+ * visibleContentNodes holds the tagged tiles in traversal order. The visitor only appends to that list: whoever reads
+ * it empties it.
  *
- *  A sphere smaller than smallFeaturePixelSize pixels is culled with everything below it.
+ * A sphere smaller than smallFeaturePixelSize pixels is culled with everything below it.
  *
- *  Thread: the host's update thread. Ownership: every collected node stays alive until the list is emptied.
+ * Thread: the host's update thread. Ownership: every collected node stays alive until the list is emptied.
  */
 class SceneViewVisitor : public osg::NodeVisitor
 {
@@ -75,7 +75,7 @@ namespace mvgeo
     return vector.x() * point.x() + vector.y() * point.y() + vector.z() * point.z() + vector.w();
 }
 
-/** The first component of the matrix's scale, squared; the toolkit takes the length of the first column for it. */
+/** The first component of the matrix's scale, squared; OSG takes the length of the first column for it. */
 [[nodiscard]] inline double firstScaleSquared(const osg::Matrixd& matrix)
 {
     return matrix(0, 0) * matrix(0, 0) + matrix(1, 0) * matrix(1, 0) + matrix(2, 0) * matrix(2, 0);

@@ -14,7 +14,7 @@ class Group;
  * user value "GlobalID" on the children of its paged nodes and on those children's untagged neighbours. The order of
  * tagging follows from the file alone, so a tile that comes back has the same identities.
  *
- *  Let the root accept the visitor; if it then says !tagged(), the tile has no paged node: call tagRoot().
+ * Let the root accept the visitor; if it then says !tagged(), the tile has no paged node: call tagRoot().
  */
 class TagContentNodeVisitor : public osg::NodeVisitor
 {

@@ -67,7 +67,7 @@ osg::ref_ptr<osgDB::Options> cachingOptions()
 }
 
 /** The image in the format that the name's extension stands for; empty if there is no writer for it. In memory, because
- *  one of the toolkit's writers ends the process when the disk is full, and another does not notice. */
+ * one of OSG's writers ends the process when the disk is full, and another does not notice. */
 std::string encoded(const osg::Image& image, const std::string& name)
 {
     const std::string extension = osgDB::getLowerCaseFileExtension(name);

@@ -36,14 +36,14 @@ bool isUpsideDown(const osg::Image& image)
 }
 
 /** In an array of its own: others may use the old one with other textures. */
-void turnCoordinates(osg::Geometry& geometry)
+void flipCoordinates(osg::Geometry& geometry)
 {
     const auto* coordinates = dynamic_cast<const osg::Vec2Array*>(geometry.getTexCoordArray(0));
     if (!coordinates) return;
-    const osg::ref_ptr<osg::Vec2Array> turned = new osg::Vec2Array(*coordinates);
-    for (osg::Vec2& coordinate : *turned)
+    const osg::ref_ptr<osg::Vec2Array> flipped = new osg::Vec2Array(*coordinates);
+    for (osg::Vec2& coordinate : *flipped)
         coordinate.y() = 1.0F - coordinate.y();
-    geometry.setTexCoordArray(0, turned, osg::Array::BIND_PER_VERTEX);
+    geometry.setTexCoordArray(0, flipped, osg::Array::BIND_PER_VERTEX);
 }
 
 } // namespace
@@ -52,8 +52,8 @@ void makeTexturesUpright(osg::Node& tile)
 {
     VisitorGeometry collector;
     tile.accept(collector);
-    std::set<const osg::Geometry*> visited;       // a geometry may hang in several places,
-    std::vector<osg::ref_ptr<osg::Image>> turned; // and an image may serve several geometries
+    std::set<const osg::Geometry*> visited;        // a geometry may hang in several places,
+    std::vector<osg::ref_ptr<osg::Image>> flipped; // and an image may serve several geometries
     for (const osg::ref_ptr<osg::Geometry>& geometry : collector.geometries())
     {
         osg::Texture2D* texture = textureOf(*geometry);
@@ -61,10 +61,10 @@ void makeTexturesUpright(osg::Node& tile)
         keepFirstImage(*texture);
         osg::Image* image = texture->getImage();
         if (!image || !isUpsideDown(*image)) continue;
-        turnCoordinates(*geometry);
-        turned.emplace_back(image);
+        flipCoordinates(*geometry);
+        flipped.emplace_back(image);
     }
-    for (const osg::ref_ptr<osg::Image>& image : turned)
+    for (const osg::ref_ptr<osg::Image>& image : flipped)
         image->setOrigin(osg::Image::BOTTOM_LEFT);
 }
 

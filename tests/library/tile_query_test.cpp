@@ -245,7 +245,7 @@ TEST_F(TileQuery, ReleasesTheNode)
     EXPECT_FALSE(node.valid());
 }
 
-TEST_F(TileQuery, NeitherFillsNorAsksTheCacheOfOsg)
+TEST_F(TileQuery, NeitherFillsNorAsksOsgsCache)
 {
     const osg::ref_ptr<osgDB::Options> options = new osgDB::Options;
     options->setObjectCacheHint(osgDB::Options::CACHE_ALL);

@@ -20,8 +20,8 @@
 
 /** A folder for rasters and cache, the log, and a terrain model with its host.
  *
- *  The rasters cover 0..640 m east and north: a DEM of 64 x 64 posts that rises 1 m a post eastwards, and a DOM of
- *  256 x 256 pixels, red in its north-western quarter and blue elsewhere. */
+ * The rasters cover 0..640 m east and north: a DEM of 64 x 64 posts that rises 1 m a post eastwards, and a DOM of 256 x
+ * 256 pixels, red in its north-western quarter and blue elsewhere. */
 struct TerrainFixture : public testing::Test
 {
     TemporaryDirectory folder;

@@ -40,7 +40,7 @@ void expectOnTheDem(const RecordingMesh& mesh, double tolerance)
 
 TEST_F(TerrainPaging, ATileIsRefinedFrom512PixelsOn)
 {
-    // Half the root's diagonal is 452.5 m. The toolkit's measure is 1611.9 * radius / depth for this view: 512 pixels
+    // Half the root's diagonal is 452.5 m. OSG's measure is 1611.9 * radius / depth for this view: 512 pixels
     // at 1424.7 m above the middle of the root's elevations, which is 31.5 m or a little less.
     driver->add(source());
     driver->view = fromAbove(1500.0);

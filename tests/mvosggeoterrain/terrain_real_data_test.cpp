@@ -58,7 +58,7 @@ TEST_P(RealTerrain, IsShownWithoutAFault)
     for (const double distance : {1.2, 0.4, 0.1})
     {
         driver->view = perspectiveView(centre + osg::Vec3d(0.0, 0.0, size * distance), centre);
-        // The toolkit's near plane is 0.1, which suits metres; degrees need a nearer one.
+        // OSG's near plane is 0.1, which suits metres; degrees need a nearer one.
         if (size < 10.0)
             driver->view.projection = hostMatrix(osg::Matrixd::perspective(45.0, 800.0 / 600.0, 1e-4, 1e4));
         ASSERT_TRUE(driver->converge());

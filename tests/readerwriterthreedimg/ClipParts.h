@@ -48,7 +48,7 @@ inline Mesh makeTriangle(const osg::Vec3& a, const osg::Vec3& b, const osg::Vec3
 }
 
 /** Posts one unit apart, the south-west one at the origin; each cell is split from its south-east to its north-west
- *  corner. `height(column, row)` counts rows from the south. */
+ * corner. `height(column, row)` counts rows from the south. */
 template <typename Height>
 Mesh makeGrid(GLuint columns, GLuint rows, const Height& height)
 {

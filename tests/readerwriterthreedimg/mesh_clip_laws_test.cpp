@@ -110,8 +110,8 @@ double coveredLength(const Corners& corners, std::size_t side)
     return facing > 0.0 ? high - low : low - high;
 }
 
-/** Skirts stand on the sides only, face away from the rectangle and cover each side once. A triangle without area,
- *  left of a neighbour that only touches the rectangle, has skirts back to back: they come to nothing. */
+/** Skirts stand on the sides only, face away from the rectangle and cover each side once. A triangle without area, left
+ * of a neighbour that only touches the rectangle, has skirts back to back: they come to nothing. */
 void expectSkirtsAroundTheRectangle(const Mesh& mesh, const Rectangle& rectangle)
 {
     std::array<double, 4> lengths{};

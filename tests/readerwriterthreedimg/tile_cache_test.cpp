@@ -29,7 +29,7 @@ class TileCache : public TerrainTest
 {
 protected:
     /** Reads the root and then, level by level, the children of all paged nodes whose numbers are equal; says of each
-     *  what it is made of. */
+     * what it is made of. */
     [[nodiscard]] std::vector<std::string> readDiagonal() const
     {
         std::vector<std::string> texts;
@@ -415,7 +415,7 @@ TEST_F(TileCache, FileWithoutSealIsReadOnlyWithoutRasters)
     EXPECT_TRUE(mvgeo::readCachedTile(cacheDir + "/a.osgb", ""));
 }
 
-TEST_F(TileCache, FileIsTheToolkitsOwn)
+TEST_F(TileCache, FileIsOneThatOsgReads)
 {
     writeNoise();
     ASSERT_TRUE(readRoot(request));

@@ -10,8 +10,8 @@
 
 using Names = std::vector<std::string>;
 
-/** A view that culls nothing and so reports every child that a paged node lets it visit. With the pixel-size vector
- *  (0, 0, 0, 1) a sphere is as many pixels large as its radius. */
+/** A view that culls nothing and so reports every child that a paged node lets it visit. With the pixel-size vector (0,
+ * 0, 0, 1) a sphere is as many pixels large as its radius. */
 inline osg::ref_ptr<SceneViewVisitor> openView()
 {
     osg::ref_ptr<SceneViewVisitor> view = new SceneViewVisitor;

@@ -7,7 +7,7 @@
 #include <string>
 
 /** The pager with its queues within reach. Its thread does not start before the first requestNodeFile(), so that a test
- *  without one has the queues to itself. */
+ * without one has the queues to itself. */
 class TestPager : public DatabasePagerBridge
 {
 public:

@@ -162,17 +162,17 @@ TEST(NotifyHandler, FolderInPlaceOfTheFileDropsEverything)
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
-TEST(NotifyHandler, ReceivesTheToolkitsOwnStream)
+TEST(NotifyHandler, ReceivesOsgsOwnStream)
 {
     const TemporaryDirectory folder;
     const osg::ref_ptr<osg::NotifyHandler> former = osg::getNotifyHandler();
     osg::setNotifyHandler(new NotifyHandler(folder / "3d.log"));
-    OSG_WARN << "from the toolkit" << std::endl;
+    OSG_WARN << "from OSG" << std::endl;
     osg::setNotifyHandler(former);
 
     const std::vector<std::string> lines = linesOf(folder / "3d.log");
     ASSERT_EQ(lines.size(), 2U);
-    EXPECT_EQ(withoutStamp(lines[0]), "[WARN] from the toolkit");
+    EXPECT_EQ(withoutStamp(lines[0]), "[WARN] from OSG");
     EXPECT_EQ(lines[1], "");
 }
 

@@ -104,10 +104,10 @@ TEST(PagedLODExPixels, TakeTheInnermostMatrix)
     expectRequiredRange(view, *pagedWith(osg::LOD::PIXEL_SIZE_ON_SCREEN, {}, 3.0F, {}, 0), 6.0F);
 }
 
-TEST(PagedLODExPixels, TakeTheFirstComponentOfTheToolkitsScale)
+TEST(PagedLODExPixels, TakeTheFirstComponentOfOsgsScale)
 {
-    // Twice along x and three times along y, then a quarter turn: the rows are (0, 2, 0) and (-3, 0, 0), and the
-    // toolkit calls the length of the first column the scale's first component.
+    // Twice along x and three times along y, then a quarter turn: the rows are (0, 2, 0) and (-3, 0, 0), and
+    // OSG calls the length of the first column the scale's first component.
     const osg::Matrixd turned(0, 2, 0, 0, -3, 0, 0, 0, 0, 0, 4, 0, 0, 0, 0, 1);
     ASSERT_DOUBLE_EQ(turned.getScale().x(), 3.0);
     const auto view = openView();

@@ -190,7 +190,7 @@ TEST_F(PagerMerge, ProxyParentLosesItsRequest)
     EXPECT_FALSE(proxy->getDatabaseRequest(0));
 }
 
-// The toolkit does not check the index: this used to write behind the proxy's list.
+// OSG does not check the index: this used to write behind the proxy's list.
 TEST_F(PagerMerge, ProxyParentWithMoreChildrenThanFilesTakesTheTile)
 {
     const osg::ref_ptr<osg::ProxyNode> proxy = new osg::ProxyNode;

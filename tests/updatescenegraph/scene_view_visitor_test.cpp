@@ -199,7 +199,7 @@ TEST(SceneViewVisitor, RadiusAndCentreAreMeasuredInTheWorld)
     EXPECT_FALSE(view->isCulled(osg::BoundingSphere({0, 0, 0}, 4.0F)));
 }
 
-TEST(SceneViewVisitor, ScaleIsTheFirstComponentOfTheToolkits)
+TEST(SceneViewVisitor, ScaleIsTheFirstComponentOfOsgs)
 {
     // Rows (0, 2, 0) and (-3, 0, 0): the first column is 3 long.
     const osg::Matrixd turned(0, 2, 0, 0, -3, 0, 0, 0, 0, 0, 4, 0, 0, 0, 0, 1);
