@@ -1,5 +1,6 @@
 #include "TerrainParts.h"
 #include "readerwriterthreedimg/ReaderWriter3DIMG.h"
+#include "support/TileOrigin.h"
 
 #include <osg/ValueObject>
 #include <osgDB/Callbacks>
