@@ -19,9 +19,6 @@ namespace mvgeo::sample
 {
 namespace
 {
-using host::Lock;
-using host::Mutex;
-
 // The finer tile is wanted once a texel covers more than this many pixels.
 constexpr double kMagnification = 1.3;
 constexpr int kFirstNumberedLevel = 15; // what published pyramids call the level below the root file
@@ -54,13 +51,13 @@ struct Work
     std::atomic<int> nextRoot = 0;
     std::atomic<bool> stop = false;
 
-    Mutex mutex; // never held while a tile is made
+    host::Mutex mutex; // never held while a tile is made
     std::condition_variable_any changed;
     Done done MVGEO_GUARDED_BY(mutex);
 
     Done doneSoFar()
     {
-        const Lock lock(mutex);
+        const host::Lock lock(mutex);
         return done;
     }
 
@@ -68,7 +65,7 @@ struct Work
     bool record(const host::WriteResult& result)
     {
         {
-            const Lock lock(mutex);
+            const host::Lock lock(mutex);
             if (result.ok()) ++done.files, done.bytes += result.bytes;
             if (!result.ok() && done.error.empty()) done.error = result.error;
         }
@@ -210,7 +207,7 @@ void writeRoots(Work& work, const CityLayout& city, const Noise& noise, const Sa
         RootTileWriter writer(city, noise, options, root % options.rootTilesX, root / options.rootTilesX, dataFolder);
         if (!writer.writeAll(work)) break;
     }
-    const Lock lock(work.mutex);
+    const host::Lock lock(work.mutex);
     --work.done.running;
     work.changed.notify_one();
 }
@@ -225,7 +222,7 @@ bool waitUntilDone(Work& work, const SamplePyramidOptions& options, int expected
         if (cancelled) work.stop = true;
         unsigned files = 0;
         {
-            const Lock lock(work.mutex);
+            const host::Lock lock(work.mutex);
             if (work.done.running > 0) work.changed.wait_for(work.mutex, std::chrono::milliseconds(100));
             running = work.done.running > 0;
             files = work.done.files;
