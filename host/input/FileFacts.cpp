@@ -25,7 +25,7 @@ namespace
 {
 constexpr std::size_t kBytesLookedAt = std::size_t{16} << 20; // a longer JSON file is called a text file
 
-constexpr const char* kTileContent = "a scene in OSG's binary format";
+constexpr const char* kTileContent = "a scene in the toolkit's binary format";
 
 struct Signature
 {

@@ -72,7 +72,7 @@ TEST(FileContent, IsKnownByItsFirstBytes)
     EXPECT_EQ(describeContent("\xABKTX 20\xBB\r\n\x1A\n..."), "a KTX 2 texture");
     EXPECT_EQ(describeContent("\xABKTX 20\xBB\r\n\x1A"), "a binary file of an unknown kind"); // one byte short
     EXPECT_EQ(describeContent(std::string("\xA1\x0E\x91\x6C\x45\x45\xFB\x1A\1\0", 10)),
-              "a scene in OSG's binary format");
+              "a scene in the toolkit's binary format");
     EXPECT_EQ(describeContent(std::string("a\0b", 3)), "a binary file of an unknown kind");
 }
 
