@@ -20,13 +20,13 @@ struct TriangleSink
     const std::vector<osg::Vec3d>* local = nullptr; // the vertices
     TriangleClip* clip = nullptr;
     const osg::Array* vertices = nullptr; // in the tile's frame, if skirts are to be left out
-    bool (*isSkirt)(const osg::Array&, unsigned int, unsigned int, unsigned int) = nullptr;
+    bool (*isLeftOut)(const osg::Array&, unsigned int, unsigned int, unsigned int) = nullptr;
 
     void operator()(unsigned int a, unsigned int b, unsigned int c) const
     {
         const std::size_t count = local->size();
         if (a >= count || b >= count || c >= count) return; // a damaged tile
-        if (isSkirt && isSkirt(*vertices, a, b, c)) return;
+        if (isLeftOut && isLeftOut(*vertices, a, b, c)) return;
         clip->add((*local)[a], (*local)[b], (*local)[c]);
     }
 };
@@ -61,10 +61,10 @@ private:
 };
 
 template <typename Vertices>
-bool isSkirt(const osg::Array& array, unsigned int a, unsigned int b, unsigned int c)
+bool isLeftOut(const osg::Array& array, unsigned int a, unsigned int b, unsigned int c)
 {
     const auto& vertices = static_cast<const Vertices&>(array);
-    return isSkirtTriangle(vertices[a], vertices[b], vertices[c]);
+    return isSkirtOrSliver(vertices[a], vertices[b], vertices[c]);
 }
 
 template <typename Vertices>
@@ -150,7 +150,7 @@ void ClipIntersector::addTriangles(const osg::Geometry& geometry)
     reader.local = &local;
     reader.clip = &_clip;
     reader.vertices = array;
-    if (_skipsSkirts) reader.isSkirt = floats ? isSkirt<osg::Vec3Array> : isSkirt<osg::Vec3dArray>;
+    if (_skipsSkirts) reader.isLeftOut = floats ? isLeftOut<osg::Vec3Array> : isLeftOut<osg::Vec3dArray>;
     for (unsigned int i = 0; i < geometry.getNumPrimitiveSets(); ++i)
         if (const osg::PrimitiveSet* set = geometry.getPrimitiveSet(i)) set->accept(reader);
 }

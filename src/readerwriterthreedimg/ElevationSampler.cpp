@@ -2,7 +2,6 @@
 
 #include <gdal_priv.h>
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
 

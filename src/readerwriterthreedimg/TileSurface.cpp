@@ -3,7 +3,6 @@
 #include "readerwriterthreedimg/ElevationSampler.h"
 #include "readerwriterthreedimg/VertexNormals.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace mvgeo

@@ -2,6 +2,7 @@
 
 #include <osg/Object>
 #include <osg/Vec2d>
+#include <osg/Vec3d>
 
 #include <optional>
 
@@ -37,6 +38,16 @@ template <typename Point>
 {
     const auto isAbove = [](const Point& p, const Point& q) { return p.x() == q.x() && p.y() == q.y(); };
     return isAbove(a, b) || isAbove(b, c) || isAbove(c, a);
+}
+
+/** Triangles without area when seen from above: skirts, and slivers that rounding leaves at the border of a tile that
+ * was cut out of its parent. */
+template <typename Point>
+[[nodiscard]] bool isSkirtOrSliver(const Point& a, const Point& b, const Point& c)
+{
+    const osg::Vec3d toB = osg::Vec3d(b) - osg::Vec3d(a);
+    const osg::Vec3d toC = osg::Vec3d(c) - osg::Vec3d(a);
+    return toB.x() * toC.y() == toB.y() * toC.x();
 }
 
 } // namespace mvgeo

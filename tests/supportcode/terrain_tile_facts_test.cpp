@@ -90,4 +90,15 @@ TEST(SkirtTriangle, HasTwoCornersExactlyAboveEachOther)
         << "a wall that leans by less than a hair";
 }
 
+// Such slivers come from cutting tiles out of their parents; two of the corners differ in their last digit.
+TEST(SkirtOrSliver, HasNoAreaFromAbove)
+{
+    const osg::Vec3 a(0.0F, 5.0F, 0.0F);
+    const osg::Vec3 b(-3.87096786F, 5.0F, -76.2831688F);
+    EXPECT_TRUE(isSkirtOrSliver(a, b, osg::Vec3(-3.87096405F, 5.0F, -76.2830811F)));
+    EXPECT_TRUE(isSkirtOrSliver(a, b, osg::Vec3(0.0F, 5.0F, -2.0F))) << "a skirt";
+    EXPECT_FALSE(isSkirtTriangle(a, b, osg::Vec3(-3.87096405F, 5.0F, -76.2830811F)));
+    EXPECT_FALSE(isSkirtOrSliver(a, b, osg::Vec3(-3.87096405F, 5.00001F, -76.2830811F)));
+}
+
 } // namespace
