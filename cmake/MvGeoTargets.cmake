@@ -37,18 +37,6 @@ function(mvgeo_house_rules target)
     endif()
 endfunction()
 
-# The headers that most files of a folder and its neighbours include, read by the compiler once: <name> holds what
-# CommonHeaders.h of the current folder includes, and targets built by the same rules take it over with
-# target_precompile_headers(... REUSE_FROM <name>). Every file includes what it uses all the same; scripts/tidy reads them
-# one by one. -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON builds without.
-function(mvgeo_add_common_headers name)
-    cmake_parse_arguments(ARG "" "" "LINK" ${ARGN})
-    add_library(${name} OBJECT CommonHeaders.cpp)
-    mvgeo_house_rules(${name})
-    target_link_libraries(${name} PRIVATE ${ARG_LINK})
-    target_precompile_headers(${name} PRIVATE CommonHeaders.h)
-endfunction()
-
 # A folder of src/ as an object library mvgeo::<name>. The folder's path is what the module's log lines begin with.
 function(mvgeo_add_module name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
@@ -59,8 +47,5 @@ function(mvgeo_add_module name)
     target_include_directories(mvgeo_${name} PUBLIC
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
     target_link_libraries(mvgeo_${name} PUBLIC ${ARG_LINK})
-    if(TARGET mvgeo_module_headers)
-        target_precompile_headers(mvgeo_${name} REUSE_FROM mvgeo_module_headers)
-    endif()
     set_property(GLOBAL APPEND PROPERTY MVGEO_MODULES mvgeo_${name})
 endfunction()

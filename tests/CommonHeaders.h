@@ -1,6 +1,6 @@
 #pragma once
 
-// What most tests include, for the compiler's eyes only: see mvgeo_add_common_headers().
+// What most tests include, for the compiler's eyes only.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -52,7 +52,7 @@ std::vector<NamedFile> inputFilesOf(const ModelOptions& model, const std::string
 /** To --out, whole or not at all, or to standard output. Throws HostError. */
 void writeResult(const ResultOptions& options, const std::string& text);
 
-/** Draws the model as it is loaded, and the result over it, if a picture is wanted. Throws HostError. */
+/** Draws the model as it is loaded, and the result over it. Throws HostError. */
 void writeResultPicture(const OpenModel& open, const ViewFrame& frame, const ViewOptions& view,
                         const ResultDrawing& drawing, const std::string& file);
 } // namespace mvgeo::host

@@ -34,7 +34,7 @@ std::string quoted(const SettingsOptions& options)
     return "'" + options.name + "' in '" + fullPath(options.key).utf8Ptr() + "'";
 }
 
-Json describe(const std::string& name, const OrloVariant& value)
+Json settingToJson(const std::string& name, const OrloVariant& value)
 {
     return {{"name", name}, {"type", settingType(value)}, {"value", settingJson(value)}};
 }
@@ -45,7 +45,7 @@ void getSetting(const SettingsOptions& options)
     if (!MvRegConfig::ReadValFromReg(fullPath(options.key), KdString(options.name.c_str()), value))
         throw HostError("There is no setting " + quoted(options) + ", or it cannot be read.");
     if (options.json)
-        printJson(describe(options.name, value));
+        printJson(settingToJson(options.name, value));
     else
         std::cout << settingType(value) << "  " << settingText(value) << '\n';
 }
@@ -79,7 +79,7 @@ void listSettings(const SettingsOptions& options)
     {
         OrloVariant value;
         if (!MvRegConfig::ReadValFromReg(path, name, value)) continue; // gone meanwhile
-        report["values"].push_back(describe(name.utf8Ptr(), value));
+        report["values"].push_back(settingToJson(name.utf8Ptr(), value));
         lines += std::string("  ") + name.utf8Ptr() + "  " + settingType(value) + "  " + settingText(value) + '\n';
     }
     if (options.json)

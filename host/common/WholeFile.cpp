@@ -53,7 +53,7 @@ void saveFile(std::string_view content, const std::string& path, const std::stri
 
 void checkOutputPath(const std::string& path, const std::string& what)
 {
-    const fs::path file(path);
+    const fs::path file = fs::u8path(path);
     if (!file.has_filename()) throw HostError("'" + path + "' is not the name of a " + what + ".");
     std::error_code ignored;
     const fs::file_status status = fs::status(file, ignored);

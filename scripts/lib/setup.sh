@@ -1,4 +1,4 @@
-# What demo, test and bench share: the packages, configuring, building. To be sourced; leaves the shell in the
+# What the scripts share: the packages, configuring, building. To be sourced; leaves the shell in the
 # checkout's root, so that presets and relative paths work from wherever the script was called.
 
 CDPATH='' cd "$(dirname "${BASH_SOURCE[0]}")/../.." || exit
@@ -70,7 +70,7 @@ install_packages()
 
 . scripts/lib/ktx.sh
 
-# Where ccache is installed, what was compiled once is not compiled again, precompiled headers included.
+# Where ccache is installed, what was compiled once is not compiled again; with GCC tests neither.
 if command -v ccache >/dev/null; then
     export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
     export CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS:-pch_defines,time_macros,include_file_mtime,include_file_ctime}

@@ -19,7 +19,7 @@ struct TriangleSink
 {
     const std::vector<osg::Vec3d>* local = nullptr; // the vertices
     TriangleClip* clip = nullptr;
-    const osg::Array* vertices = nullptr; // in the tile's frame, if skirts are to be left out
+    const osg::Array* vertices = nullptr; // in the tile's frame, if skirts and slivers are to be left out
     bool (*isLeftOut)(const osg::Array&, unsigned int, unsigned int, unsigned int) = nullptr;
 
     void operator()(unsigned int a, unsigned int b, unsigned int c) const

@@ -23,7 +23,8 @@ class ClipIntersector : public osgUtil::Intersector
 public:
     /** Borrows the clip for its own life and that of its clones.
      * @param rootToHost  from the frame above the node that will accept the visitor
-     * @param skipsSkirts  leave triangles out that stand upright in the frame of their tile */
+     * @param skipsSkirts  leave triangles out that are skirts or slivers in the frame of their tile (isSkirtOrSliver)
+     */
     ClipIntersector(TriangleClip& clip, const osg::Matrixd& rootToHost, bool skipsSkirts);
 
     osgUtil::Intersector* clone(osgUtil::IntersectionVisitor& visitor) override;

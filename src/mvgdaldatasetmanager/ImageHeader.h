@@ -69,7 +69,7 @@ public:
 
     /** Counts a read of the raster that failed. True for the first: that one is told, the others fail for the same
      * reason. */
-    [[nodiscard]] bool noteReadFailure() { return _readFailures++ == 0; }
+    [[nodiscard]] bool recordReadFailure() { return _readFailures++ == 0; }
     [[nodiscard]] std::uint32_t readFailureCount() const { return _readFailures; }
 
 protected:

@@ -2,6 +2,8 @@
 
 #include "support/HostConversions.h"
 
+#include <algorithm>
+#include <cmath>
 #include <optional>
 
 namespace mvgeo
@@ -15,9 +17,12 @@ public:
     /** Nothing if there is no matrix or it has no inverse. */
     [[nodiscard]] static std::optional<Placement> make(const KdGeMatrix3d* modelToHost)
     {
-        // OSG inverts an affine matrix without looking at its determinant.
+        // OSG inverts an affine matrix without looking at its determinant, which may also be too small for a double.
         if (!modelToHost || modelToHost->isSingular()) return std::nullopt;
-        return Placement(toOsg(*modelToHost));
+        const Placement placement(toOsg(*modelToHost));
+        const double* inverse = placement._hostToModel.ptr();
+        const bool isFinite = std::all_of(inverse, inverse + 16, [](double entry) { return std::isfinite(entry); });
+        return isFinite ? std::optional<Placement>(placement) : std::nullopt;
     }
 
     [[nodiscard]] osg::Vec3d toModel(const osg::Vec3d& hostPoint) const { return hostPoint * _hostToModel; }

@@ -34,7 +34,7 @@ void addSurface(const osg::Geometry& geometry, osg::BoundingBoxd& box)
         const osg::Vec3& a = (*vertices)[(*triangles)[i]];
         const osg::Vec3& b = (*vertices)[(*triangles)[i + 1]];
         const osg::Vec3& c = (*vertices)[(*triangles)[i + 2]];
-        if (isSkirtTriangle(a, b, c)) continue;
+        if (isSkirtOrSliver(a, b, c)) continue;
         for (const osg::Vec3* corner : {&a, &b, &c})
         {
             const double z = corner->z();

@@ -99,7 +99,7 @@ bool readNumbers(ImageHeader& header, GDALDataset& dataset, const RasterWindow& 
     return true;
 }
 
-std::optional<ColourCells> readCells(ImageHeader& header, GDALDataset& dataset, const RasterWindow& window)
+std::optional<ColourCells> readColourCells(ImageHeader& header, GDALDataset& dataset, const RasterWindow& window)
 {
     ColourCells cells;
     cells.columns = static_cast<std::size_t>(window.x.cells);
@@ -251,7 +251,7 @@ RgbPixels sampleDomImage(ImageHeader& domHeader, GDALDataset& domDataset, const 
     const SampleGrid grid{info.startX, info.startY, info.endX, info.endY, info.imageWidth, info.imageHeight};
     const std::optional<RasterWindow> window = windowOver(raster, grid);
     if (!window) return nullptr;
-    const std::optional<ColourCells> cells = readCells(domHeader, domDataset, *window);
+    const std::optional<ColourCells> cells = readColourCells(domHeader, domDataset, *window);
     if (!cells) return nullptr;
 
     const std::vector<CellPosition> x = columnPositions(raster, grid, *window);

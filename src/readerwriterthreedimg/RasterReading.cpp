@@ -66,7 +66,7 @@ bool readWindow(ImageHeader& header, GDALDataset& dataset, const RasterWindow& w
                          cellSize, cellSize * window.x.cells, valueSize, &extra);
     if (error != CE_None)
     {
-        if (header.noteReadFailure())
+        if (header.recordReadFailure())
             MVGEO_LOG(WARN) << "cannot read " << header.path().ansiPtr() << ": " << CPLGetLastErrorMsg();
         return false;
     }

@@ -108,9 +108,9 @@ void removeOldTextures(const Request& request, const osgDB::Options& options)
     }
 }
 
-mvgeo::TileOriginListener* listenerOf(const osgDB::Options* options)
+mvgeo::TileOriginCounts* countsOf(const osgDB::Options* options)
 {
-    return options ? dynamic_cast<mvgeo::TileOriginListener*>(options->getReadFileCallback()) : nullptr;
+    return options ? dynamic_cast<mvgeo::TileOriginCounts*>(options->getReadFileCallback()) : nullptr;
 }
 
 osg::ref_ptr<osg::Node> readBack(const Request& request, const std::string& stamp)
@@ -141,11 +141,11 @@ osgDB::ReaderWriter::ReadResult ReaderWriter3DIMG::readNode(const std::string& f
     const Request request(fileName, options);
     const mvgeo::TerrainRasters rasters = mvgeo::openRasters(request.domPath, request.demPath);
     const std::string stamp = stampOf(rasters);
-    mvgeo::TileOriginListener* listener = listenerOf(options);
+    mvgeo::TileOriginCounts* counts = countsOf(options);
     if (request.hasCache())
         if (const osg::ref_ptr<osg::Node> node = readBack(request, stamp))
         {
-            if (listener) ++listener->tilesReadBack;
+            if (counts) ++counts->tilesReadBack;
             return node.get();
         }
 
@@ -162,11 +162,11 @@ osgDB::ReaderWriter::ReadResult ReaderWriter3DIMG::readNode(const std::string& f
     const bool isComplete = failuresOf(rasters) == failuresBefore;
     const bool isWanted = request.isCaching && isComplete;
     const bool isKept = isWanted && mvgeo::writeCachedTile(*node, request.cachePathDir, request.cacheName, stamp);
-    if (listener)
+    if (counts)
     {
-        ++listener->tilesBuilt;
-        if (!isComplete) ++listener->tilesIncomplete;
-        if (isWanted && !isKept) ++listener->tilesNotKept;
+        ++counts->tilesBuilt;
+        if (!isComplete) ++counts->tilesIncomplete;
+        if (isWanted && !isKept) ++counts->tilesNotKept;
     }
     return node.get();
 }

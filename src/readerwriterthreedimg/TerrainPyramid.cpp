@@ -55,7 +55,7 @@ GDALDataset* datasetOfThisThread(ImageHeader* header)
 {
     if (!header) return nullptr;
     GDALDataset* dataset = header->getDataset(OpenThreads::Thread::CurrentThreadId());
-    if (!dataset && header->noteReadFailure())
+    if (!dataset && header->recordReadFailure())
         MVGEO_LOG(WARN) << "cannot read " << header->path().ansiPtr() << ": it can no longer be opened";
     return dataset;
 }

@@ -24,7 +24,7 @@ namespace mvgeo
 namespace
 {
 
-constexpr double kSkirtPart = 0.02; // of half the parent's diagonal
+constexpr double kSkirtPartOfHalfDiagonal = 0.02; // the parent's
 
 float noDataOf(const ImageHeader* header, const GDALDataset* dataset)
 {
@@ -60,7 +60,7 @@ double skirtDepthFor(const osg::BoundingBox& parent)
 {
     const double radius = (osg::Vec3d(parent._max) - osg::Vec3d(parent._min)).length() / 2.0;
     const double room = static_cast<double>(parent.zMin()) - std::numeric_limits<float>::lowest();
-    return std::min(kSkirtPart * radius, room);
+    return std::min(kSkirtPartOfHalfDiagonal * radius, room);
 }
 
 /** The parent's mesh cut to the tile, in `info` its range of z. Null if the parent cannot be cut. */

@@ -14,7 +14,7 @@ namespace
 {
 
 constexpr unsigned int kNone = std::numeric_limits<unsigned int>::max();
-constexpr float kSkirtPart = 0.02F; // of the tile's diagonal
+constexpr float kSkirtPartOfDiagonal = 0.02F; // the tile's
 
 /** First and last post on an axis that lies inside the DEM's extent; tells also posts that lie on its edge but for the
  * rounding of the division. */
@@ -192,7 +192,7 @@ private:
         const double width = _info.endX - _info.startX;
         const double height = _info.endY - _info.startY;
         const double relief = _info.maxZ - _info.minZ;
-        return kSkirtPart * std::sqrt(height * height + width * width + relief * relief);
+        return kSkirtPartOfDiagonal * std::sqrt(height * height + width * width + relief * relief);
     }
 
     const TileSurface& _surface;

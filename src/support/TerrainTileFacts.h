@@ -22,8 +22,8 @@ struct TileExtent
 [[nodiscard]] std::optional<TileExtent> terrainTileExtent(const osg::Object& node);
 
 /** The rule of building: samples lie closer together than a raster's pixels, in x and in y, so that finer ones would
- * only interpolate. Heights may have either sign. Two distances that differ by rounding are the same here, because the
- * edges of neighbours are rounded differently and both must be told the same. */
+ * only interpolate. The y components may have either sign. Two distances that differ by rounding are the same here,
+ * because the edges of neighbours are rounded differently and both must be told the same. */
 [[nodiscard]] bool isDenserThanPixels(const osg::Vec2d& sampleStep, const osg::Vec2d& pixelSize);
 
 /** The rule of measuring: a terrain tile's posts lie closer together than its DEM's pixels, as its node's user values

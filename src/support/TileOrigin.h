@@ -8,9 +8,9 @@ namespace mvgeo
 
 /** Counts where terrain tiles come from. A model's read callback that is one has those counted that are read through
  * it. Thread: any. */
-struct TileOriginListener
+struct TileOriginCounts
 {
-    virtual ~TileOriginListener() = default;
+    virtual ~TileOriginCounts() = default;
 
     std::atomic<std::uint64_t> tilesBuilt{0};
     std::atomic<std::uint64_t> tilesReadBack{0};   ///< from the disk cache

@@ -20,7 +20,7 @@
  *
  * Thread: any; the database thread and the host thread call it at once.
  */
-class ReadFileCallback : public osgDB::ReadFileCallback, public mvgeo::TileOriginListener
+class ReadFileCallback : public osgDB::ReadFileCallback, public mvgeo::TileOriginCounts
 {
 public:
     /** @param now where the pauses of failed reads take their time from */

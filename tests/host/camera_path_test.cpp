@@ -14,7 +14,7 @@ CameraKey key(double x)
     return {{x, 0.0, 10.0}, {x, 5.0, 0.0}};
 }
 
-std::string whyNoModel(const std::string& file)
+std::string errorOf(const std::string& file)
 {
     try
     {
@@ -103,12 +103,12 @@ TEST(CameraPathFile, IsReadAsJson)
 TEST(CameraPathFile, IsRefusedWithTheLineThatIsWrong)
 {
     const TempFolder folder;
-    EXPECT_NE(whyNoModel(folder.write("a", "1,2,3,4,5,6\n1,2,3,4,5\n")).find("Line 2"), std::string::npos);
-    EXPECT_NE(whyNoModel(folder.write("b", "1,2,3,4,5,nan\n")).find("Line 1"), std::string::npos);
-    EXPECT_NE(whyNoModel(folder.write("c", "")).find("no keyframe"), std::string::npos);
-    EXPECT_NE(whyNoModel(folder.write("d", "[]")).find("no keyframe"), std::string::npos);
-    EXPECT_NE(whyNoModel(folder.write("e", "[{\"eye\": [1, 2, 3]}]")).find("JSON"), std::string::npos);
-    EXPECT_NE(whyNoModel(folder.write("f", "{\"eye\": ")).find("JSON"), std::string::npos);
-    EXPECT_NE(whyNoModel(folder.path("none")).find("Cannot read"), std::string::npos);
-    EXPECT_NE(whyNoModel(folder.path()).find("Cannot read"), std::string::npos);
+    EXPECT_NE(errorOf(folder.write("a", "1,2,3,4,5,6\n1,2,3,4,5\n")).find("Line 2"), std::string::npos);
+    EXPECT_NE(errorOf(folder.write("b", "1,2,3,4,5,nan\n")).find("Line 1"), std::string::npos);
+    EXPECT_NE(errorOf(folder.write("c", "")).find("no keyframe"), std::string::npos);
+    EXPECT_NE(errorOf(folder.write("d", "[]")).find("no keyframe"), std::string::npos);
+    EXPECT_NE(errorOf(folder.write("e", "[{\"eye\": [1, 2, 3]}]")).find("JSON"), std::string::npos);
+    EXPECT_NE(errorOf(folder.write("f", "{\"eye\": ")).find("JSON"), std::string::npos);
+    EXPECT_NE(errorOf(folder.path("none")).find("Cannot read"), std::string::npos);
+    EXPECT_NE(errorOf(folder.path()).find("Cannot read"), std::string::npos);
 }

@@ -12,7 +12,7 @@ using namespace mvgeo::host;
 
 namespace
 {
-std::string whyNoModel(const std::string& path, RasterRole role)
+std::string errorOf(const std::string& path, RasterRole role)
 {
     try
     {
@@ -87,15 +87,15 @@ TEST(RasterFacts, SayWhatIsWrong)
     nowhere.isGeoreferenced = false;
     const std::string text = folder.write("text.tif", "this is no raster");
     const std::string empty = folder.write("empty.tif", "");
-    EXPECT_TRUE(mentions(whyNoModel("", RasterRole::dem), "path of the DEM is empty"));
-    EXPECT_TRUE(mentions(whyNoModel(folder.path("none.tif"), RasterRole::dom), "There is no file"));
-    EXPECT_TRUE(mentions(whyNoModel(text, RasterRole::dom), "not a raster"));
-    EXPECT_TRUE(mentions(whyNoModel(empty, RasterRole::dem), "not a raster"));
-    EXPECT_TRUE(mentions(whyNoModel(folder.path(), RasterRole::dem), "not a raster"));
-    EXPECT_TRUE(mentions(whyNoModel("/vsizip/none.zip/a.tif", RasterRole::dem), "not a raster"));
-    EXPECT_TRUE(mentions(whyNoModel(writeRaster(folder.path("b.tif"), bytes), RasterRole::dem), "type Byte"));
-    EXPECT_TRUE(mentions(whyNoModel(writeRaster(folder.path("n.tif"), nowhere), RasterRole::dem), "georeferencing"));
-    EXPECT_EQ(whyNoModel(folder.path("b.tif"), RasterRole::dom), "");
+    EXPECT_TRUE(mentions(errorOf("", RasterRole::dem), "path of the DEM is empty"));
+    EXPECT_TRUE(mentions(errorOf(folder.path("none.tif"), RasterRole::dom), "There is no file"));
+    EXPECT_TRUE(mentions(errorOf(text, RasterRole::dom), "not a raster"));
+    EXPECT_TRUE(mentions(errorOf(empty, RasterRole::dem), "not a raster"));
+    EXPECT_TRUE(mentions(errorOf(folder.path(), RasterRole::dem), "not a raster"));
+    EXPECT_TRUE(mentions(errorOf("/vsizip/none.zip/a.tif", RasterRole::dem), "not a raster"));
+    EXPECT_TRUE(mentions(errorOf(writeRaster(folder.path("b.tif"), bytes), RasterRole::dem), "type Byte"));
+    EXPECT_TRUE(mentions(errorOf(writeRaster(folder.path("n.tif"), nowhere), RasterRole::dem), "georeferencing"));
+    EXPECT_EQ(errorOf(folder.path("b.tif"), RasterRole::dom), "");
 }
 
 TEST(RasterFacts, GuessTheRoleOfALoneRaster)

@@ -136,7 +136,7 @@ TEST_F(Reader3DIMG, LeavesSavingOtherExtensionsToOthers)
 
 // ---- who listens
 
-struct Listener : public osgDB::ReadFileCallback, public mvgeo::TileOriginListener
+struct Listener : public osgDB::ReadFileCallback, public mvgeo::TileOriginCounts
 {
 };
 

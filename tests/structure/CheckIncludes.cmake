@@ -146,7 +146,6 @@ function(check_host)
     check_host_files("${files}" "sample;common")
 
     file(GLOB program RELATIVE "${ROOT}" "${ROOT}/host/*.h" "${ROOT}/host/*.cpp")
-    list(FILTER program EXCLUDE REGEX "CommonHeaders") # for the compiler's eyes only
     check_host_files("${program}" "${host_folders}")
     file(GLOB folders RELATIVE "${ROOT}/host" "${ROOT}/host/*/CMakeLists.txt")
     foreach(folder IN LISTS folders)

@@ -180,9 +180,9 @@ TEST_F(ReadFileCallbackTest, LaterFailuresAreEmptySuccesses)
 {
     const std::string missing = folder / "missing.osgb";
     EXPECT_FALSE(read(missing).success());
-    ReadResult resting = read(missing);
-    EXPECT_TRUE(resting.success());
-    EXPECT_FALSE(resting.validNode());
+    ReadResult paused = read(missing);
+    EXPECT_TRUE(paused.success());
+    EXPECT_FALSE(paused.validNode());
 
     now += seconds(1);
     ReadResult again = read(missing); // a real attempt, which fails too
@@ -296,14 +296,14 @@ TEST_F(ReadFileCallbackTest, ReaderThatThrowsIsAFailedRead)
     ReadResult error = read("error.throws");
     const ReadResult memory = read("memory.throws");
     const ReadResult number = read("number.throws");
-    const ReadResult resting = read("error.throws");
+    const ReadResult paused = read("error.throws");
     osgDB::Registry::instance()->removeReaderWriter(reader);
 
     EXPECT_FALSE(error.success());
     EXPECT_NE(error.message().find("length is absurd"), std::string::npos);
     EXPECT_FALSE(memory.success());
     EXPECT_FALSE(number.success());
-    EXPECT_TRUE(resting.success()) << "remembered like any failure";
+    EXPECT_TRUE(paused.success()) << "remembered like any failure";
     EXPECT_EQ(callback->failedCount(), 3U);
 }
 

@@ -13,7 +13,7 @@ namespace mvgeo
 namespace
 {
 
-constexpr std::size_t kHeaderSize = 64;
+constexpr std::size_t kKtx1HeaderSize = 64;
 constexpr std::uint32_t kRowAlignment = 4;
 
 // The words of the header, by their place.
@@ -47,7 +47,7 @@ std::string levelsFault(const KtxBytes& file, const KtxExtent& extent)
     if (block)
         if (std::string fault = imageSizeFault(extent, *block); !fault.empty()) return fault;
     const std::uint32_t pieces = extent.faces == 6 && extent.layers == 0 ? 6 : 1;
-    std::uint64_t offset = kHeaderSize + file.u32(kKeyValueSize);
+    std::uint64_t offset = kKtx1HeaderSize + file.u32(kKeyValueSize);
     for (std::uint32_t level = 0; level < extent.levelCount(); ++level)
     {
         const std::string name = "level " + std::to_string(level);
@@ -68,7 +68,7 @@ std::string ktx1HeaderFault(const unsigned char* bytes, std::size_t size)
     constexpr std::uint32_t kReversed = 0x01020304;
     const std::uint32_t endianness = KtxBytes(bytes, size).u32(kEndianness);
     const KtxBytes file(bytes, size, endianness == kReversed);
-    if (!file.has(0, kHeaderSize)) return "the header is cut off";
+    if (!file.has(0, kKtx1HeaderSize)) return "the header is cut off";
     if (endianness != kSame && endianness != kReversed) return "the order of bytes is unknown";
 
     const KtxExtent extent{file.u32(kWidth),  file.u32(kHeight), file.u32(kDepth),
@@ -76,10 +76,10 @@ std::string ktx1HeaderFault(const unsigned char* bytes, std::size_t size)
     if (std::string fault = extentFault(extent); !fault.empty()) return fault;
 
     const std::uint32_t keyValueSize = file.u32(kKeyValueSize);
-    if (!file.has(kHeaderSize, keyValueSize)) return "the keys and values leave the file";
+    if (!file.has(kKtx1HeaderSize, keyValueSize)) return "the keys and values leave the file";
     // libktx turns the sizes in there around while it takes wrong steps from one to the next.
     if (endianness == kReversed && keyValueSize > 0) return "keys and values in the other order of bytes";
-    if (std::string fault = keyValuesFault(file.part(kHeaderSize, keyValueSize)); !fault.empty()) return fault;
+    if (std::string fault = keyValuesFault(file.part(kKtx1HeaderSize, keyValueSize)); !fault.empty()) return fault;
     return levelsFault(file, extent);
 }
 

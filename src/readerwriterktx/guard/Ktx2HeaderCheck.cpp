@@ -12,7 +12,7 @@ namespace mvgeo
 namespace
 {
 
-constexpr std::uint64_t kHeaderSize = 80;
+constexpr std::uint64_t kKtx2HeaderSize = 80;
 constexpr std::uint64_t kLevelEntrySize = 24;
 constexpr KtxBlock kRgba8{1, 1, 4, 1};
 /** Holds any slice: the size of a level, counted in these, is the number of its images. */
@@ -45,7 +45,7 @@ struct Header
     {
     }
 
-    [[nodiscard]] std::uint64_t indexEnd() const { return kHeaderSize + kLevelEntrySize * extent.levelCount(); }
+    [[nodiscard]] std::uint64_t indexEnd() const { return kKtx2HeaderSize + kLevelEntrySize * extent.levelCount(); }
     [[nodiscard]] std::uint64_t metadataEnd() const
     {
         const std::uint64_t descriptorEnd = std::uint64_t{descriptorOffset} + descriptorLength;
@@ -53,7 +53,7 @@ struct Header
     }
     [[nodiscard]] Level level(std::uint32_t index) const
     {
-        const std::uint64_t entry = kHeaderSize + kLevelEntrySize * index;
+        const std::uint64_t entry = kKtx2HeaderSize + kLevelEntrySize * index;
         return {file.u64(entry), file.u64(entry + 8), file.u64(entry + 16)};
     }
 
@@ -184,7 +184,7 @@ std::string dataFault(const Header& header, const KtxDescriptor& descriptor)
 std::string ktx2HeaderFault(const unsigned char* bytes, std::size_t size)
 {
     const KtxBytes file(bytes, size);
-    if (!file.has(0, kHeaderSize)) return "the header is cut off";
+    if (!file.has(0, kKtx2HeaderSize)) return "the header is cut off";
     const Header header(file);
     if (std::string fault = extentFault(header.extent); !fault.empty()) return fault;
     if (std::string fault = metadataFault(header); !fault.empty()) return fault;
