@@ -106,21 +106,21 @@ GridPlace::GridPlace(const TerrainGrid& grid, double x, double y)
 
 void forEachRow(int rows, const std::function<void(int row)>& work)
 {
-    constexpr int kRowsAtOnce = 4;
+    constexpr int kRowsPerTurn = 4;
     std::atomic<int> next = 0;
     const auto takeRows = [&]
     {
-        for (int first = next.fetch_add(kRowsAtOnce); first < rows; first = next.fetch_add(kRowsAtOnce))
+        for (int first = next.fetch_add(kRowsPerTurn); first < rows; first = next.fetch_add(kRowsPerTurn))
         {
-            for (int row = first; row < std::min(first + kRowsAtOnce, rows); ++row)
+            for (int row = first; row < std::min(first + kRowsPerTurn, rows); ++row)
                 work(row);
         }
     };
-    std::vector<std::thread> helpers;
+    std::vector<std::thread> threads;
     for (int i = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 8); i > 1; --i)
-        helpers.emplace_back(takeRows);
+        threads.emplace_back(takeRows);
     takeRows();
-    for (std::thread& helper : helpers)
-        helper.join();
+    for (std::thread& thread : threads)
+        thread.join();
 }
 } // namespace mvgeo::sample
