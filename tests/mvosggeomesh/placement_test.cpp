@@ -271,6 +271,14 @@ TEST(Placement, NeedsAMatrixWithAnInverse)
         EXPECT_FALSE(mvgeo::Placement::make(&matrix));
 }
 
+// The matrix has an inverse, but its determinant is too small for a double, and OSG divides by it.
+TEST(Placement, NeedsAnInverseOfNumbers)
+{
+    const KdGeMatrix3d tiny = KdGeMatrix3d::scaling(1e-120);
+    ASSERT_FALSE(tiny.isSingular());
+    EXPECT_FALSE(mvgeo::Placement::make(&tiny));
+}
+
 INSTANTIATE_TEST_SUITE_P(Places, PlacedModel,
                          testing::Values(Placed{"atHome", kAtHome, kAtHome}, Placed{"farAway", kFarAway, kAtHome},
                                          Placed{"placedFarAway", kAtHome, kFarAway}, Placed{"tilted", kTilted, kAtHome},
