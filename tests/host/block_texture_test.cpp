@@ -16,15 +16,6 @@
 #include <utility>
 #include <vector>
 
-#if defined(__SANITIZE_ADDRESS__)
-/** The driver leaves a few bytes behind, and is unloaded by the time that it could be named: nobody looks for leaks in
- * this program. */
-extern "C" int __lsan_is_turned_off()
-{
-    return 1;
-}
-#endif
-
 using namespace mvgeo::host;
 
 namespace

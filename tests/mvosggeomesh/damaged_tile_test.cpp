@@ -1,4 +1,5 @@
 #include "mvosggeomesh/TiledModelFixture.h"
+#include "support/Sanitizers.h"
 #include "updatescenegraph/ReadFileCallback.h"
 
 #include <osg/ComputeBoundsVisitor>
@@ -18,8 +19,9 @@ namespace
 
 using testing::Contains;
 
-/** Whether reading this file ends the process. Cut files never do, but flipped bits can: OSG's reader trusts
- * what it has read, and nothing in this process could catch that. Tried in a process of its own, for five seconds. */
+/** Whether reading this file does not end the process. Cut files never do, but flipped bits can: OSG's reader trusts
+ * what it has read, and nothing in this process could catch that. Tried in a copy of this process, in which memory
+ * is laid out alike, for five seconds. */
 bool readingSurvives(const std::string& path)
 {
     const pid_t child = fork();
@@ -40,20 +42,11 @@ bool readingSurvives(const std::string& path)
 struct DamagedTile : public TiledModelFixture
 {
     TilePyramid data = pyramid({2});
-    int tried = 0;
-    int passedOver = 0; // files that end OSG
-
     /** Loads these bytes as a model file, looks at it, picks it, and forgets it. @return whether it was taken */
     bool tryAsRoot(const std::string& bytes)
     {
         const std::string path = folder / "damaged.osgb";
         writeFile(path, bytes);
-        if (!readingSurvives(path))
-        {
-            ++passedOver;
-            return false;
-        }
-        ++tried;
         const bool taken = driver.add(path) >= 0;
         driver.view = fromAbove();
         EXPECT_TRUE(driver.update());
@@ -64,14 +57,6 @@ struct DamagedTile : public TiledModelFixture
         model().clear();
         receiver().forget();
         return taken;
-    }
-
-    void TearDown() override
-    {
-        RecordProperty("tried", tried);
-        RecordProperty("endOsg", passedOver);
-        if (passedOver > 0)
-            std::cout << passedOver << " of " << tried + passedOver << " files end OSG itself or keep it busy\n";
     }
 
     /** A host that trusts an index beyond the vertices reads beyond its array. */
@@ -86,12 +71,6 @@ struct DamagedTile : public TiledModelFixture
     void tryAsChild(const std::string& bytes)
     {
         writeFile(data.file("_L1"), bytes);
-        if (!readingSurvives(data.file("_L1")))
-        {
-            ++passedOver;
-            return;
-        }
-        ++tried;
         ModelDriver one;
         ASSERT_EQ(one.add(data.rootFile()), 0);
         one.view = fromAbove();
@@ -121,7 +100,6 @@ TEST_F(DamagedTile, CutOffAnywhereIsNoModelAndNoCrash)
         SCOPED_TRACE(testing::Message() << length << " of " << whole.size() << " bytes");
         EXPECT_FALSE(tryAsRoot(whole.substr(0, length)));
     }
-    EXPECT_EQ(passedOver, 0);
     EXPECT_TRUE(tryAsRoot(whole));
 }
 
@@ -133,7 +111,6 @@ TEST_F(DamagedTile, CutOffAnywhereKeepsItsParentVisible)
         SCOPED_TRACE(testing::Message() << length << " of " << whole.size() << " bytes");
         tryAsChild(whole.substr(0, length));
     }
-    EXPECT_EQ(passedOver, 0);
 }
 
 TEST_F(DamagedTile, CompressedAndCutOffIsNoCrash)
@@ -146,16 +123,21 @@ TEST_F(DamagedTile, CompressedAndCutOffIsNoCrash)
         SCOPED_TRACE(testing::Message() << length << " of " << whole.size() << " bytes");
         tryAsRoot(whole.substr(0, length));
     }
-    EXPECT_EQ(passedOver, 0);
 }
 
-// Files that end the reader are passed over and counted: what is tested is everything behind the reader.
+// What is tested is everything behind the reader; files that end the reader itself are passed over.
 TEST_F(DamagedTile, WithFlippedBitsThatTheReaderTakesIsNoCrash)
 {
+#ifdef MVGEO_HAS_THREAD_SANITIZER
+    GTEST_SKIP() << "a copy of this process may wait for ever for a lock of the sanitizer";
+#endif
     const std::string whole = readFile(data.rootFile());
     constexpr unsigned int kSeed = 20261120;
+    constexpr int kRounds = 300;
     std::mt19937 random(kSeed);
-    for (int round = 0; round < 300; ++round)
+    int survived = 0;
+    int taken = 0;
+    for (int round = 0; round < kRounds; ++round)
     {
         std::string bytes = whole;
         const std::size_t place = random() % bytes.size();
@@ -163,8 +145,14 @@ TEST_F(DamagedTile, WithFlippedBitsThatTheReaderTakesIsNoCrash)
         bytes[place] = static_cast<char>(bytes[place] ^ (1U << bit));
         SCOPED_TRACE(testing::Message() << "seed " << kSeed << ", round " << round << ": byte " << place << ", bit "
                                         << bit);
-        tryAsRoot(bytes);
+        writeFile(folder / "damaged.osgb", bytes);
+        if (!readingSurvives(folder / "damaged.osgb")) continue;
+        ++survived;
+        if (tryAsRoot(bytes)) ++taken;
     }
+    std::cout << kRounds - survived << " of " << kRounds << " files end OSG itself or keep it busy\n";
+    EXPECT_GT(survived, kRounds / 2);
+    EXPECT_GT(taken, kRounds / 4);
 }
 
 TEST_F(DamagedTile, ThatNamesVerticesThatItLacksIsNoCrash)
@@ -177,14 +165,12 @@ TEST_F(DamagedTile, ThatNamesVerticesThatItLacksIsNoCrash)
     // Through a file, as such a tile would come.
     writeTile(*geode, path);
     EXPECT_FALSE(tryAsRoot(readFile(path)));
-    EXPECT_EQ(passedOver, 0);
 }
 
 TEST_F(DamagedTile, WithoutAnyBytesIsNoModel)
 {
     EXPECT_FALSE(tryAsRoot(""));
     tryAsChild("");
-    EXPECT_EQ(passedOver, 0);
 }
 
 TEST_F(DamagedTile, ThatIsAFolderIsNoModel)
@@ -203,7 +189,6 @@ TEST_F(DamagedTile, ThatIsTextIsNoModel)
     EXPECT_FALSE(tryAsRoot("This is no tile.\n"));
     EXPECT_FALSE(tryAsRoot(std::string(100000, 'x')));
     tryAsChild("{\"asset\": {}}");
-    EXPECT_EQ(passedOver, 0);
 }
 
 TEST_F(DamagedTile, ThatMayNotBeReadIsNoModel)

@@ -1,4 +1,5 @@
 #include "TerrainParts.h"
+#include "support/Sanitizers.h"
 
 #include <gtest/gtest.h>
 
@@ -86,7 +87,7 @@ TEST_F(SharedTileCache, IsFilledByThreadsAtOnce)
     expectGoodFiles(first);
 }
 
-#ifdef _WIN32
+#if defined(_WIN32) || defined(MVGEO_HAS_THREAD_SANITIZER)
 TEST_F(SharedTileCache, IsFilledByProcessesAtOnce)
 {
     GTEST_SKIP() << "a process cannot be split in two here";
