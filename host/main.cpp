@@ -1,3 +1,4 @@
+#include "commands/CommandLine.h"
 #include "commands/Commands.h"
 #include "common/HostError.h"
 #include "hosting/HostServices.h"
@@ -18,18 +19,15 @@ int fail(std::string sentence, int status)
     return status;
 }
 
-int run(CLI::App& app, int argumentCount, char** arguments)
+int run(mvgeo::host::CommandLine& commandLine, int argumentCount, char** arguments)
 {
     try
     {
-        app.parse(argumentCount, arguments);
-        if (app.get_subcommands().empty()) return fail("A command is required; mvgeo --help lists them.", EXIT_FAILURE);
+        commandLine.run(argumentCount, arguments);
     }
-    catch (const CLI::ParseError& error)
+    catch (const mvgeo::host::CommandFailed& failure)
     {
-        const bool isSaid = error.get_exit_code() == 0 || error.get_name() == "RuntimeError"; // --help prints itself
-        if (isSaid) return app.exit(error);
-        return fail(error.what(), EXIT_FAILURE);
+        return failure.exitStatus;
     }
     catch (const mvgeo::host::HostError& error)
     {
@@ -50,21 +48,20 @@ int run(CLI::App& app, int argumentCount, char** arguments)
 int main(int argumentCount, char** arguments)
 {
     const mvgeo::host::HostServices services;
-    CLI::App app("Streams oblique-photography models and terrains, and draws them.", "mvgeo");
-    app.require_subcommand(0, 1); // none is our own sentence, and an unknown one is named in the parser's
-    app.get_formatter()->column_width(34);
-    mvgeo::host::addSampleCommand(app);
-    mvgeo::host::addInfoCommand(app);
-    mvgeo::host::addRenderCommand(app);
-    mvgeo::host::addFlyCommand(app);
-    mvgeo::host::addViewCommand(app);
-    mvgeo::host::addPickCommand(app);
-    mvgeo::host::addDrapeCommand(app);
-    mvgeo::host::addClipCommand(app);
-    mvgeo::host::addPrebuildCommand(app);
-    mvgeo::host::addTextureCommand(app);
-    mvgeo::host::addSettingsCommand(app);
-    const int status = run(app, argumentCount, arguments);
+    mvgeo::host::CommandLine commandLine("mvgeo", "Streams oblique-photography models and terrains, and draws them.");
+    const mvgeo::host::Command program = commandLine.root();
+    mvgeo::host::addSampleCommand(program);
+    mvgeo::host::addInfoCommand(program);
+    mvgeo::host::addRenderCommand(program);
+    mvgeo::host::addFlyCommand(program);
+    mvgeo::host::addViewCommand(program);
+    mvgeo::host::addPickCommand(program);
+    mvgeo::host::addDrapeCommand(program);
+    mvgeo::host::addClipCommand(program);
+    mvgeo::host::addPrebuildCommand(program);
+    mvgeo::host::addTextureCommand(program);
+    mvgeo::host::addSettingsCommand(program);
+    const int status = run(commandLine, argumentCount, arguments);
     std::cout.flush();
     return std::cout ? status : fail("Cannot write to standard output.", EXIT_FAILURE);
 }

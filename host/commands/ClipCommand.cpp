@@ -120,23 +120,20 @@ void runClip(const ClipOptions& options)
 }
 } // namespace
 
-void addClipCommand(CLI::App& app)
+void addClipCommand(Command app)
 {
     const auto options = std::make_shared<ClipOptions>();
-    CLI::App& command = *app.add_subcommand("clip", "cut the surface with a polygon: its triangles and areas");
+    Command command = app.addCommand("clip", "cut the surface with a polygon: its triangles and areas");
     addModelOptions(command, options->model);
-    command.add_option("--polygon", options->polygon, "the polygon, in the model's coordinates")
-        ->type_name("\"X,Y X,Y ...\"");
-    command.add_option("--from", options->from, "instead: GeoJSON or CSV with one polygon, which may have holes")
-        ->type_name("FILE");
-    command.add_flag("--outside", options->outside, "keep what is outside the polygon");
-    command.add_option("--heights", options->heights, "keep only what lies between two heights")->type_name("LOW,HIGH");
-    command.add_flag("--finest", options->finest, "the finest tiles; else those that the view of the camera loads");
-    command.add_option("--root", options->root, "of this root tile only, from 0")
-        ->check(CLI::Range(0, 1000000000))
-        ->type_name("N");
+    command.add("--polygon", options->polygon, "the polygon, in the model's coordinates").typeName("\"X,Y X,Y ...\"");
+    command.add("--from", options->from, "instead: GeoJSON or CSV with one polygon, which may have holes")
+        .typeName("FILE");
+    command.addFlag("--outside", options->outside, "keep what is outside the polygon");
+    command.add("--heights", options->heights, "keep only what lies between two heights").typeName("LOW,HIGH");
+    command.addFlag("--finest", options->finest, "the finest tiles; else those that the view of the camera loads");
+    command.add("--root", options->root, "of this root tile only, from 0").between(0, 1000000000).typeName("N");
     addResultOptions(command, options->result);
     addViewOptions(command, options->view);
-    command.callback([options] { runClip(*options); });
+    command.onRun([options] { runClip(*options); });
 }
 } // namespace mvgeo::host

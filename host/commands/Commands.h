@@ -1,26 +1,26 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "commands/CommandLine.h"
 
 namespace mvgeo::host
 {
 /** Each adds one command. It runs while the command line is parsed. If it cannot do its work it throws HostError with
- * the sentence for the user, or CLI::RuntimeError where everything has been said. */
-void addClipCommand(CLI::App& app);
-void addDrapeCommand(CLI::App& app);
-void addFlyCommand(CLI::App& app);
-void addInfoCommand(CLI::App& app);
-void addPickCommand(CLI::App& app);
-void addPrebuildCommand(CLI::App& app);
-void addRenderCommand(CLI::App& app);
-void addSampleCommand(CLI::App& app);
-void addSettingsCommand(CLI::App& app);
-void addTextureCommand(CLI::App& app);
-void addViewCommand(CLI::App& app);
+ * the sentence for the user, or CommandFailed where everything has been said. */
+void addClipCommand(Command app);
+void addDrapeCommand(Command app);
+void addFlyCommand(Command app);
+void addInfoCommand(Command app);
+void addPickCommand(Command app);
+void addPrebuildCommand(Command app);
+void addRenderCommand(Command app);
+void addSampleCommand(Command app);
+void addSettingsCommand(Command app);
+void addTextureCommand(Command app);
+void addViewCommand(Command app);
 
 /** What most of them have. */
-inline void addJsonOption(CLI::App& command, bool& json)
+inline void addJsonOption(Command command, bool& json)
 {
-    command.add_flag("--json", json, "print the result as JSON");
+    command.addFlag("--json", json, "print the result as JSON");
 }
 } // namespace mvgeo::host

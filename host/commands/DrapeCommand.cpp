@@ -143,16 +143,16 @@ void runDrape(const DrapeOptions& options)
 }
 } // namespace
 
-void addDrapeCommand(CLI::App& app)
+void addDrapeCommand(Command app)
 {
     const auto options = std::make_shared<DrapeOptions>();
-    CLI::App& command = *app.add_subcommand("drape", "lay a line onto the surface: its heights, lengths and profile");
+    Command command = app.addCommand("drape", "lay a line onto the surface: its heights, lengths and profile");
     addModelOptions(command, options->model);
-    command.add_option("--line", options->line, "the line, in the model's coordinates")->type_name("\"X,Y X,Y ...\"");
-    command.add_option("--from", options->from, "instead: GeoJSON or CSV with lines")->type_name("FILE");
-    command.add_option("--profile", options->profile, "draw heights along the line as SVG")->type_name("FILE");
+    command.add("--line", options->line, "the line, in the model's coordinates").typeName("\"X,Y X,Y ...\"");
+    command.add("--from", options->from, "instead: GeoJSON or CSV with lines").typeName("FILE");
+    command.add("--profile", options->profile, "draw heights along the line as SVG").typeName("FILE");
     addResultOptions(command, options->result);
     addViewOptions(command, options->view);
-    command.callback([options] { runDrape(*options); });
+    command.onRun([options] { runDrape(*options); });
 }
 } // namespace mvgeo::host

@@ -178,7 +178,7 @@ FlightRow flyOneFrame(HostModel& model, const ViewFrame& frame, const FlyOptions
     if (options.freeRunning)
         model.updateOnce(frame);
     else if (!model.converge(frame, deadlineAfter(options.view.timeoutSeconds), {}))
-        throw HostError("The view has not converged within " + Json(options.view.timeoutSeconds).dump() + " seconds.");
+        throw HostError("The view has not converged within " + jsonText(options.view.timeoutSeconds) + " seconds.");
     FlightRow row;
     row.seconds = std::chrono::duration<double>(HostModel::Clock::now() - start).count();
     row.statistics = model.statistics();
@@ -276,35 +276,30 @@ void runFly(const FlyOptions& options)
 }
 } // namespace
 
-void addFlyCommand(CLI::App& app)
+void addFlyCommand(Command app)
 {
     const auto options = std::make_shared<FlyOptions>();
-    CLI::App& command = *app.add_subcommand("fly", "fly along a path and tell what each frame loaded and dropped");
+    Command command = app.addCommand("fly", "fly along a path and tell what each frame loaded and dropped");
     addModelOptions(command, options->model);
-    command.add_option("--frames", options->frames, "frames of the flight")
-        ->check(CLI::Range(1, 1000000))
-        ->capture_default_str();
-    command.add_option("--path", options->path, "keyframes: six numbers a line (eye, target), or JSON")
-        ->type_name("FILE");
-    command.add_option("--every", options->pictureEvery, "draw every n-th frame")
-        ->check(CLI::Range(1, 1000000))
-        ->type_name("N");
-    command.add_option("--out-dir", options->pictureFolder, "folder for the pictures")->type_name("DIR");
-    command.add_option("--csv", options->csv, "write the table as CSV, '-' for standard output")->type_name("FILE");
-    command.add_option("--max-paged-lods", options->maxPagedLods, "paged nodes kept before old ones expire")
-        ->check(CLI::Range(0, 1000000000))
-        ->type_name("N");
-    CLI::Option* freeRunning =
-        command.add_flag("--free-running", options->freeRunning, "do not wait for the tiles of a frame");
-    command.add_option("--rate", options->rate, "with --free-running: frames a second, as a display would show them")
-        ->check(CLI::Range(0.1, 1000.0))
-        ->needs(freeRunning)
-        ->type_name("HZ");
-    command.add_option("--line", options->line, "drape this line in each frame and fail if the answer changes")
-        ->type_name("\"X,Y X,Y ...\"");
+    command.add("--frames", options->frames, "frames of the flight").between(1, 1000000).showDefault();
+    command.add("--path", options->path, "keyframes: six numbers a line (eye, target), or JSON").typeName("FILE");
+    command.add("--every", options->pictureEvery, "draw every n-th frame").between(1, 1000000).typeName("N");
+    command.add("--out-dir", options->pictureFolder, "folder for the pictures").typeName("DIR");
+    command.add("--csv", options->csv, "write the table as CSV, '-' for standard output").typeName("FILE");
+    command.add("--max-paged-lods", options->maxPagedLods, "paged nodes kept before old ones expire")
+        .between(0, 1000000000)
+        .typeName("N");
+    const CommandOption freeRunning =
+        command.addFlag("--free-running", options->freeRunning, "do not wait for the tiles of a frame");
+    command.add("--rate", options->rate, "with --free-running: frames a second, as a display would show them")
+        .between(0.1, 1000.0)
+        .needs(freeRunning)
+        .typeName("HZ");
+    command.add("--line", options->line, "drape this line in each frame and fail if the answer changes")
+        .typeName("\"X,Y X,Y ...\"");
     addPictureOptions(command, options->view);
     addTimeoutOption(command, options->view);
     addJsonOption(command, options->json);
-    command.callback([options] { runFly(*options); });
+    command.onRun([options] { runFly(*options); });
 }
 } // namespace mvgeo::host

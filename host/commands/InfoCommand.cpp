@@ -100,7 +100,7 @@ void printRaster(const RasterSummary& raster)
     if (!raster.type.empty()) std::cout << " of type " << raster.type;
     std::cout << ", " << raster.driver << '\n' << "transform:   ";
     for (std::size_t i = 0; i < raster.transform.size(); ++i)
-        std::cout << (i == 0 ? "" : ", ") << Json(raster.transform[i]).dump();
+        std::cout << (i == 0 ? "" : ", ") << jsonText(raster.transform[i]);
     std::cout << (raster.isGeoreferenced ? "\n" : " (there is none in the file)\n");
     std::cout << "as DEM:      " << (raster.noDem ? "no: " + *raster.noDem : "yes") << '\n';
 }
@@ -222,12 +222,12 @@ void runInfo(const InfoOptions& options)
 }
 } // namespace
 
-void addInfoCommand(CLI::App& app)
+void addInfoCommand(Command app)
 {
     const auto options = std::make_shared<InfoOptions>();
-    CLI::App& command = *app.add_subcommand("info", "tell what a model, or any file or folder, consists of");
+    Command command = app.addCommand("info", "tell what a model, or any file or folder, consists of");
     addModelOptions(command, options->model);
     addJsonOption(command, options->json);
-    command.callback([options] { runInfo(*options); });
+    command.onRun([options] { runInfo(*options); });
 }
 } // namespace mvgeo::host

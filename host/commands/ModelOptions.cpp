@@ -63,21 +63,17 @@ void findGround(OpenModel& open)
 }
 } // namespace
 
-void addModelOptions(CLI::App& command, ModelOptions& options)
+void addModelOptions(Command command, ModelOptions& options)
 {
-    command.add_option(
-        "MODEL", options.model,
-        "folder of root tiles (or the folder above its 'Data'), an .osgb file, or a terrain: its rasters as "
-        "\"DOM?DEM\", or one of them");
-    command.add_option("--dom", options.terrain.dom, "instead of MODEL: the ortho-image of a terrain")
-        ->type_name("FILE");
-    command.add_option("--dem", options.terrain.dem, "instead of MODEL: the elevations of a terrain")
-        ->type_name("FILE");
-    command.add_flag("--no-warp", options.noWarp,
-                     "take a terrain's rasters as they are, in whatever systems and units");
-    command.add_flag("--normals", options.normals, "smooth normals for tiles that have none");
-    command.add_option("--log-dir", options.logFolder, "write the library's log to GeoCache/3d.log in this folder")
-        ->type_name("DIR");
+    command.add("MODEL", options.model,
+                "folder of root tiles (or the folder above its 'Data'), an .osgb file, or a terrain: its rasters as "
+                "\"DOM?DEM\", or one of them");
+    command.add("--dom", options.terrain.dom, "instead of MODEL: the ortho-image of a terrain").typeName("FILE");
+    command.add("--dem", options.terrain.dem, "instead of MODEL: the elevations of a terrain").typeName("FILE");
+    command.addFlag("--no-warp", options.noWarp, "take a terrain's rasters as they are, in whatever systems and units");
+    command.addFlag("--normals", options.normals, "smooth normals for tiles that have none");
+    command.add("--log-dir", options.logFolder, "write the library's log to GeoCache/3d.log in this folder")
+        .typeName("DIR");
 }
 
 ModelInput resolveModel(const ModelOptions& options)

@@ -1,11 +1,10 @@
 #pragma once
 
+#include "commands/CommandLine.h"
 #include "hosting/HostModel.h"
 #include "input/ModelInput.h"
 #include "measure/ModelSystem.h"
 #include "view/SceneStyle.h"
-
-#include <CLI/CLI.hpp>
 
 #include <memory>
 #include <optional>
@@ -39,7 +38,7 @@ struct OpenModel
     std::optional<double> floor;            ///< of a terrain: what leads below is no ground but a place without data
 };
 
-void addModelOptions(CLI::App& command, ModelOptions& options);
+void addModelOptions(Command command, ModelOptions& options);
 
 /** What the command line names as the model. Throws HostError. */
 ModelInput resolveModel(const ModelOptions& options);

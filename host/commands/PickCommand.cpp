@@ -52,7 +52,7 @@ Points pixelsOf(const PickOptions& options)
         pixels = readPixels(options.from);
     for (const osg::Vec3d& pixel : pixels)
         if (pixel.x() < 0.0 || pixel.x() >= view.width || pixel.y() < 0.0 || pixel.y() >= view.height)
-            throw HostError("The pixel " + Json(pixel.x()).dump() + ", " + Json(pixel.y()).dump() +
+            throw HostError("The pixel " + jsonText(pixel.x()) + ", " + jsonText(pixel.y()) +
                             " lies outside the picture of " + std::to_string(view.width) + " x " +
                             std::to_string(view.height) + " pixels.");
     return pixels;
@@ -84,7 +84,7 @@ void leaveOutBelow(std::vector<PickedPixel>& pixels, std::optional<double> floor
     for (PickedPixel& pixel : pixels)
     {
         if (isGround(pixel, floor)) continue;
-        std::cerr << "mvgeo: Under the pixel " << Json(pixel.column).dump() << ", " << Json(pixel.row).dump()
+        std::cerr << "mvgeo: Under the pixel " << jsonText(pixel.column) << ", " << jsonText(pixel.row)
                   << " the DEM has no data.\n";
         pixel.hit.reset();
         pixel.triangle.clear();
@@ -108,7 +108,7 @@ void printForPeople(const PickOptions& options, const std::vector<PickedPixel>& 
     for (const PickedPixel& pixel : pixels)
     {
         if (!options.from.empty())
-            std::cout << "pixel:     " << Json(pixel.column).dump() << ", " << Json(pixel.row).dump() << '\n';
+            std::cout << "pixel:     " << jsonText(pixel.column) << ", " << jsonText(pixel.row) << '\n';
         printForPeople(pixel);
     }
 }
@@ -180,18 +180,17 @@ void runPick(const PickOptions& options)
 }
 } // namespace
 
-void addPickCommand(CLI::App& app)
+void addPickCommand(Command app)
 {
     const auto options = std::make_shared<PickOptions>();
-    CLI::App& command = *app.add_subcommand("pick", "find the surface under a pixel");
+    Command command = app.addCommand("pick", "find the surface under a pixel");
     addModelOptions(command, options->model);
-    command.add_option("X", options->column, "pixels from the picture's left edge");
-    command.add_option("Y", options->row, "pixels from its upper edge");
-    command.add_option("--from", options->from, "instead: several pixels, a CSV file of columns and rows")
-        ->type_name("FILE");
+    command.add("X", options->column, "pixels from the picture's left edge");
+    command.add("Y", options->row, "pixels from its upper edge");
+    command.add("--from", options->from, "instead: several pixels, a CSV file of columns and rows").typeName("FILE");
     addResultOptions(command, options->result);
     addViewOptions(command, options->view);
-    command.callback(
+    command.onRun(
         [options]
         {
             moveUpWithoutModel(*options);

@@ -197,17 +197,17 @@ void runPrebuild(const PrebuildOptions& options)
 }
 } // namespace
 
-void addPrebuildCommand(CLI::App& app)
+void addPrebuildCommand(Command app)
 {
     const auto options = std::make_shared<PrebuildOptions>();
-    CLI::App& command = *app.add_subcommand("prebuild", "fill a terrain's tile cache, so that viewing only reads");
+    Command command = app.addCommand("prebuild", "fill a terrain's tile cache, so that viewing only reads");
     addModelOptions(command, options->model);
-    command.add_option("--levels", options->levels, "finest level to build; 0 is the one tile that covers everything")
-        ->required()
-        ->check(CLI::Range(0, kMostLevels))
-        ->type_name("N");
-    command.add_flag("--overviews", options->overviews, "first build overviews of large rasters without them, as .ovr");
+    command.add("--levels", options->levels, "finest level to build; 0 is the one tile that covers everything")
+        .required()
+        .between(0, kMostLevels)
+        .typeName("N");
+    command.addFlag("--overviews", options->overviews, "first build overviews of large rasters without them, as .ovr");
     addJsonOption(command, options->json);
-    command.callback([options] { runPrebuild(*options); });
+    command.onRun([options] { runPrebuild(*options); });
 }
 } // namespace mvgeo::host

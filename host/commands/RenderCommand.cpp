@@ -77,15 +77,15 @@ void runRender(const RenderOptions& options)
 }
 } // namespace
 
-void addRenderCommand(CLI::App& app)
+void addRenderCommand(Command app)
 {
     const auto options = std::make_shared<RenderOptions>();
-    CLI::App& command = *app.add_subcommand("render", "draw one picture once the view has all its tiles");
+    Command command = app.addCommand("render", "draw one picture once the view has all its tiles");
     addModelOptions(command, options->model);
-    command.add_option("--out", options->picture, "the picture's file")->required()->type_name("FILE");
+    command.add("--out", options->picture, "the picture's file").required().typeName("FILE");
     addViewOptions(command, options->view);
     addJsonOption(command, options->json);
-    command.add_flag("--list-tiles", options->listTiles, "name the visible tiles too");
-    command.callback([options] { runRender(*options); });
+    command.addFlag("--list-tiles", options->listTiles, "name the visible tiles too");
+    command.onRun([options] { runRender(*options); });
 }
 } // namespace mvgeo::host

@@ -36,13 +36,13 @@ bool isSameFile(const std::string& a, const std::string& b)
 }
 } // namespace
 
-void addResultOptions(CLI::App& command, ResultOptions& options)
+void addResultOptions(Command command, ResultOptions& options)
 {
-    command.add_option("--format", options.format, "write the result as geojson or csv")
-        ->check(CLI::IsMember({kGeoJson, kCsv}))
-        ->type_name("FORMAT");
-    command.add_option("--out", options.out, "the result's file instead of standard output")->type_name("FILE");
-    command.add_option("--picture", options.picture, "draw the result on the model")->type_name("FILE");
+    command.add("--format", options.format, "write the result as geojson or csv")
+        .oneOf({kGeoJson, kCsv})
+        .typeName("FORMAT");
+    command.add("--out", options.out, "the result's file instead of standard output").typeName("FILE");
+    command.add("--picture", options.picture, "draw the result on the model").typeName("FILE");
     addJsonOption(command, options.json);
 }
 

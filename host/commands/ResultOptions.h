@@ -3,8 +3,6 @@
 #include "commands/ViewOptions.h"
 #include "measure/ResultDrawing.h"
 
-#include <CLI/CLI.hpp>
-
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,7 +28,7 @@ enum class ResultFormat
 };
 
 /** --format, --out, --picture and --json. */
-void addResultOptions(CLI::App& command, ResultOptions& options);
+void addResultOptions(Command command, ResultOptions& options);
 
 /** The format of the file of results, empty if none is wanted; from the ending of --out if it is not given. Asked
  * before long work begins: throws HostError if the options contradict each other or a file cannot be written. */

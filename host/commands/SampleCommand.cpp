@@ -15,6 +15,7 @@
 #include <string>
 #include <system_error>
 #include <tuple>
+#include <vector>
 
 namespace mvgeo::host
 {
@@ -38,6 +39,14 @@ struct SampleOptions
     std::string textures = "jpeg"; // a key of kTextures
     bool json = false;
 };
+
+std::vector<std::string> textureNames()
+{
+    std::vector<std::string> names;
+    for (const auto& [name, storage] : kTextures)
+        names.push_back(name);
+    return names;
+}
 
 sample::SamplePyramidResult writeCity(const SampleOptions& options)
 {
@@ -103,27 +112,26 @@ void runSample(const SampleOptions& options)
 }
 } // namespace
 
-void addSampleCommand(CLI::App& app)
+void addSampleCommand(Command app)
 {
     const auto options = std::make_shared<SampleOptions>();
-    CLI::App& command = *app.add_subcommand(
+    Command command = app.addCommand(
         "sample", "make a small city as a pyramid of tiles and a mountain valley as DEM and ortho-image");
-    command.add_option("DIR", options->folder, "folder to write to")->required();
-    command.add_option("--roots", options->roots, "root tiles from west to east and from south to north")
-        ->type_name("NxM")
-        ->capture_default_str();
-    command.add_option("--levels", options->levels, "levels of detail")->capture_default_str();
-    command.add_option("--seed", options->seed, "another number makes another city and another valley")
-        ->capture_default_str();
-    command.add_option("--only", options->only, "write one of the two, for instance beside the other one")
-        ->check(CLI::IsMember({kCity, kTerrain}));
+    command.add("DIR", options->folder, "folder to write to").required();
+    command.add("--roots", options->roots, "root tiles from west to east and from south to north")
+        .typeName("NxM")
+        .showDefault();
+    command.add("--levels", options->levels, "levels of detail").showDefault();
+    command.add("--seed", options->seed, "another number makes another city and another valley").showDefault();
+    command.add("--only", options->only, "write one of the two, for instance beside the other one")
+        .oneOf({kCity, kTerrain});
     command
-        .add_option("--textures", options->textures,
-                    "how the city's textures are stored: jpeg, or KTX2 with ETC1S (ktx2), UASTC or BC1 blocks")
-        ->check(CLI::IsMember(kTextures).description(""))
-        ->type_name("jpeg|ktx2|ktx2-uastc|ktx2-bc")
-        ->capture_default_str();
+        .add("--textures", options->textures,
+             "how the city's textures are stored: jpeg, or KTX2 with ETC1S (ktx2), UASTC or BC1 blocks")
+        .oneOfTypeName(textureNames())
+        .typeName("jpeg|ktx2|ktx2-uastc|ktx2-bc")
+        .showDefault();
     addJsonOption(command, options->json);
-    command.callback([options] { runSample(*options); });
+    command.onRun([options] { runSample(*options); });
 }
 } // namespace mvgeo::host

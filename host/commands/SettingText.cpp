@@ -79,7 +79,7 @@ std::string blobText(const std::string& bytes)
     double number = 0.0;
     if (bytes.size() != sizeof(number)) return text;
     std::memcpy(&number, bytes.data(), sizeof(number));
-    return text + " (as a double " + Json(number).dump() + ")";
+    return text + " (as a double " + jsonText(number) + ")";
 }
 } // namespace
 
@@ -137,7 +137,7 @@ std::string settingText(const OrloVariant& value)
     if (value.tag() == OrloVariant::kBlob) return blobText(bytesOf(value));
     const Json json = settingJson(value);
     if (json.is_null()) return "(of a type that is not read)";
-    return json.is_string() ? json.get<std::string>() : json.dump();
+    return json.is_string() ? json.get<std::string>() : jsonText(json);
 }
 
 Json settingJson(const OrloVariant& value)

@@ -90,42 +90,42 @@ void listSettings(const SettingsOptions& options)
 
 using Options = std::shared_ptr<SettingsOptions>;
 
-CLI::Option* addKey(CLI::App& command, const Options& options)
+CommandOption addKey(Command command, const Options& options)
 {
-    return command.add_option("KEY", options->key, "key below the product's root, with '\\' between its parts");
+    return command.add("KEY", options->key, "key below the product's root, with '\\' between its parts");
 }
 
-void addName(CLI::App& command, const Options& options)
+void addName(Command command, const Options& options)
 {
-    command.add_option("NAME", options->name, "name of the value; \"\" is the key's own")->required();
+    command.add("NAME", options->name, "name of the value; \"\" is the key's own").required();
 }
 
 } // namespace
 
-void addSettingsCommand(CLI::App& app)
+void addSettingsCommand(Command app)
 {
-    CLI::App& settings = *app.add_subcommand("settings", "show and change the user's settings");
-    settings.require_subcommand(1);
+    Command settings = app.addCommand("settings", "show and change the user's settings");
+    settings.requireCommand();
     const auto options = std::make_shared<SettingsOptions>();
 
-    CLI::App& get = *settings.add_subcommand("get", "print the type and the value of a setting");
-    addKey(get, options)->required();
+    Command get = settings.addCommand("get", "print the type and the value of a setting");
+    addKey(get, options).required();
     addName(get, options);
     addJsonOption(get, options->json);
-    get.callback([options] { getSetting(*options); });
+    get.onRun([options] { getSetting(*options); });
 
-    CLI::App& set = *settings.add_subcommand("set", "store a setting; keys that are missing are made");
-    addKey(set, options)->required();
+    Command set = settings.addCommand("set", "store a setting; keys that are missing are made");
+    addKey(set, options).required();
     addName(set, options);
-    set.add_option("VALUE", options->value, "the value; a blob in hexadecimal digits, two a byte")->required();
-    set.add_option("--type", options->type, "type of the value")
-        ->check(CLI::IsMember(std::vector<std::string>(std::begin(kSettingTypes), std::end(kSettingTypes))))
-        ->capture_default_str();
-    set.callback([options] { setSetting(*options); });
+    set.add("VALUE", options->value, "the value; a blob in hexadecimal digits, two a byte").required();
+    set.add("--type", options->type, "type of the value")
+        .oneOf({std::begin(kSettingTypes), std::end(kSettingTypes)})
+        .showDefault();
+    set.onRun([options] { setSetting(*options); });
 
-    CLI::App& list = *settings.add_subcommand("list", "print what a key holds");
+    Command list = settings.addCommand("list", "print what a key holds");
     addKey(list, options);
     addJsonOption(list, options->json);
-    list.callback([options] { listSettings(*options); });
+    list.onRun([options] { listSettings(*options); });
 }
 } // namespace mvgeo::host

@@ -92,7 +92,7 @@ void runTextureInfo(const TextureInfoOptions& options)
         isComplete = false;
     }
     if (options.json) printJson(report);
-    if (!isComplete) throw CLI::RuntimeError(EXIT_FAILURE);
+    if (!isComplete) throw CommandFailed{EXIT_FAILURE};
 }
 
 enum class Target
@@ -242,63 +242,60 @@ void runConvert(const ConvertOptions& options)
                   << formatText(header) << ", " << header.compression << "; " << readableBytes(bytes.size()) << ".\n";
 }
 
-void addTranscodeOption(CLI::App& command, std::string& transcode, const char* help)
+void addTranscodeOption(Command command, std::string& transcode, const char* help)
 {
-    command.add_option("--transcode", transcode, help)->check(CLI::IsMember({"dxt", "etc", "rgba"}));
+    command.add("--transcode", transcode, help).oneOf({"dxt", "etc", "rgba"});
 }
 
-void addInfo(CLI::App& texture)
+void addInfo(Command texture)
 {
     const auto options = std::make_shared<TextureInfoOptions>();
-    CLI::App& command = *texture.add_subcommand("info", "tell what KTX, KTX 2, PNG and JPEG files hold");
-    command.add_option("FILE", options->files, "files to look at, whatever their names end in")->required();
+    Command command = texture.addCommand("info", "tell what KTX, KTX 2, PNG and JPEG files hold");
+    command.add("FILE", options->files, "files to look at, whatever their names end in").required();
     addTranscodeOption(command, options->transcode, "what a Basis texture is read as [dxt]");
     addJsonOption(command, options->json);
-    command.callback([options] { runTextureInfo(*options); });
+    command.onRun([options] { runTextureInfo(*options); });
 }
 
-void addEncoderOptions(CLI::App& command, ConvertOptions& options)
+void addEncoderOptions(Command command, ConvertOptions& options)
 {
     command
-        .add_option("--basis", options.basis,
-                    "how a KTX file is compressed: etc1s for small files, uastc for better pictures, none for "
-                    "pixels as they are [etc1s]")
-        ->check(CLI::IsMember({"etc1s", "uastc", "none"}));
-    command.add_option("--quality", options.quality, "of etc1s, 1 to 255 [128]; of JPEG, 1 to 100 [90]")
-        ->check(CLI::Range(1, 255));
+        .add("--basis", options.basis,
+             "how a KTX file is compressed: etc1s for small files, uastc for better pictures, none for "
+             "pixels as they are [etc1s]")
+        .oneOf({"etc1s", "uastc", "none"});
+    command.add("--quality", options.quality, "of etc1s, 1 to 255 [128]; of JPEG, 1 to 100 [90]").between(1, 255);
     // The writer takes 0 for an option that was forgotten, and then works as hard as it can.
-    command.add_option("--level", options.level, "how hard etc1s tries, 1 is fast and 5 is slow [2]")
-        ->check(CLI::Range(1, 5));
-    command.add_option("--threads", options.threads, "threads that encode [as many as the machine has]")
-        ->check(CLI::Range(1, 256));
+    command.add("--level", options.level, "how hard etc1s tries, 1 is fast and 5 is slow [2]").between(1, 5);
+    command.add("--threads", options.threads, "threads that encode [as many as the machine has]").between(1, 256);
 }
 
-void addConvert(CLI::App& texture)
+void addConvert(Command texture)
 {
     const auto options = std::make_shared<ConvertOptions>();
-    CLI::App& command = *texture.add_subcommand(
+    Command command = texture.addCommand(
         "convert", "turn KTX, KTX 2, PNG and JPEG files into one of them; several become an array or a cube map");
     command
-        .add_option("FILES", options->files,
-                    "files to read and, last, the file to write, whose ending says what it becomes: .png, .jpg, or "
-                    ".ktx and .ktx2, which are both written as KTX 2")
-        ->required();
+        .add("FILES", options->files,
+             "files to read and, last, the file to write, whose ending says what it becomes: .png, .jpg, or "
+             ".ktx and .ktx2, which are both written as KTX 2")
+        .required();
     addEncoderOptions(command, *options);
-    command.add_flag("--cube", options->cube, "make a cube map of six squares: +X -X +Y -Y +Z -Z");
-    command.add_option("--layer", options->layer, "take one layer, face or slice only, counted from 0")
-        ->check(CLI::Range(0, 1 << 20))
-        ->type_name("N");
+    command.addFlag("--cube", options->cube, "make a cube map of six squares: +X -X +Y -Y +Z -Z");
+    command.add("--layer", options->layer, "take one layer, face or slice only, counted from 0")
+        .between(0, 1 << 20)
+        .typeName("N");
     addTranscodeOption(command, options->transcode,
                        "what a Basis texture is read as [rgba]; blocks can be written with --basis none");
     addJsonOption(command, options->json);
-    command.callback([options] { runConvert(*options); });
+    command.onRun([options] { runConvert(*options); });
 }
 } // namespace
 
-void addTextureCommand(CLI::App& app)
+void addTextureCommand(Command app)
 {
-    CLI::App& texture = *app.add_subcommand("texture", "look into texture files and convert them");
-    texture.require_subcommand(1);
+    Command texture = app.addCommand("texture", "look into texture files and convert them");
+    texture.requireCommand();
     addInfo(texture);
     addConvert(texture);
 }

@@ -135,16 +135,15 @@ void runView(const WindowOptions& options)
 }
 } // namespace
 
-void addViewCommand(CLI::App& app)
+void addViewCommand(Command app)
 {
     const auto options = std::make_shared<WindowOptions>();
-    CLI::App& command = *app.add_subcommand("view", "look at a model in a window");
+    Command command = app.addCommand("view", "look at a model in a window");
     addModelOptions(command, options->model);
     addCameraOptions(command, options->view);
     addPictureOptions(command, options->view);
-    command.add_option("--frames", options->frames, "close after this many frames")->check(CLI::Range(1, 1000000));
-    command.add_option("--out", options->snapshot, "with --frames: draw the last frame into this file")
-        ->type_name("FILE");
-    command.callback([options] { runView(*options); });
+    command.add("--frames", options->frames, "close after this many frames").between(1, 1000000);
+    command.add("--out", options->snapshot, "with --frames: draw the last frame into this file").typeName("FILE");
+    command.onRun([options] { runView(*options); });
 }
 } // namespace mvgeo::host

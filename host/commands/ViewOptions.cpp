@@ -15,24 +15,24 @@ constexpr int kMaxPictureSize = 8192; // with four samples a pixel, a square of 
 
 /** Adds an option whose text `parse` turns into a value, or the sentence's end that says what it should be. */
 template <typename Parse, typename Store>
-void addParsed(CLI::App& command, const char* name, const char* help, const char* form, const char* typeName,
-               Parse parse, Store store)
+void addParsed(Command command, const char* name, const char* help, const char* form, const char* typeName, Parse parse,
+               Store store)
 {
     const auto take = [name, form, parse, store](const std::string& text)
     {
         const auto value = parse(text);
-        if (!value) throw CLI::ValidationError(name, "'" + text + "' is not " + form);
+        if (!value) throw HostError(std::string(name) + ": '" + text + "' is not " + form);
         store(*value);
     };
-    command.add_option_function<std::string>(name, take, help)->type_name(typeName);
+    command.addText(name, take, help).typeName(typeName);
 }
 } // namespace
 
-void addPictureOptions(CLI::App& command, ViewOptions& options)
+void addPictureOptions(Command command, ViewOptions& options)
 {
-    command.add_option("--fov", options.camera.fovDegrees, "vertical opening angle in degrees")
-        ->check(CLI::Range(0.1, 175.0))
-        ->capture_default_str();
+    command.add("--fov", options.camera.fovDegrees, "vertical opening angle in degrees")
+        .between(0.1, 175.0)
+        .showDefault();
     addParsed(
         command, "--size", "pixels of the picture [1280x720]", "WIDTHxHEIGHT", "WxH",
         [](const std::string& text) { return parsePair(text, kMaxPictureSize); },
@@ -41,7 +41,7 @@ void addPictureOptions(CLI::App& command, ViewOptions& options)
               parseColour, [&options](const osg::Vec3f& colour) { options.background = colour; });
 }
 
-void addCameraOptions(CLI::App& command, ViewOptions& options)
+void addCameraOptions(Command command, ViewOptions& options)
 {
     addParsed(command, "--eye", "where the camera stands", "three numbers x,y,z", "X,Y,Z", parsePoint,
               [&options](const osg::Vec3d& eye) { options.eye = eye; });
@@ -49,19 +49,18 @@ void addCameraOptions(CLI::App& command, ViewOptions& options)
               [&options](const osg::Vec3d& target) { options.target = target; });
 }
 
-void addTimeoutOption(CLI::App& command, ViewOptions& options)
+void addTimeoutOption(Command command, ViewOptions& options)
 {
-    command.add_option("--timeout", options.timeoutSeconds, "seconds until a view that has not converged is an error")
-        ->check(CLI::Range(0.0, 1e6))
-        ->capture_default_str();
+    command.add("--timeout", options.timeoutSeconds, "seconds until a view that has not converged is an error")
+        .between(0.0, 1e6)
+        .showDefault();
 }
 
-void addViewOptions(CLI::App& command, ViewOptions& options)
+void addViewOptions(Command command, ViewOptions& options)
 {
     addCameraOptions(command, options);
     addPictureOptions(command, options);
-    command.add_option("--ortho", options.camera.orthoHeight, "orthographic view of this height in metres")
-        ->check(CLI::Range(1e-6, 1e9));
+    command.add("--ortho", options.camera.orthoHeight, "orthographic view of this height in metres").between(1e-6, 1e9);
     addTimeoutOption(command, options);
 }
 
@@ -102,7 +101,7 @@ void convergeOrFail(HostModel& model, const ViewFrame& frame, const ViewOptions&
                           " waiting");
     };
     if (model.converge(frame, deadlineAfter(options.timeoutSeconds), show)) return;
-    throw HostError("The view has not converged within " + Json(options.timeoutSeconds).dump() +
+    throw HostError("The view has not converged within " + jsonText(options.timeoutSeconds) +
                     " seconds: " + std::to_string(model.statistics().requestsWaiting) + " requests still wait.");
 }
 } // namespace mvgeo::host

@@ -2,8 +2,6 @@
 
 #include "commands/ModelOptions.h"
 
-#include <CLI/CLI.hpp>
-
 #include <osg/Vec3f>
 
 #include <optional>
@@ -21,13 +19,13 @@ struct ViewOptions
 };
 
 /** --fov, --size and --background. */
-void addPictureOptions(CLI::App& command, ViewOptions& options);
+void addPictureOptions(Command command, ViewOptions& options);
 /** --eye and --target. */
-void addCameraOptions(CLI::App& command, ViewOptions& options);
+void addCameraOptions(Command command, ViewOptions& options);
 /** --timeout. */
-void addTimeoutOption(CLI::App& command, ViewOptions& options);
+void addTimeoutOption(Command command, ViewOptions& options);
 /** All of these and --ortho: one view that is to be complete. */
-void addViewOptions(CLI::App& command, ViewOptions& options);
+void addViewOptions(Command command, ViewOptions& options);
 
 /** The camera of the command line; what was not given is chosen so that the model fills the picture. */
 ViewCamera makeCamera(const ViewOptions& options, const OpenModel& open);
