@@ -86,7 +86,9 @@ void MeshBuilder::addTerrain()
             posts.push_back(addVertex({x, y, _plan.groundHeight(x, y)}, groundCoordinate(x, y)));
         }
     }
-    const auto at = [&](int column, int row) { return posts[static_cast<std::size_t>(row * (cells + 1) + column)]; };
+    const std::size_t columns = static_cast<std::size_t>(cells) + 1;
+    const auto at = [&](int column, int row)
+    { return posts[static_cast<std::size_t>(row) * columns + static_cast<std::size_t>(column)]; };
     for (int row = 0; row < cells; ++row)
     {
         for (int column = 0; column < cells; ++column)

@@ -30,7 +30,10 @@ void PagedLODEx::traverse(osg::NodeVisitor& visitor)
         setFrameNumberOfLastTraversal(frameStamp->getFrameNumber());
 
     if (visitor.getTraversalMode() == osg::NodeVisitor::TRAVERSE_ALL_CHILDREN)
-        osg::Group::traverse(visitor);
+    {
+        for (const osg::ref_ptr<osg::Node>& child : _children)
+            child->accept(visitor);
+    }
     else if (visitor.getTraversalMode() == osg::NodeVisitor::TRAVERSE_ACTIVE_CHILDREN)
         traverseActiveChildren(visitor);
 }
