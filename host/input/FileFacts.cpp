@@ -2,7 +2,7 @@
 
 #include "common/GdalAccess.h"
 #include "common/HostError.h"
-#include "common/JsonReport.h"
+#include "common/JsonInput.h"
 #include "common/ReadableText.h"
 #include "common/TextParsing.h"
 #include "common/WholeFile.h"
@@ -127,7 +127,7 @@ std::string describeContent(const std::string& start)
     if (!isText(start)) return "a binary file of an unknown kind";
     const std::string_view text = visiblePart(start);
     if (startsWith(text, "<")) return "an XML file";
-    if ((startsWith(text, "{") || startsWith(text, "[")) && Json::accept(text)) return "a JSON file";
+    if ((startsWith(text, "{") || startsWith(text, "[")) && isJson(text)) return "a JSON file";
     return "a text file";
 }
 

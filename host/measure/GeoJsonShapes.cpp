@@ -1,11 +1,14 @@
 #include "measure/GeoJsonShapes.h"
 
 #include "common/HostError.h"
+#include "common/JsonInput.h"
 #include "common/TextParsing.h"
 
 #include <nlohmann/json.hpp>
 
+#include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace mvgeo::host
 {
@@ -15,9 +18,9 @@ using GeoJson = nlohmann::json;
 
 GeoJson parse(const std::string& text, const std::string& file)
 {
-    GeoJson document = GeoJson::parse(text, nullptr, /*allow_exceptions*/ false);
-    if (document.is_discarded()) throw HostError("The file '" + file + "' is not valid JSON.");
-    return document;
+    std::optional<GeoJson> document = parseJson(text);
+    if (!document) throw HostError("The file '" + file + "' is not valid JSON.");
+    return std::move(*document);
 }
 
 std::string typeOf(const GeoJson& object)

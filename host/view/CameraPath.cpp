@@ -1,6 +1,7 @@
 #include "view/CameraPath.h"
 
 #include "common/HostError.h"
+#include "common/JsonInput.h"
 #include "common/TextParsing.h"
 #include "common/WholeFile.h"
 
@@ -67,8 +68,8 @@ std::vector<CameraKey> keysFromJson(const std::string& text, const std::string& 
     std::vector<CameraKey> keys;
     try
     {
-        const nlohmann::json document = nlohmann::json::parse(text);
-        for (const nlohmann::json& key : document.is_array() ? document : document.at("keyframes"))
+        const std::optional<nlohmann::json> document = parseJson(text);
+        for (const nlohmann::json& key : document.value().is_array() ? *document : document->at("keyframes"))
             keys.push_back({pointFromJson(key.at("eye")), pointFromJson(key.at("target"))});
     }
     catch (const std::exception&)
