@@ -286,19 +286,12 @@ TEST_F(SlowLog, KeepsNobodyInOsgsStreamAndTakesTheMessageAsItIsNow)
 
 TEST_F(SlowLog, IsWaitedForByOurOwnLines)
 {
-    std::atomic<bool> isSaid{false};
-    std::future<void> other = std::async(std::launch::async,
-                                         [&]
-                                         {
-                                             handler->notify(osg::WARN, "of ours");
-                                             isSaid = true;
-                                             handler->flush();
-                                         });
-    while (!isSaid)
-        std::this_thread::yield();
-    EXPECT_EQ(other.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    std::future<void> said = std::async(std::launch::async, [this] { handler->notify(osg::WARN, "of ours"); });
+    ASSERT_EQ(said.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    std::future<void> flushed = std::async(std::launch::async, [this] { handler->flush(); });
+    EXPECT_EQ(flushed.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
     EXPECT_EQ(withoutStamp(readUntilBehind("of ours")), "[WARN] of ours\n");
-    other.wait();
+    flushed.wait();
 }
 #endif
 
