@@ -10,6 +10,12 @@ class GeoMeshTileContainer;
  * Calls come in this order: hasTiles, removeTiles, visibleTiles (always once each), then beginTile for each new tile. A
  * tile in visibleTiles may therefore be announced only a moment later, but always before update() returns. Identities
  * are unique within the process and stay the same when a tile leaves and comes back.
+ *
+ * From within these calls, and those to containers and meshes, the host may call every operation of the model but two:
+ * it must not delete it, and update() does nothing there and returns false. The update under way goes on with the
+ * tiles, the identities and the placement that it had before its first call; a file that is added there is announced by
+ * the next one, and after reload(), replaceModel() or clear() the next hasTiles() answers false, as always. Nothing may
+ * be thrown.
  * Thread: the one that called update().
  *
  * Hosts implement it and the library calls it, so it is binary interface: nothing is added, taken out, moved or

@@ -14,7 +14,8 @@
  * not used.
  * @return null for an unknown type
  *
- * The first model of the process opens the log: the host variable "LOGFILEPATH" followed by "GeoCache/3d.log".
+ * The first model of the process opens the log: the host variable "LOGFILEPATH" followed by "GeoCache/3d.log". OSG's
+ * notify handler of before is put back when the library is unloaded.
  * Thread: the host's main thread.
  */
 MVGEO_API MvGeoMesh* createTiledModel(std::function<bool()> callback, ModelType type);

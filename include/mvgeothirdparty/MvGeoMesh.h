@@ -10,7 +10,8 @@
 class GeoMeshUpdateReceiver;
 
 /** A streamed mesh model as the host drives it. createTiledModel() makes one; `delete` ends it, at any time, also while
- * tiles are being loaded.
+ * tiles are being loaded, but not from within a call of a receiver. What else may be called there says
+ * GeoMeshUpdateReceiver.
  *
  * Order of use: addModel() for each model file, setTransform() if the model is placed, then update() once a displayed
  * frame. Every operation runs on one host thread per model. Failure is told by the result; nothing throws.
@@ -79,8 +80,8 @@ public:
      * @param width,height viewport in pixels
      * @param extract      not kExtractGeometry: textures and texture coordinates are handed over too
      * @param reserved     not used
-     * @return false, and nothing happened, if an argument is missing, a matrix has no inverse, or the viewport is empty
-     */
+     * @return false, and nothing happened, if an argument is missing, a matrix has no inverse, the viewport is empty,
+     * or an update of this model is under way */
     virtual bool update(unsigned int frameNumber, const KdGeMatrix3d* model, const KdGeMatrix3d* view,
                         const KdGeMatrix3d* projection, int width, int height, unsigned char extract, void* reserved,
                         GeoMeshUpdateReceiver* receiver) = 0;

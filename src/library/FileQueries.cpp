@@ -15,12 +15,10 @@
 namespace
 {
 
-/** Whether `query` succeeds. False if it throws, as readers of damaged files do; without a word in either case. */
+/** Whether `query` succeeds; false if it throws. */
 template <typename Query>
-bool quietly(Query query)
+bool guarded(Query query)
 {
-    const mvgeo::QuietOsg quietOsg;
-    const mvgeo::QuietGdal quietGdal;
     try
     {
         return query();
@@ -29,6 +27,15 @@ bool quietly(Query query)
     {
         return false;
     }
+}
+
+/** The same of a query that reads, without a word of the readers, who throw at damaged files. */
+template <typename Query>
+bool quietly(Query query)
+{
+    const mvgeo::QuietOsg quietOsg;
+    const mvgeo::QuietGdal quietGdal;
+    return guarded(query);
 }
 
 void appendRootTiles(const std::string& folder, std::vector<KdString>& rootTiles)
@@ -44,8 +51,11 @@ void appendRootTiles(const std::string& folder, std::vector<KdString>& rootTiles
 
 KdString pathBetween(const KdString& baseFile, const KdString& targetPath)
 {
-    const KdString folder = mvgeo::hostPath(osgDB::getFilePath(mvgeo::osgPath(baseFile)));
-    const std::string relative = osgDB::getPathRelative(mvgeo::osgPath(folder), mvgeo::osgPath(targetPath));
+    const std::string folder = mvgeo::osgPath(mvgeo::hostPath(osgDB::getFilePath(mvgeo::osgPath(baseFile))));
+    const std::string target = mvgeo::osgPath(targetPath);
+    // OSG says so in the log, at a level that a host may have asked for.
+    const bool isApart = osgDB::getPathRoot(folder) != osgDB::getPathRoot(target);
+    const std::string relative = isApart ? osgDB::getSimpleFileName(target) : osgDB::getPathRelative(folder, target);
     const KdString native = mvgeo::hostPath(osgDB::convertFileNameToNativeStyle(relative));
     return native.isEmpty() ? native : KdString(".\\") + native;
 }
@@ -75,7 +85,7 @@ bool canBeRead(const std::string& path)
 
 bool GetRootTiles_Imp(const KdString& dataFolder, std::vector<KdString>& rootTiles)
 {
-    return quietly(
+    return guarded(
         [&]
         {
             appendRootTiles(mvgeo::osgPath(dataFolder), rootTiles);
@@ -85,7 +95,7 @@ bool GetRootTiles_Imp(const KdString& dataFolder, std::vector<KdString>& rootTil
 
 void getFileName_Imp(const KdString& path, KdString& fileName)
 {
-    const bool isDone = quietly(
+    const bool isDone = guarded(
         [&]
         {
             fileName = mvgeo::hostPath(osgDB::getSimpleFileName(mvgeo::osgPath(path)));
@@ -96,7 +106,7 @@ void getFileName_Imp(const KdString& path, KdString& fileName)
 
 void getRelativePath_Imp(const KdString& baseFile, const KdString& targetPath, KdString& relativePath)
 {
-    const bool isDone = quietly(
+    const bool isDone = guarded(
         [&]
         {
             relativePath = pathBetween(baseFile, targetPath);

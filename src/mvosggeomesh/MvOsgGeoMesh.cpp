@@ -3,6 +3,7 @@
 #include "support/HostConversions.h"
 #include "support/LogLine.h"
 #include "support/OsgPaths.h"
+#include "support/QuietOsg.h"
 #include "support/UserValues.h"
 #include "updatescenegraph/ContentNodeVisitor.h"
 #include "updatescenegraph/NotifyHandler.h"
@@ -47,7 +48,7 @@ void installNotifyHandler()
 {
     osg::setNotifyLevel(osg::NOTICE);
     if (!dynamic_cast<NotifyHandler*>(osg::getNotifyHandler()))
-        osg::setNotifyHandler(new NotifyHandler(logPath().ansiPtr()));
+        mvgeo::installHandler(*osg::ref_ptr<NotifyHandler>(new NotifyHandler(logPath().ansiPtr())));
 }
 
 bool contains(const std::vector<KdString>& paths, const KdString& path)
@@ -82,6 +83,7 @@ MvOsgGeoMesh::MvOsgGeoMesh(std::function<bool()> callback)
     _sceneVisitor->setDatabaseRequestHandler(_pager);
     _frameStamp = new osg::FrameStamp;
     _readFileCallback = new ReadFileCallback;
+    _readFileCallback->setEmptyReadCallback([pager = _pager.get()] { pager->noteEmptyRead(); });
     _readOptions = new osgDB::Options;
     _readOptions->setReadFileCallback(_readFileCallback);
     _root->setUserValue(mvgeo::keys::topNode, true);
@@ -225,8 +227,8 @@ void MvOsgGeoMesh::removeAllModels()
     _readFileCallback->forgetAllFailures(); // whoever loads again wants the files as they are now
     _pager->heldTiles.clear();
     _pager->loadedContentNodes.clear();
-    _lastVisible.clear();
-    _visibleIds.clear();
+    _frameTiles.visible.clear();
+    _frameTiles.visibleIds.clear();
 }
 
 KdDbExtents MvOsgGeoMesh::extents() const

@@ -103,11 +103,25 @@ private:
     void setUpSceneVisitor(const mvgeo::Placement& placement, int width, int height);
     void advanceFrame(unsigned int frameNumber);
     void pageScene(const osg::Matrixd& modelToHost);
-    void reportTiles(GeoMeshUpdateReceiver& receiver);
-    void setRemovedValid(bool valid);
-    [[nodiscard]] std::vector<mvgeo::TextureWorkItem> extractLoadedTiles(bool withTextures,
-                                                                         GeoMeshUpdateReceiver& receiver);
-    void releaseTextures();
+
+    using Nodes = std::vector<osg::ref_ptr<osg::Node>>;
+    /** What one update tells the host. A receiver's call may change the model, so all of it is taken before the first.
+     * The vectors are used again, so that a converged frame allocates nothing for a tile. */
+    struct FrameTiles
+    {
+        Nodes fileRoots;
+        Nodes loaded;
+        Nodes removed;
+        std::vector<std::string> removedIds;
+        Nodes visible;
+        std::vector<std::string> visibleIds; // theirs
+    };
+    [[nodiscard]] FrameTiles takeFrameTiles();
+    void keepForNextFrame(FrameTiles tiles);
+    void tellReceiver(FrameTiles& tiles, const mvgeo::ExtractionContext& context,
+                      GeoMeshUpdateReceiver& receiver) const;
+    [[nodiscard]] std::vector<mvgeo::TextureWorkItem>
+    extractTiles(const Nodes& loaded, const mvgeo::ExtractionContext& context, GeoMeshUpdateReceiver& receiver) const;
 
     /** Cuts the finest tiles upright along a line; each piece runs along its segment. Model's frame. */
     [[nodiscard]] std::vector<std::vector<KdGePoint3d>> cutAlong(const std::vector<osg::Vec3d>& points);
@@ -134,9 +148,6 @@ private:
     std::optional<std::uint32_t> _lastFrameNumber; // the host's
     std::uint32_t _instanceNumber;
     bool _hasSkirts = false;
-
-    // Kept from frame to frame so that a converged frame allocates nothing for a tile.
-    std::vector<std::string> _removedIds;
-    std::vector<std::string> _visibleIds;
-    std::vector<osg::ref_ptr<osg::Node>> _lastVisible; // whose identities _visibleIds are
+    bool _isUpdating = false;
+    FrameTiles _frameTiles; // of the last update; empty during one
 };

@@ -11,6 +11,7 @@
 #include <osg/Transform>
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -45,14 +46,41 @@ const std::string* validId(const osg::Node& node)
 /** What stands between the model's root and a content node: transforms of the file above its paged nodes. */
 osg::Matrixd matrixAbove(const osg::Node& node, const osg::Node& root)
 {
-    for (const osg::NodePath& path : node.getParentalNodePaths())
+    const osg::NodePathList paths = node.getParentalNodePaths();
+    const auto fromRoot =
+        std::find_if(paths.begin(), paths.end(), [&root](const osg::NodePath& path) { return path.front() == &root; });
+    if (fromRoot != paths.end()) return osg::computeLocalToWorld({fromRoot->begin() + 1, fromRoot->end() - 1});
+    if (paths.empty()) return {};
+    // A receiver's call has cleared the model: the path begins at the file.
+    return osg::computeLocalToWorld({paths.front().begin(), paths.front().end() - 1});
+}
+
+/** Appends the content below `node`. */
+void appendContent(osg::Node& node, std::vector<osg::ref_ptr<osg::Node>>& nodes)
+{
+    ContentNodeVisitor content;
+    node.accept(content);
+    nodes.insert(nodes.end(), content.contentNodes.begin(), content.contentNodes.end());
+}
+
+void setValid(const std::vector<osg::ref_ptr<osg::Node>>& nodes, bool valid)
+{
+    for (const osg::ref_ptr<osg::Node>& node : nodes)
+        if (mvgeo::userValue<std::string>(*node, mvgeo::keys::globalId)) node->setUserValue(mvgeo::keys::valid, valid);
+}
+
+/** Once the host has a tile, its textures hold no pixels. */
+void releaseTextures(const std::vector<osg::ref_ptr<osg::Node>>& loaded)
+{
+    VisitorGeometry collector;
+    for (const osg::ref_ptr<osg::Node>& node : loaded)
     {
-        const auto top = std::find(path.begin(), path.end(), &root);
-        if (top == path.end()) continue;
-        const osg::NodePath between(top + 1, path.end() - 1);
-        return osg::computeLocalToWorld(between);
+        if (!validId(*node)) continue;
+        collector.reset();
+        node->accept(collector);
+        for (const osg::ref_ptr<osg::Geometry>& geometry : collector.geometries())
+            if (osg::Texture2D* texture = mvgeo::textureOf(*geometry)) texture->setImage(nullptr);
     }
-    return {};
 }
 
 /** True for a matrix that a view can be made of. */
@@ -61,36 +89,40 @@ bool isUsable(const KdGeMatrix3d* matrix)
     return matrix && !matrix->isSingular();
 }
 
+/** Sets a flag for as long as it lives. */
+class FlagScope
+{
+public:
+    explicit FlagScope(bool& flag) : _flag(flag) { _flag = true; }
+    ~FlagScope() { _flag = false; }
+    FlagScope(const FlagScope&) = delete;
+    FlagScope& operator=(const FlagScope&) = delete;
+
+private:
+    bool& _flag;
+};
+
 } // namespace
 
 bool MvOsgGeoMesh::update(unsigned int frameNumber, const KdGeMatrix3d* model, const KdGeMatrix3d* view,
                           const KdGeMatrix3d* projection, int width, int height, unsigned char extract, void*,
                           GeoMeshUpdateReceiver* receiver)
 {
-    if (!receiver || !isReadyToPage()) return false;
+    if (!receiver || !isReadyToPage() || _isUpdating) return false;
     const auto placement = mvgeo::Placement::make(model);
     if (!placement || !isUsable(view) || !isUsable(projection) || width <= 0 || height <= 0) return false;
 
+    const FlagScope updating(_isUpdating);
     storeView(mvgeo::toOsg(*view), mvgeo::toOsg(*projection), width, height);
     setUpSceneVisitor(*placement, width, height);
     advanceFrame(frameNumber);
     pageScene(placement->modelToHost());
 
-    if (!receiver->hasTiles())
-    {
-        ContentNodeVisitor everything;
-        _root->accept(everything);
-        _pager->loadedContentNodes.swap(everything.contentNodes);
-        _pager->removedContentNodes.clear();
-    }
-    reportTiles(*receiver);
-    mvgeo::readTextures(extractLoadedTiles(extract != 0, *receiver));
-    releaseTextures();
-    setRemovedValid(true);
-
-    _pager->loadedContentNodes.clear();
-    _pager->removedContentNodes.clear();
-    _sceneVisitor->visibleContentNodes.clear();
+    // From here on the host may call the model back.
+    const mvgeo::ExtractionContext context{_instanceNumber, _hostTransform, extract != 0};
+    FrameTiles tiles = takeFrameTiles();
+    tellReceiver(tiles, context, *receiver);
+    keepForNextFrame(std::move(tiles));
     return true;
 }
 
@@ -147,31 +179,64 @@ void MvOsgGeoMesh::pageScene(const osg::Matrixd& modelToHost)
     _pager->signalEndFrame();
 }
 
-void MvOsgGeoMesh::reportTiles(GeoMeshUpdateReceiver& receiver)
+MvOsgGeoMesh::FrameTiles MvOsgGeoMesh::takeFrameTiles()
 {
-    setRemovedValid(false);
-    listIds(_pager->removedContentNodes, _removedIds);
-    receiver.removeTiles(_removedIds);
+    FrameTiles tiles;
+    std::swap(tiles, _frameTiles);
+    for (unsigned int i = 0; i < _root->getNumChildren(); ++i)
+        tiles.fileRoots.emplace_back(_root->getChild(i));
+    tiles.loaded.swap(_pager->loadedContentNodes);
+    tiles.removed.swap(_pager->removedContentNodes);
+    listIds(tiles.removed, tiles.removedIds);
 
     // Most frames show the tiles of the frame before, whose identities are listed already.
-    std::vector<osg::ref_ptr<osg::Node>>& visible = _sceneVisitor->visibleContentNodes;
-    if (visible != _lastVisible) listIds(visible, _visibleIds);
-    _lastVisible.swap(visible);
-    receiver.visibleTiles(_visibleIds);
+    Nodes& visible = _sceneVisitor->visibleContentNodes;
+    if (visible != tiles.visible) listIds(visible, tiles.visibleIds);
+    tiles.visible.swap(visible);
+    visible.clear();
+    return tiles;
 }
 
-void MvOsgGeoMesh::setRemovedValid(bool valid)
+void MvOsgGeoMesh::keepForNextFrame(FrameTiles tiles)
 {
-    for (const osg::ref_ptr<osg::Node>& node : _pager->removedContentNodes)
-        if (mvgeo::userValue<std::string>(*node, mvgeo::keys::globalId)) node->setUserValue(mvgeo::keys::valid, valid);
+    // File roots that lost their parent: a receiver's call has cleared or reloaded the model.
+    if (!tiles.fileRoots.empty() && tiles.fileRoots.front()->getNumParents() == 0)
+    {
+        tiles.visible.clear();
+        tiles.visibleIds.clear();
+    }
+    tiles.fileRoots.clear();
+    tiles.loaded.clear();
+    tiles.removed.clear();
+    _frameTiles = std::move(tiles);
 }
 
-std::vector<mvgeo::TextureWorkItem> MvOsgGeoMesh::extractLoadedTiles(bool withTextures, GeoMeshUpdateReceiver& receiver)
+void MvOsgGeoMesh::tellReceiver(FrameTiles& tiles, const mvgeo::ExtractionContext& context,
+                                GeoMeshUpdateReceiver& receiver) const
 {
-    const mvgeo::ExtractionContext context{_instanceNumber, _hostTransform, withTextures};
+    if (!receiver.hasTiles())
+    {
+        tiles.loaded.clear();
+        for (const osg::ref_ptr<osg::Node>& fileRoot : tiles.fileRoots)
+            appendContent(*fileRoot, tiles.loaded);
+        tiles.removed.clear();
+        tiles.removedIds.clear();
+    }
+    setValid(tiles.removed, false);
+    receiver.removeTiles(tiles.removedIds);
+    receiver.visibleTiles(tiles.visibleIds);
+    mvgeo::readTextures(extractTiles(tiles.loaded, context, receiver));
+    releaseTextures(tiles.loaded);
+    setValid(tiles.removed, true);
+}
+
+std::vector<mvgeo::TextureWorkItem> MvOsgGeoMesh::extractTiles(const Nodes& loaded,
+                                                               const mvgeo::ExtractionContext& context,
+                                                               GeoMeshUpdateReceiver& receiver) const
+{
     std::vector<mvgeo::TextureWorkItem> items;
     VisitorGeometry collector;
-    for (const osg::ref_ptr<osg::Node>& node : _pager->loadedContentNodes)
+    for (const osg::ref_ptr<osg::Node>& node : loaded)
     {
         const std::string* id = validId(*node);
         if (!id) continue;
@@ -190,17 +255,4 @@ std::vector<mvgeo::TextureWorkItem> MvOsgGeoMesh::extractLoadedTiles(bool withTe
         }
     }
     return items;
-}
-
-void MvOsgGeoMesh::releaseTextures()
-{
-    VisitorGeometry collector;
-    for (const osg::ref_ptr<osg::Node>& node : _pager->loadedContentNodes)
-    {
-        if (!validId(*node)) continue;
-        collector.reset();
-        node->accept(collector);
-        for (const osg::ref_ptr<osg::Geometry>& geometry : collector.geometries())
-            if (osg::Texture2D* texture = mvgeo::textureOf(*geometry)) texture->setImage(nullptr);
-    }
 }

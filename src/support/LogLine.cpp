@@ -1,6 +1,8 @@
 #include "support/LogLine.h"
 
-#include <mutex>
+#include "support/QuietOsg.h"
+
+#include <osg/ref_ptr>
 
 namespace mvgeo
 {
@@ -12,10 +14,12 @@ LogLine::LogLine(osg::NotifySeverity severity, const char* modulePath, int line)
 
 LogLine::~LogLine()
 {
-    // OSG has one notify stream for all threads and does not guard it: our own lines at least never meet there.
-    static std::mutex streamLock;
-    const std::lock_guard<std::mutex> lock(streamLock);
-    osg::notify(_severity) << _text.str() << std::endl;
+    // Not through OSG's stream: it has one buffer for all threads and does not guard it.
+    const osg::ref_ptr<osg::NotifyHandler> handler = osg::getNotifyHandler();
+    if (!handler) return;
+    _text << '\n'; // as OSG's own lines end
+    handler->notify(_severity, _text.str().c_str());
+    if (auto* ours = dynamic_cast<QuietableHandler*>(handler.get())) ours->flush();
 }
 
 } // namespace mvgeo

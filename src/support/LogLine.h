@@ -7,8 +7,8 @@
 namespace mvgeo
 {
 
-/** One line of the log: the module's source path, a blank, the line number and at once the text. The whole line reaches
- * OSG's notify stream in one piece when the object ends. Thread: any. */
+/** One line of the log: the module's source path, a blank, the line number and at once the text. The whole line is
+ * handed to OSG's notify handler in one piece when the object ends, and then is in the log file. Thread: any. */
 class LogLine
 {
 public:

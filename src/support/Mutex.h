@@ -24,6 +24,7 @@ class MVGEO_LOCKING(capability("mutex")) CheckedMutex
 public:
     void lock() MVGEO_LOCKING(acquire_capability()) { _native.lock(); }
     void unlock() MVGEO_LOCKING(release_capability()) { _native.unlock(); }
+    [[nodiscard]] bool try_lock() MVGEO_LOCKING(try_acquire_capability(true)) { return _native.try_lock(); }
     void lock_shared() MVGEO_LOCKING(acquire_shared_capability()) { _native.lock_shared(); }
     void unlock_shared() MVGEO_LOCKING(release_shared_capability()) { _native.unlock_shared(); }
 

@@ -98,6 +98,20 @@ bool DatabasePagerBridge::mustCallHost(std::size_t waiting) const
     return now - creationTickMs > kStartUpMs || getFileRequestListSize() == 0;
 }
 
+void DatabasePagerBridge::noteEmptyRead()
+{
+    if (!isDatabaseThread() || getFileRequestListSize() > 0) return;
+    const OpenThreads::ScopedLock<OpenThreads::Mutex> lock(_dataToMergeList->_requestMutex); // as when a tile is added
+    _dataToMergeList->updateBlock();
+}
+
+bool DatabasePagerBridge::isDatabaseThread() const
+{
+    const OpenThreads::Thread* current = OpenThreads::Thread::CurrentThread();
+    return std::any_of(_databaseThreads.begin(), _databaseThreads.end(),
+                       [current](const osg::ref_ptr<DatabaseThread>& thread) { return thread.get() == current; });
+}
+
 bool DatabasePagerBridge::isIdle() const
 {
     // In the order in which a request moves on: the thread is marked active before it takes a request, and a tile is in

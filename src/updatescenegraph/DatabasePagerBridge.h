@@ -32,6 +32,10 @@ public:
      * content nodes to removedContentNodes. */
     void pruneExpiredTiles(const osg::FrameStamp& frameStamp);
 
+    /** To be called by whoever read and got no tile. On the database thread, when no request is left, the host hears of
+     * the tiles that wait: no further tile will tell it of them. Elsewhere nothing happens. */
+    void noteEmptyRead();
+
     /** Ends the database thread, waiting for the read under way and for threadEndCallback. Nothing is loaded any more
      * afterwards. May be called twice. */
     void stop();
@@ -83,6 +87,7 @@ private:
         ~EndingThread() override = default;
     };
 
+    [[nodiscard]] bool isDatabaseThread() const;
     [[nodiscard]] bool mustCallHost(std::size_t waiting) const;
     [[nodiscard]] bool hasChildrenToDelete() const;
     void mergeRequest(DatabaseRequest& request, const osg::FrameStamp& frameStamp);

@@ -1,5 +1,6 @@
 #include "updatescenegraph/ReadFileCallback.h"
 
+#include "support/LogLine.h"
 #include "support/TileCheck.h"
 #include "support/TileReader.h"
 #include "support/UserValues.h"
@@ -36,7 +37,7 @@ ReadFileCallback::~ReadFileCallback() = default;
 
 ReadResult ReadFileCallback::readNode(const std::string& fileName, const osgDB::Options* options)
 {
-    if (_failedReads.isPaused(fileName)) return ReadResult(ReadResult::FILE_LOADED);
+    if (_failedReads.isPaused(fileName)) return emptyResult();
 
     if (options)
         if (const bool* normals = mvgeo::userValue<bool>(*options, mvgeo::keys::normal)) _generateNormals = *normals;
@@ -44,12 +45,25 @@ ReadResult ReadFileCallback::readNode(const std::string& fileName, const osgDB::
     ReadResult result = readAndPrepare(fileName, options);
     if (!result.validNode())
     {
-        const bool isFirst = _failedReads.recordFailure(fileName);
-        return isFirst ? result : ReadResult(ReadResult::FILE_LOADED);
+        recordFailure(fileName, result);
+        return emptyResult();
     }
     _failedReads.recordSuccess(fileName);
     ++_loadedCount;
     return result;
+}
+
+void ReadFileCallback::recordFailure(const std::string& fileName, const ReadResult& result)
+{
+    const bool isFirst = _failedReads.recordFailure(fileName);
+    // A reader that says it succeeded and gives no tile has said what there is to say.
+    if (isFirst && !result.success()) MVGEO_LOG(WARN) << "cannot read " << fileName << ": " << result.statusMessage();
+}
+
+ReadResult ReadFileCallback::emptyResult() const
+{
+    if (_emptyReadCallback) _emptyReadCallback();
+    return ReadResult(ReadResult::FILE_LOADED);
 }
 
 // A damaged tile can make OSG throw, for instance when a length in it is absurd.

@@ -1,8 +1,9 @@
 # Compares the names that LIBRARY defines for others with the functions that HEADERS declare as MVGEO_API. Overloads count:
 # a name must be there as often as it is declared. A header that declares functions in a namespace declares all of them
-# there.
+# there. Compares the names with their arguments, too, with those in SIGNATURES, a line each: hosts that are compiled
+# already import these, so the list changes only by growing.
 #
-# cmake -DNM=... -DLIBRARY=... -DHEADERS=... -P CompareExports.cmake
+# cmake -DNM=... -DLIBRARY=... -DHEADERS=... -DSIGNATURES=... -P CompareExports.cmake
 
 # The names, sorted, of all functions declared in the folder's headers.
 function(read_declared folder result)
@@ -25,22 +26,46 @@ function(read_declared folder result)
     set(${result} "${names}" PARENT_SCOPE)
 endfunction()
 
-# The names, sorted and without their argument lists, of everything in the library's dynamic symbol table.
-function(read_exported library result)
+# A signature without blanks, and without what the standard library adds by itself.
+function(normalise signature result)
+    string(REGEX REPLACE ",[ ]*std::allocator<[^<>]*>[ ]*" "" signature "${signature}")
+    string(REGEX REPLACE "std::(__1|__cxx11)::" "std::" signature "${signature}")
+    string(REPLACE " " "" signature "${signature}")
+    set(${result} "${signature}" PARENT_SCOPE)
+endfunction()
+
+# Everything in the library's dynamic symbol table, sorted: as normalised signatures, and the names alone.
+function(read_exported library signatures_result names_result)
     execute_process(COMMAND "${NM}" -D -C --defined-only "${library}"
         OUTPUT_VARIABLE table ERROR_VARIABLE errors RESULT_VARIABLE status)
     if(NOT status EQUAL 0)
         message(FATAL_ERROR "cannot list the symbols of ${library}: ${errors}")
     endif()
     string(REGEX MATCHALL "[^\n]+" lines "${table}")
+    set(signatures "")
     set(names "")
     foreach(line IN LISTS lines)
-        string(REGEX REPLACE "^[0-9a-f]* *[A-Za-z] " "" name "${line}")
-        string(REGEX REPLACE "\\(.*" "" name "${name}")
+        string(REGEX REPLACE "^[0-9a-f]* *[A-Za-z] " "" signature "${line}")
+        string(REGEX REPLACE "\\(.*" "" name "${signature}")
+        normalise("${signature}" signature)
+        list(APPEND signatures "${signature}")
         list(APPEND names "${name}")
     endforeach()
+    list(SORT signatures)
     list(SORT names)
-    set(${result} "${names}" PARENT_SCOPE)
+    set(${signatures_result} "${signatures}" PARENT_SCOPE)
+    set(${names_result} "${names}" PARENT_SCOPE)
+endfunction()
+
+# The normalised lines of the file of signatures.
+function(read_signatures file result)
+    file(STRINGS "${file}" lines)
+    set(signatures "")
+    foreach(line IN LISTS lines)
+        normalise("${line}" signature)
+        list(APPEND signatures "${signature}")
+    endforeach()
+    set(${result} "${signatures}" PARENT_SCOPE)
 endfunction()
 
 # Prints each name of `names` that `others` lacks, or has less often; sets `differs` if there is one.
@@ -67,7 +92,8 @@ if(NOT LIBRARY MATCHES "\\.so[.0-9]*$")
 endif()
 
 read_declared("${HEADERS}" declared)
-read_exported("${LIBRARY}" exported)
+read_exported("${LIBRARY}" signatures exported)
+read_signatures("${SIGNATURES}" expected)
 list(LENGTH declared count)
 if(count EQUAL 0)
     message(FATAL_ERROR "no function is declared in ${HEADERS}")
@@ -76,6 +102,8 @@ endif()
 set(differs FALSE)
 report_surplus("${declared}" "${exported}" "declared but not exported")
 report_surplus("${exported}" "${declared}" "exported but not declared")
+report_surplus("${expected}" "${signatures}" "no longer exported with these arguments")
+report_surplus("${signatures}" "${expected}" "exported with other arguments than before, or new")
 if(differs)
     message(FATAL_ERROR "the library's exports are not the functions of the headers")
 endif()

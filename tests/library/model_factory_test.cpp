@@ -119,6 +119,22 @@ TEST(ModelFactory, NumbersModelsAndTheirPagersInARow)
     }
 }
 
+// Alone in its process, as CTest runs it.
+TEST(FirstModels, AreNumbersZeroOneAndTwo)
+{
+    if (testing::UnitTest::GetInstance()->test_to_run_count() > 1)
+        GTEST_SKIP() << "another test of this process may have made models";
+    const LogRecorder log;
+    std::vector<Model> models;
+    for (int i = 0; i < 3; ++i)
+    {
+        models.emplace_back(createTiledModel(noRefresh, kTiledModel));
+        auto& model = dynamic_cast<MvOsgGeoMesh&>(*models.back());
+        EXPECT_EQ(model.instanceNumber(), static_cast<std::uint32_t>(i));
+        EXPECT_EQ(model.pager().modelId, i);
+    }
+}
+
 TEST(ModelFactory, BuildsAnEmptyModelWithItsMachinery)
 {
     const LogRecorder log;

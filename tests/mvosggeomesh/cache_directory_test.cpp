@@ -117,6 +117,7 @@ TEST_F(CacheDirectory, ThatCannotBeMadeDoesNotStopTheModel)
     driver.view = perspectiveView({50, 50, 100}, {50, 50, 0});
     ASSERT_TRUE(driver.converge());
     EXPECT_EQ(driver.statistics().tilesHeld, 6U);
+    ASSERT_EQ(driver.receiver.meshes().size(), 21U); // the root, its four quadrants, their sixteen
     for (const RecordingMesh* mesh : driver.receiver.meshes())
     {
         // The images of tiles that were merged come from the tiles themselves; only the root was announced by a

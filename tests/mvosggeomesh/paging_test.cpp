@@ -1,6 +1,9 @@
 #include "mvosggeomesh/TiledModelFixture.h"
 
+#include <atomic>
+#include <chrono>
 #include <filesystem>
+#include <future>
 
 namespace fs = std::filesystem;
 
@@ -263,6 +266,7 @@ TEST_F(Paging, BringsNothingAfterClearWhileTilesAreOnTheirWay)
 TEST_F(Paging, EndsWellWhenTheModelIsDeletedWhileTilesAreLoaded)
 {
     const TilePyramid data = pyramid({4});
+    int endedAtWork = 0;
     for (int round = 0; round < 50; ++round)
     {
         ModelDriver one;
@@ -270,9 +274,47 @@ TEST_F(Paging, EndsWellWhenTheModelIsDeletedWhileTilesAreLoaded)
         one.view = fromAbove(30.0);
         for (int frame = 0; frame < round % 5; ++frame)
             one.update();
+        const osg::observer_ptr<osg::Node> tile = one.model().root().getChild(0);
+        const osg::observer_ptr<DatabasePagerBridge> pager = &one.model().pager();
+        if (one.statistics().idle == 0) ++endedAtWork;
         one.destroyModel();
+        EXPECT_FALSE(tile.valid()) << round;
+        EXPECT_FALSE(pager.valid()) << round << ": so its thread has ended too";
     }
-    SUCCEED() << "no crash, no hang, and the sanitizers are silent";
+    EXPECT_GT(endedAtWork, 10) << "else nothing was tried";
+    EXPECT_TRUE(log.lines().empty());
+}
+
+// Of two requests one fails, whichever of them is read last.
+TEST_F(Paging, CallsTheHostWhenTheLastReadOfTheFirstSecondFails)
+{
+    for (const int missing : {0, 1})
+    {
+        SCOPED_TRACE(missing);
+        const TilePyramid data = pyramid({1, 2}, "data" + std::to_string(missing));
+        const std::string index = data.writeIndexFile();
+        fs::remove(data.rootFile(missing));
+
+        std::promise<void> called;
+        std::atomic<int> calls{0};
+        MvOsgGeoMesh one(
+            [&]
+            {
+                if (++calls == 1) called.set_value();
+                return true;
+            });
+        one.pager().creationTickMs += 1e6; // the first second does not end before the test does
+        ASSERT_EQ(one.addModel(KdString(index.c_str())), 0);
+        const HostView view = perspectiveView({100, 50, 150}, {100, 50, 0});
+        RecordingReceiver host;
+        const auto update = [&](unsigned int frame)
+        { one.update(frame, &view.model, &view.view, &view.projection, 800, 600, 1, nullptr, &host); };
+        update(1);
+        ASSERT_EQ(called.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+        update(2);
+        EXPECT_EQ(host.announced.size(), 1U);
+        EXPECT_EQ(calls.load(), 1);
+    }
 }
 
 TEST_F(Paging, KeepsTheTilesOfOneModelApartFromThoseOfAnother)
@@ -362,4 +404,65 @@ TEST_F(Expiry, TakesNothingThatTheViewShows)
         ASSERT_TRUE(driver.converge());
     EXPECT_EQ(driver.receiver.removed.size(), removed);
     EXPECT_EQ(driver.statistics().tilesMerged, merged);
+}
+
+// Whoever has lost its tiles has none that could be taken from it; what expires then is just not told again.
+TEST_F(Expiry, TakesNothingFromAHostThatLostItsTilesInTheVeryUpdate)
+{
+    driver.add(pyramid.rootFile(0));
+    driver.add(pyramid.rootFile(1));
+    showOver(50);
+    driver.receiver.removed.clear();
+    driver.view = perspectiveView({150, 50, 60}, {150, 50, 0});
+    const std::uint64_t before = driver.statistics().tilesExpired;
+    for (int frame = 0; frame < 100 && driver.statistics().tilesExpired == before; ++frame)
+    {
+        ASSERT_TRUE(driver.waitUntilLoaded());
+        driver.receiver.forget();
+        ASSERT_TRUE(driver.update());
+    }
+    ASSERT_GT(driver.statistics().tilesExpired, before);
+    EXPECT_THAT(driver.receiver.removed, testing::IsEmpty());
+
+    const std::set<std::string> held = driver.receiver.heldIds();
+    driver.receiver.forget();
+    ASSERT_TRUE(driver.update());
+    EXPECT_EQ(driver.receiver.heldIds(), held) << "that update has told all there was, and nothing that had gone";
+    EXPECT_THAT(driver.receiver.errors, testing::IsEmpty());
+}
+
+TEST_F(Expiry, OfTwoRootTilesTakesTheChildrenOfTheOneThatTheViewLeft)
+{
+    const auto heldOf = [this](const std::string& name)
+    {
+        std::set<std::string> ids;
+        for (const std::string& identity : driver.receiver.heldIds())
+            if (identity.find('_' + name) != std::string::npos) ids.insert(identity);
+        return ids;
+    };
+    const TilePyramid apart(folder / "apart", {3, 3}); // the first and the third, so that no view touches both
+    driver.add(apart.rootFile(0));
+    driver.add(apart.rootFile(2));
+    const std::string number = std::to_string(driver.model().instanceNumber()) + '_';
+    const std::vector<std::string> names = {"Tile_0", "Tile_2"};
+    const std::vector<std::string> roots = {number + "Tile_0.osgb_0", number + "Tile_2.osgb_0"};
+
+    for (int round = 0; round < 4; ++round)
+    {
+        SCOPED_TRACE(round);
+        const std::size_t here = static_cast<std::size_t>(round) % 2;
+        const std::size_t there = 1 - here;
+        const std::set<std::string> left = heldOf(names[there]);
+        driver.receiver.removed.clear();
+        showOver(here == 0 ? 50 : 250);
+        // Of the tile in view the children are there, of the other one only itself.
+        EXPECT_GT(heldOf(names[here]).size(), 4U);
+        EXPECT_EQ(heldOf(names[there]), std::set<std::string>{roots[there]});
+        if (round == 0) continue;
+        std::set<std::string> expected = left;
+        expected.erase(roots[there]);
+        EXPECT_EQ(std::set<std::string>(driver.receiver.removed.begin(), driver.receiver.removed.end()), expected);
+        EXPECT_EQ(driver.receiver.removed.size(), expected.size());
+    }
+    EXPECT_THAT(driver.receiver.errors, testing::IsEmpty());
 }

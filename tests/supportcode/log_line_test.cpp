@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -101,28 +103,87 @@ TEST_F(LogLine, StandsAloneInABranch)
     EXPECT_NE(recorder->lines[0].second.find("second"), std::string::npos);
 }
 
-TEST_F(LogLine, LinesOfManyThreadsArriveWhole)
+// OSG's own lines go through its stream, which has one buffer; here one thread writes them, as OSG demands.
+TEST_F(LogLine, LinesOfManyThreadsArriveWholeBesideOsgsOwn)
 {
-    constexpr int kThreads = 4;
-    constexpr int kLines = 200;
+    constexpr int kThreads = 5; // the last is OSG's
+    constexpr int kLines = 2000;
+    const auto textOf = [](int thread) { return std::string(40, static_cast<char>('a' + thread)); };
+    std::atomic<int> ready{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i)
         threads.emplace_back(
-            [i]
+            [&, i]
             {
+                ++ready;
+                while (ready < kThreads) // else the first has ended before the last begins
+                    std::this_thread::yield();
                 for (int line = 0; line < kLines; ++line)
-                    MVGEO_LOG_AT(WARN, 7) << std::string(40, static_cast<char>('a' + i));
+                    if (i + 1 < kThreads)
+                        MVGEO_LOG_AT(WARN, 7) << textOf(i);
+                    else
+                        osg::notify(osg::WARN) << textOf(i) << std::endl;
             });
     for (std::thread& thread : threads)
         thread.join();
 
-    ASSERT_EQ(recorder->lines.size(), static_cast<std::size_t>(kThreads * kLines));
+    EXPECT_EQ(recorder->lines.size(), static_cast<std::size_t>(kThreads * kLines));
     for (int i = 0; i < kThreads; ++i)
     {
-        const std::string whole = "tests/supportcode 7" + std::string(40, static_cast<char>('a' + i)) + '\n';
+        const std::string whole = (i + 1 < kThreads ? "tests/supportcode 7" : "") + textOf(i) + '\n';
         const auto count = std::count(recorder->lines.begin(), recorder->lines.end(), std::make_pair(osg::WARN, whole));
         EXPECT_EQ(count, kLines);
     }
+}
+
+/** Lets another thread speak, to the end, while it holds the first message. */
+class InterruptedRecorder : public osg::NotifyHandler
+{
+public:
+    explicit InterruptedRecorder(std::function<void()> interruption) : _interruption(std::move(interruption)) {}
+    void notify(osg::NotifySeverity, const char* message) override
+    {
+        if (!*message) return;
+        if (!_isInterrupted.exchange(true)) std::thread(_interruption).join();
+        lines.emplace_back(message);
+    }
+
+    std::vector<std::string> lines;
+
+protected:
+    ~InterruptedRecorder() override = default;
+
+private:
+    std::function<void()> _interruption;
+    std::atomic<bool> _isInterrupted{false};
+};
+
+// What OSG says is long enough to make its buffer move.
+TEST_F(LogLine, StaysWhatItIsWhenOsgSpeaksBeforeItIsWritten)
+{
+    const std::string text(100000, 'x');
+    const osg::ref_ptr<InterruptedRecorder> slow =
+        new InterruptedRecorder([&] { osg::notify(osg::WARN) << text << std::endl; });
+    osg::setNotifyHandler(slow);
+    MVGEO_LOG_AT(WARN, 7) << "ours";
+    ASSERT_EQ(slow->lines.size(), 2U);
+    EXPECT_TRUE(slow->lines[0] == text + '\n');
+    EXPECT_EQ(slow->lines[1], "tests/supportcode 7ours\n");
+}
+
+TEST_F(LogLine, LeavesOsgsLineWhatItIsWhenItComesBeforeThatIsWritten)
+{
+    const osg::ref_ptr<InterruptedRecorder> slow = new InterruptedRecorder([] { MVGEO_LOG_AT(WARN, 7) << "ours"; });
+    osg::setNotifyHandler(slow);
+    osg::notify(osg::WARN) << "OSG" << std::endl;
+    EXPECT_EQ(slow->lines, (std::vector<std::string>{"tests/supportcode 7ours\n", "OSG\n"}));
+}
+
+TEST_F(LogLine, IsDroppedWhereNobodyListens)
+{
+    osg::setNotifyHandler(nullptr);
+    MVGEO_LOG(WARN) << "to nobody";
+    EXPECT_TRUE(recorder->lines.empty());
 }
 
 } // namespace

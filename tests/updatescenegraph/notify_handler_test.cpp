@@ -7,14 +7,24 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <ctime>
 #include <fstream>
+#include <future>
 #include <iterator>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#if !defined(_WIN32)
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
 
 namespace
 {
@@ -178,28 +188,111 @@ TEST(NotifyHandler, ReceivesOsgsOwnStream)
 
 TEST(NotifyHandler, LinesOfManyThreadsStayWhole)
 {
-    constexpr int kThreads = 4;
-    constexpr int kLines = 250;
+    constexpr int kThreads = 8;
+    constexpr int kLines = 2000;
     const TemporaryDirectory folder;
     const osg::ref_ptr<NotifyHandler> handler = new NotifyHandler(folder / "3d.log");
+    std::atomic<int> ready{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i)
         threads.emplace_back(
-            [&handler, i]
+            [&, i]
             {
                 const std::string text(60, static_cast<char>('a' + i));
+                ++ready;
+                while (ready < kThreads) // else the first has ended before the last begins
+                    std::this_thread::yield();
                 for (int line = 0; line < kLines; ++line)
                     handler->notify(osg::INFO, text.c_str());
             });
     for (std::thread& thread : threads)
         thread.join();
 
+    const std::vector<std::string> lines = linesOf(folder / "3d.log");
+    EXPECT_EQ(lines.size(), static_cast<std::size_t>(kThreads * kLines));
     std::vector<int> seen(kThreads, 0);
-    for (const std::string& line : linesOf(folder / "3d.log"))
+    for (const std::string& line : lines)
         for (int i = 0; i < kThreads; ++i)
             if (withoutStamp(line) == "[INFO] " + std::string(60, static_cast<char>('a' + i)))
                 ++seen[static_cast<std::size_t>(i)];
     EXPECT_EQ(seen, std::vector<int>(kThreads, kLines));
 }
+
+#if !defined(_WIN32)
+/** A log on a pipe that takes nothing while nobody reads it, and a thread that is stuck in writing to it. */
+class SlowLog : public testing::Test
+{
+protected:
+    static constexpr std::size_t kLongLine = 1U << 20U; // more than a pipe holds
+
+    void SetUp() override
+    {
+        const std::string path = folder / "3d.log";
+        ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+        _pipe = open(path.c_str(), O_RDONLY | O_NONBLOCK); // first, or whoever opens it for writing waits
+        ASSERT_GE(_pipe, 0);
+        handler = new NotifyHandler(path);
+        _stuck =
+            std::async(std::launch::async, [this] { handler->notify(osg::WARN, std::string(kLongLine, 'a').c_str()); });
+        int waiting = 0;
+        while (waiting == 0)
+            ASSERT_EQ(ioctl(_pipe, FIONREAD, &waiting), 0);
+    }
+    void TearDown() override { close(_pipe); }
+
+    /** Reads what comes until the log holds this many bytes. */
+    std::string readBytes(std::size_t count) const
+    {
+        std::string text;
+        std::vector<char> block(1U << 16U);
+        while (text.size() < count)
+        {
+            const ssize_t got = read(_pipe, block.data(), block.size());
+            if (got > 0) text.append(block.data(), static_cast<std::size_t>(got));
+        }
+        return text;
+    }
+    /** Lets the log go on until this line has come behind the long one; what comes behind it too. */
+    std::string readUntilBehind(const std::string& line)
+    {
+        const std::size_t overhead = kStampLength + std::string("[WARN] ").size() + 1;
+        const std::string text = readBytes(kLongLine + line.size() + 2 * overhead);
+        _stuck.wait();
+        return text.substr(kLongLine + overhead);
+    }
+
+    TemporaryDirectory folder;
+    osg::ref_ptr<NotifyHandler> handler;
+
+private:
+    int _pipe = -1;
+    std::future<void> _stuck;
+};
+
+// Whoever comes out of OSG's stream must get back there at once; the message may be another one a moment later.
+TEST_F(SlowLog, KeepsNobodyInOsgsStreamAndTakesTheMessageAsItIsNow)
+{
+    std::string message = "from OSG's stream";
+    std::future<void> other = std::async(std::launch::async,
+                                         [&]
+                                         {
+                                             handler->notify(osg::WARN, message.c_str());
+                                             message.assign(message.size(), '#');
+                                         });
+    EXPECT_EQ(other.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    EXPECT_EQ(withoutStamp(readUntilBehind("from OSG's stream")), "[WARN] from OSG's stream\n");
+    other.wait();
+}
+
+TEST_F(SlowLog, IsWaitedForByOurOwnLines)
+{
+    std::future<void> said = std::async(std::launch::async, [this] { handler->notify(osg::WARN, "of ours"); });
+    ASSERT_EQ(said.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    std::future<void> flushed = std::async(std::launch::async, [this] { handler->flush(); });
+    EXPECT_EQ(flushed.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    EXPECT_EQ(withoutStamp(readUntilBehind("of ours")), "[WARN] of ours\n");
+    flushed.wait();
+}
+#endif
 
 } // namespace

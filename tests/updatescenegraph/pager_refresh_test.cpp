@@ -143,6 +143,15 @@ TEST_F(PagerRefresh, MissingCallbackIsNotMissedBeforeTheHostMustBeCalled)
     EXPECT_TRUE(log.lines().empty());
 }
 
+// A root file, or a tile that is measured: no request is lost by it.
+TEST_F(PagerRefresh, ReadOnAnotherThreadThatGivesNothingCallsNobody)
+{
+    pager->addWaiting(1);
+    ASSERT_EQ(calls, 1);
+    pager->noteEmptyRead();
+    EXPECT_EQ(calls, 1);
+}
+
 TEST_F(PagerRefresh, QueueWithoutOwnerDoesNothing)
 {
     const LogRecorder log;

@@ -53,6 +53,11 @@ public:
         std::unique_lock<std::mutex> lock(_lock);
         return _called.wait_for(lock, std::chrono::seconds(10), [&] { return _calls >= calls; });
     }
+    [[nodiscard]] int calls()
+    {
+        const std::lock_guard<std::mutex> lock(_lock);
+        return _calls;
+    }
     [[nodiscard]] std::thread::id caller()
     {
         const std::lock_guard<std::mutex> lock(_lock);
@@ -191,6 +196,26 @@ TEST_F(PagerThread, MissingFileIsReportedOnceAndTheOthersAreLoaded)
     EXPECT_TRUE(becomesTrue([this] { return pager->isIdle(); }));
     EXPECT_EQ(log.count("missing.osgb"), 1);
     EXPECT_EQ(broken->getNumChildren(), 1U) << "the coarse tile stays";
+}
+
+// With the good tile read first, nobody else would tell the host of it; a call for the bad one alone has no point.
+TEST_F(PagerThread, LastReadOfTheFirstSecondThatFailsCallsTheHostIfATileWaits)
+{
+    const LogRecorder log;
+    pager->stayInFirstSecond();
+    callback->setEmptyReadCallback([reader = pager.get()] { reader->noteEmptyRead(); });
+    const auto broken = wants("missing.osgb");
+    drawFrame();
+    EXPECT_TRUE(becomesTrue([this] { return callback->failedCount() == 1U && pager->isIdle(); }));
+    EXPECT_EQ(refresh.calls(), 0);
+
+    writeTile(*makeSquare(0, 0, 0, 1), folder / "fine.osgb");
+    wants("fine.osgb")->setPriorityOffset(1, 10.0F); // the other one, which is still wanted, comes last
+    drawFrame();
+    ASSERT_TRUE(refresh.waitFor(1));
+    EXPECT_NE(refresh.caller(), std::this_thread::get_id());
+    drawFrame();
+    EXPECT_EQ(pager->mergedCount, 1U);
 }
 
 TEST_F(PagerThread, ExpiredTilesAreDeletedByTheThread)
