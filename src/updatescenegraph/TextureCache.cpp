@@ -65,10 +65,29 @@ bool isHeldBy(const std::string& extension, const osg::Image& image)
     return format == GL_RGB && osgDB::Registry::instance()->getReaderWriterForExtension(extension);
 }
 
-/** The pixels of an image in blocks of BC1 to BC3, as RGB where JPEG is to hold them; null for other blocks. */
+/** Whether OSG's writer takes the pixels for what they are: most take any for RGB or RGBA, and read behind smaller
+ * ones.
+ */
+bool isUnderstoodBy(const std::string& extension, const osg::Image& image)
+{
+    if (extension == "png" || extension == "dds") return true;
+    if (isJpegName(extension)) return isHeldBy(extension, image);
+    constexpr unsigned int kBitsOfRgb = 24;
+    return image.getPixelSizeInBits() >= kBitsOfRgb;
+}
+
+bool canBeDecoded(const osg::Image& image)
+{
+    const GLenum format = image.getPixelFormat();
+    if (image.isCompressed()) return isDxt(format);
+    return isOneOf(image.getDataType(), {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT}) &&
+           isOneOf(format, {GL_RED, GL_ALPHA, GL_LUMINANCE, GL_LUMINANCE_ALPHA, GL_RGB, GL_RGBA, GL_BGR, GL_BGRA});
+}
+
+/** The image as RGBA, or RGB where JPEG is to hold it; null if its pixels cannot be told. */
 osg::ref_ptr<osg::Image> decoded(const osg::Image& image, const std::string& extension)
 {
-    if (!isDxt(image.getPixelFormat())) return nullptr;
+    if (!canBeDecoded(image)) return nullptr;
     const bool isJpeg = isJpegName(extension);
     osg::ref_ptr<osg::Image> pixels = new osg::Image;
     pixels->allocateImage(image.s(), image.t(), 1, isJpeg ? GL_RGB : GL_RGBA, GL_UNSIGNED_BYTE);
@@ -84,8 +103,9 @@ osg::ref_ptr<const osg::Image> storable(const osg::Image& image, const std::stri
     if (isKtx(extension)) return &image;
     // Some writers take blocks for pixels, and read behind their end.
     if (image.isCompressed() && extension != "dds") return decoded(image, extension);
-    if (extension != "dds") return &image;
     if (image.isCompressed() && !isHeldByDds(image)) return nullptr; // it would read behind the blocks
+    if (!image.isCompressed() && !isUnderstoodBy(extension, image)) return decoded(image, extension);
+    if (extension != "dds") return &image;
     // Its writer turns what does not start at the top, and its reader does not turn it back.
     const osg::ref_ptr<osg::Image> copy = new osg::Image(image);
     copy->setOrigin(osg::Image::TOP_LEFT);

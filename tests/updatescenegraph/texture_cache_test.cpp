@@ -255,6 +255,38 @@ TEST_F(TextureCache, AlphaThatJpegLeavesOutIsKeptInACopy)
     EXPECT_EQ(std::count(found.begin(), found.end(), "c.png"), 1);
 }
 
+// OSG's writer of BMP would read behind pixels of one or two bytes, and its writer of JPEG take four for three.
+TEST_F(TextureCache, PixelsThatAWriterWouldMistakeAreGivenToItAsColours)
+{
+    struct Case
+    {
+        const char* name;
+        GLenum format;
+        std::vector<unsigned char> pixel;
+        osg::Vec3 colour; // of 255
+    };
+    for (const Case& c : {Case{"grey.bmp", GL_LUMINANCE, {90}, {90, 90, 90}},
+                          Case{"grey alpha.bmp", GL_LUMINANCE_ALPHA, {90, 30}, {90, 90, 90}},
+                          Case{"grey alpha.jpg", GL_LUMINANCE_ALPHA, {90, 30}, {90, 90, 90}},
+                          Case{"alpha.jpg", GL_RGBA, {200, 90, 30, 77}, {200, 90, 30}},
+                          Case{"turned.jpg", GL_BGRA, {30, 90, 200, 77}, {200, 90, 30}},
+                          Case{"turned.jpeg", GL_BGR, {30, 90, 200}, {200, 90, 30}}})
+    {
+        SCOPED_TRACE(c.name);
+        const osg::ref_ptr<osg::Image> image = new osg::Image;
+        image->allocateImage(7, 5, 1, c.format, GL_UNSIGNED_BYTE, 1);
+        for (std::size_t at = 0; at < 35 * c.pixel.size(); ++at)
+            image->data()[at] = c.pixel[at % c.pixel.size()];
+        image->setFileName(c.name);
+        mvgeo::cacheTextures(*textured(new osg::Texture2D(image)), directory());
+        const osg::ref_ptr<osg::Image> written = osgDB::readRefImageFile(folder / c.name);
+        ASSERT_TRUE(written);
+        for (unsigned int row = 0; row < 5; ++row)
+            for (int channel = 0; channel < 3; ++channel)
+                EXPECT_NEAR(written->getColor(6U, row)[channel] * 255, c.colour[channel], 4) << row << ' ' << channel;
+    }
+}
+
 TEST_F(TextureCache, CopyThatIsThereIsNotWrittenAgain)
 {
     writeFile(folder / "c.nosuchformat.ktx", "mine");
