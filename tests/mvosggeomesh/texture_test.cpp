@@ -98,14 +98,14 @@ TEST_F(Textures, HaveTheSameKeyBeforeAndAfterTheCache)
 {
     converge({});
     std::set<std::string> before;
-    for (const RecordingMesh* mesh : receiver().meshes())
+    for (const RecordingMesh* mesh : meshes(21))
         before.insert(mesh->textureKey());
-    EXPECT_EQ(before.size(), 21U);
+    ASSERT_EQ(before.size(), 21U);
     EXPECT_TRUE(before.count(id("Tile_0_L1_3.png"))) << *before.begin();
     receiver().forget();
     driver.update();
     std::set<std::string> after;
-    for (const RecordingMesh* mesh : receiver().meshes())
+    for (const RecordingMesh* mesh : meshes(21))
         after.insert(mesh->textureKey());
     EXPECT_EQ(after, before);
 }

@@ -161,13 +161,13 @@ TEST_F(KtxWriting, LeavesOutWhatIsBehindARow)
     EXPECT_EQ(levelBytes(written(*image, plain), 0), expected);
 }
 
-// Levels of 5, 2 and 1 pixels of 3 bytes: rows of 15, 6 and 3, filled up to 16, 8 and 4.
+// Levels of 5, 2 and 1 pixels each way, of 3 bytes: rows of 15, 6 and 3, filled up to 16, 8 and 4.
 TEST_F(KtxWriting, LeavesOutWhatIsBehindTheRowsOfEachLevel)
 {
-    std::vector<unsigned char> padded(48 + 8 + 4);
+    std::vector<unsigned char> padded(80 + 16 + 4);
     std::vector<std::vector<unsigned char>> expected(3);
     std::size_t at = 0;
-    for (const auto& [level, width, height, row] : {std::tuple{0U, 5U, 3U, 16U}, {1U, 2U, 1U, 8U}, {2U, 1U, 1U, 4U}})
+    for (const auto& [level, width, height, row] : {std::tuple{0U, 5U, 5U, 16U}, {1U, 2U, 2U, 8U}, {2U, 1U, 1U, 4U}})
         for (unsigned int y = 0; y < height; ++y, at += row)
             for (unsigned int i = 0; i < row; ++i)
             {
@@ -176,8 +176,8 @@ TEST_F(KtxWriting, LeavesOutWhatIsBehindTheRowsOfEachLevel)
                 if (!isFilling) expected[level].push_back(padded[at + i]);
             }
     const osg::ref_ptr<osg::Image> image(new osg::Image);
-    image->setImage(5, 3, 1, GL_RGB, GL_RGB, GL_UNSIGNED_BYTE, padded.data(), osg::Image::NO_DELETE, 4);
-    image->setMipmapLevels({48, 56});
+    image->setImage(5, 5, 1, GL_RGB, GL_RGB, GL_UNSIGNED_BYTE, padded.data(), osg::Image::NO_DELETE, 4);
+    image->setMipmapLevels({80, 96});
     const std::string file = written(*image, plain);
     for (unsigned int level = 0; level < 3; ++level)
         EXPECT_EQ(levelBytes(file, level), expected[level]) << level;
