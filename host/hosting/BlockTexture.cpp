@@ -1,5 +1,7 @@
 #include "hosting/BlockTexture.h"
 
+#include "common/ImageBytes.h"
+
 #include <osg/GLExtensions>
 #include <osg/State>
 
@@ -87,7 +89,7 @@ private:
         if (!gl.isCompressedTexImage2DSupported()) return false;
         // What the context does not know is an error, and leaves the texture as it was.
         gl.glCompressedTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLenum>(_image->getInternalTextureFormat()),
-                                  _image->s(), _image->t(), 0, static_cast<GLsizei>(_image->getTotalSizeInBytes()),
+                                  _image->s(), _image->t(), 0, static_cast<GLsizei>(levelBytes(*_image)),
                                   _image->data());
         return glGetError() == GL_NO_ERROR;
     }

@@ -1,5 +1,7 @@
 #include "hosting/TextureCache.h"
 
+#include "common/ImageBytes.h"
+
 #include <osg/Image>
 
 namespace mvgeo::host
@@ -73,7 +75,7 @@ bool HostTexture::takePixels(const std::shared_ptr<UndrawableCount>& undrawable)
         const osg::ref_ptr<BorrowedImage> image = new BorrowedImage(std::move(source));
         if (!image->borrow(source)) continue;
         _texture = makeTexture(*image, undrawable);
-        _byteCount = image->getTotalSizeInBytes();
+        _byteCount = levelBytes(*image);
         if (_repeats) repeat();
         break;
     }

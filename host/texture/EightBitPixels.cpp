@@ -1,5 +1,6 @@
 #include "texture/EightBitPixels.h"
 
+#include "common/ImageBytes.h"
 #include "texture/PixelReader.h"
 
 #include <osg/Texture>
@@ -15,6 +16,7 @@ namespace mvgeo::host
 namespace
 {
 constexpr std::string_view kSwizzleLetters = "rgba01"; // the channels, nothing, all
+constexpr char kPremultiplied[] = "KTXpremultipliedAlpha";
 constexpr GLenum kFirstSrgbDxt = 0x8C4C;
 constexpr GLenum kSrgb8 = 0x8C41;
 constexpr GLenum kSrgb8Alpha8 = 0x8C43;
@@ -46,9 +48,8 @@ public:
           _reader(PixelReader::forFormat(image.getPixelFormat(), image.getDataType()))
     {
         const GLenum format = dxtOf(image) != 0 ? dxtOf(image) : image.getPixelFormat();
-        const unsigned bytes = osg::Image::computeImageSizeInBytes(_width, _height, 1, format, image.getDataType(),
-                                                                   static_cast<int>(image.getPacking()));
-        auto* data = const_cast<unsigned char*>(image.getMipmapData(level)) + std::size_t{bytes} * unsigned(slice);
+        auto* data =
+            const_cast<unsigned char*>(image.getMipmapData(level)) + sliceBytes(image, level) * unsigned(slice);
         _slice->setImage(_width, _height, 1, image.getInternalTextureFormat(), format, image.getDataType(), data,
                          osg::Image::NO_DELETE, static_cast<int>(image.getPacking()));
         _isTopFirst = image.getOrigin() == osg::Image::TOP_LEFT;
@@ -141,6 +142,12 @@ std::string swizzleOf(const osg::Image& image)
     return isOne ? swizzle : std::string();
 }
 
+bool isPremultiplied(const osg::Image& image)
+{
+    bool is = false;
+    return image.getUserValue(kPremultiplied, is) && is;
+}
+
 bool canBecomeEightBit(const osg::Image& image)
 {
     return dxtOf(image) != 0 ||
@@ -180,6 +187,7 @@ osg::ref_ptr<osg::Image> eightBitPixels(const osg::Image& image, ChannelChoice c
     result->setImage(image.s(), image.t(), image.r(), static_cast<GLint>(internalFormat), target.pixelFormat,
                      GL_UNSIGNED_BYTE, copy, osg::Image::USE_NEW_DELETE); // the image deletes them
     result->setMipmapLevels(offsets);
+    if (target.alpha && isPremultiplied(image)) result->setUserValue(kPremultiplied, true);
     return result;
 }
 } // namespace mvgeo::host

@@ -24,6 +24,9 @@ struct ChannelChoice
  * four; empty otherwise. */
 std::string swizzleOf(const osg::Image& image);
 
+/** True if an image of a KTX file says that its colours are multiplied by alpha already. */
+bool isPremultiplied(const osg::Image& image);
+
 /** True if eightBitPixels() can make something of the image: no blocks but BC1 to BC3, no integers, no depths. */
 bool canBecomeEightBit(const osg::Image& image);
 
@@ -32,6 +35,7 @@ bool isEightBit(const osg::Image& image, ChannelChoice channels);
 
 /** The image with 8 bits a channel as GL_LUMINANCE, GL_LUMINANCE_ALPHA, GL_RGB or GL_RGBA, the lowest row first, with
  * its slices and its mipmap levels. A swizzle is applied; else one channel counts as grey; numbers beyond 0 to 1 are
- * cut off there. A format in sRGB stays in sRGB. Null if canBecomeEightBit() is false. */
+ * cut off there. A format in sRGB stays in sRGB, and
+ * colours that are multiplied by an alpha that is kept stay marked so. Null if canBecomeEightBit() is false. */
 osg::ref_ptr<osg::Image> eightBitPixels(const osg::Image& image, ChannelChoice channels);
 } // namespace mvgeo::host

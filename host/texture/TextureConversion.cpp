@@ -1,6 +1,7 @@
 #include "texture/TextureConversion.h"
 
 #include "common/HostError.h"
+#include "common/ImageBytes.h"
 #include "texture/EightBitPixels.h"
 #include "texture/FormatNames.h"
 
@@ -25,12 +26,12 @@ std::string formatOf(const osg::Image& image)
 /** The first level of one slice of a volume. */
 osg::ref_ptr<osg::Image> sliceOf(const osg::Image& volume, int number)
 {
-    const std::size_t bytes = volume.getImageSizeInBytes();
+    const std::size_t bytes = sliceBytes(volume);
+    auto* pixels = new unsigned char[bytes]; // the slice deletes them
+    std::copy_n(volume.data() + bytes * static_cast<std::size_t>(number), bytes, pixels);
     osg::ref_ptr<osg::Image> slice = new osg::Image;
-    slice->allocateImage(volume.s(), volume.t(), 1, volume.getPixelFormat(), volume.getDataType(),
-                         static_cast<int>(volume.getPacking()));
-    slice->setInternalTextureFormat(volume.getInternalTextureFormat());
-    std::copy_n(volume.data() + bytes * static_cast<std::size_t>(number), bytes, slice->data());
+    slice->setImage(volume.s(), volume.t(), 1, volume.getInternalTextureFormat(), volume.getPixelFormat(),
+                    volume.getDataType(), pixels, osg::Image::USE_NEW_DELETE, static_cast<int>(volume.getPacking()));
     slice->setOrigin(volume.getOrigin());
     slice->setUserDataContainer(const_cast<osg::UserDataContainer*>(volume.getUserDataContainer()));
     return slice;
@@ -97,7 +98,8 @@ bool shareFormat(const std::vector<osg::ref_ptr<osg::Image>>& images)
                        [&images](const osg::ref_ptr<osg::Image>& image)
                        {
                            return image->getInternalTextureFormat() == images.front()->getInternalTextureFormat() &&
-                                  swizzleOf(*image) == swizzleOf(*images.front());
+                                  swizzleOf(*image) == swizzleOf(*images.front()) &&
+                                  isPremultiplied(*image) == isPremultiplied(*images.front());
                        });
 }
 } // namespace

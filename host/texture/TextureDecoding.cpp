@@ -1,6 +1,7 @@
 #include "texture/TextureDecoding.h"
 
 #include "common/HostError.h"
+#include "common/ImageBytes.h"
 #include "common/WholeFile.h"
 #include "texture/OsgMessageCapture.h"
 
@@ -95,6 +96,6 @@ std::uint64_t bytesInMemory(const LoadedTexture& texture)
 {
     return std::accumulate(texture.pictures.begin(), texture.pictures.end(), std::uint64_t{0},
                            [](std::uint64_t sum, const osg::ref_ptr<osg::Image>& picture)
-                           { return sum + picture->getTotalSizeInBytesIncludingMipmaps(); });
+                           { return sum + imageBytes(*picture); });
 }
 } // namespace mvgeo::host

@@ -58,12 +58,32 @@ void readKtx1(TextureHeader& header, std::string_view file)
 
 constexpr std::uint8_t kModelEtc1s = 163;
 constexpr std::uint8_t kModelUastc = 166;
+constexpr std::uint8_t kModelUastcHdr4x4 = 167;
+constexpr std::uint8_t kModelUastcHdr6x6 = 168;
+
+/** Of a texture that is no format of any graphics card. */
+const char* basisKind(std::uint8_t colourModel)
+{
+    switch (colourModel)
+    {
+    case kModelEtc1s:
+        return "ETC1S";
+    case kModelUastc:
+        return "UASTC";
+    case kModelUastcHdr4x4:
+        return "UASTC HDR 4x4";
+    case kModelUastcHdr6x6:
+        return "UASTC HDR 6x6";
+    default:
+        return "";
+    }
+}
 
 std::string compressionOf(std::uint8_t colourModel, std::uint32_t scheme)
 {
     constexpr const char* kSchemes[] = {"none", "BasisLZ", "zstd", "zlib"};
     const std::string outer = scheme < 4 ? kSchemes[scheme] : "unknown scheme " + std::to_string(scheme);
-    const std::string inner = colourModel == kModelEtc1s ? "ETC1S" : colourModel == kModelUastc ? "UASTC" : "";
+    const std::string inner = basisKind(colourModel);
     if (inner.empty()) return outer;
     return scheme == 0 ? inner : inner + ", " + outer;
 }

@@ -7,6 +7,8 @@ namespace mvgeo
 {
 namespace
 {
+constexpr char kLibraryName[] = " / libktx v";
+
 using Pairs = std::map<std::string, std::string>;
 
 Pairs pairsOf(const ktxTexture2& texture)
@@ -37,7 +39,10 @@ Bytes keyValueBytes(const ktxTexture2& texture)
 {
     Pairs pairs = pairsOf(texture);
     std::string& writer = pairs[KTX_WRITER_KEY];
-    writer = (writer.empty() ? "Unidentified app" : writer.c_str()) + std::string(" / libktx v4.4.2") + '\0';
+    writer = writer.substr(0, writer.find('\0'));
+    writer = writer.substr(0, writer.find(kLibraryName)); // a texture that was read names it already
+    if (writer.empty()) writer = "Unidentified app";
+    writer += std::string(kLibraryName) + "4.4.2" + '\0';
     Bytes bytes;
     for (const auto& [key, value] : pairs)
         appendPair(bytes, key, value);

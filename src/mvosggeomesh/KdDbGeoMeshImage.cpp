@@ -1,5 +1,6 @@
 #include "mvosggeomesh/KdDbGeoMeshImage.h"
 
+#include "support/ImageBytes.h"
 #include "support/ImageDigest.h"
 
 KdDbGeoMeshImage::KdDbGeoMeshImage(std::uint32_t modelId) : _modelId(modelId) {}
@@ -14,7 +15,7 @@ void KdDbGeoMeshImage::setImage(osg::Image* image)
     else if (!image->getFileName().empty())
         _key = std::to_string(_modelId) + '_' + image->getFileName();
     else
-        _key = mvgeo::imageDigest(image->data(), image->getTotalSizeInBytes()) + ".jpg";
+        _key = mvgeo::imageDigest(image->data(), static_cast<unsigned int>(mvgeo::levelBytes(*image))) + ".jpg";
 }
 
 bool KdDbGeoMeshImage::imageData(unsigned int& width, unsigned int& height, unsigned int& dataType,

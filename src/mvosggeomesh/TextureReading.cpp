@@ -1,7 +1,12 @@
 #include "mvosggeomesh/TextureReading.h"
 
+#include "readerwriterktx/KtxCopy.h"
+#include "support/ImageBytes.h"
+#include "updatescenegraph/TextureCache.h"
+
 #include <OrloSystem.h>
 
+#include <osgDB/FileUtils>
 #include <osgDB/ReadFile>
 #include <osgDB/Registry>
 
@@ -16,13 +21,22 @@ namespace
 
 constexpr int kLeastThreads = 8; // reading waits for the disk more than it computes
 
+osg::ref_ptr<osg::Image> readCached(const std::string& path)
+{
+    const osgDB::Options* options = osgDB::Registry::instance()->getOptions();
+    const std::string exact = exactCopyPath(path);
+    if (!osgDB::fileExists(exact)) return osgDB::readRefImageFile(path, options);
+    osg::ref_ptr<osg::Image> image = osgDB::readRefImageFile(exact, options);
+    if (image) restoreFormatOfCopy(*image);
+    return image;
+}
+
 void readTexture(const TextureWorkItem& item)
 {
-    const osg::ref_ptr<osg::Image> image =
-        osgDB::readRefImageFile(item.path, osgDB::Registry::instance()->getOptions());
+    const osg::ref_ptr<osg::Image> image = readCached(item.path);
     if (!image || !image->data()) return;
 
-    const std::size_t size = image->getTotalSizeInBytes();
+    const std::size_t size = levelBytes(*image);
     auto* pixels = new unsigned char[size]; // the target deletes it
     std::memcpy(pixels, image->data(), size);
     item.target->setImage(image->s(), image->t(), image->r(), image->getInternalTextureFormat(),

@@ -313,6 +313,55 @@ bool isUnsized(GLint internalFormat)
                    GL_LUMINANCE_ALPHA, GL_INTENSITY, GL_DEPTH_COMPONENT, GL_STENCIL_INDEX);
 }
 
+constexpr char kLuminance[] = "rrr1";
+constexpr char kLuminanceAlpha[] = "rrrg";
+constexpr char kIntensity[] = "rrrr";
+constexpr char kAlpha[] = "000r";
+
+/** By OpenGL's names. */
+std::string swizzleOfNames(GLint internalFormat, GLenum pixelFormat)
+{
+    switch (internalFormat)
+    {
+    case GL_INTENSITY:
+    case GL_INTENSITY8:
+    case GL_INTENSITY8_SNORM:
+    case GL_INTENSITY8UI_EXT:
+    case GL_INTENSITY8I_EXT:
+    case GL_INTENSITY16:
+    case GL_INTENSITY16_SNORM:
+    case GL_INTENSITY16UI_EXT:
+    case GL_INTENSITY16I_EXT:
+    case GL_INTENSITY16F_ARB:
+    case GL_INTENSITY32UI_EXT:
+    case GL_INTENSITY32I_EXT:
+    case GL_INTENSITY32F_ARB:
+        return kIntensity;
+    case GL_COMPRESSED_LUMINANCE_LATC1_EXT:
+    case GL_COMPRESSED_SIGNED_LUMINANCE_LATC1_EXT:
+        return kLuminance;
+    case GL_COMPRESSED_LUMINANCE_ALPHA_LATC2_EXT:
+    case GL_COMPRESSED_SIGNED_LUMINANCE_ALPHA_LATC2_EXT:
+        return kLuminanceAlpha;
+    default:
+        break;
+    }
+    switch (pixelFormat)
+    {
+    case GL_LUMINANCE:
+    case GL_LUMINANCE_INTEGER_EXT:
+        return kLuminance;
+    case GL_LUMINANCE_ALPHA:
+    case GL_LUMINANCE_ALPHA_INTEGER_EXT:
+        return kLuminanceAlpha;
+    case GL_ALPHA:
+    case GL_ALPHA_INTEGER_EXT:
+        return kAlpha;
+    default:
+        return {};
+    }
+}
+
 /** The row that stores data of this order and type as it is. */
 const Row* rowOfPixels(GLint internalFormat, GLenum pixelFormat, GLenum dataType)
 {
@@ -358,6 +407,25 @@ std::optional<KtxImageFormat> imageFormatOfGl(GLint glInternalFormat, GLenum glF
     if (!row) return std::nullopt;
     const bool keepsName = row->hasName(glInternalFormat) && glInternalFormat != GL_ETC1_RGB8_OES;
     return KtxImageFormat{keepsName ? glInternalFormat : row->internalFormats[0], row->pixelFormat, row->dataType};
+}
+
+std::string swizzleOf(const KtxImageFormat& format)
+{
+    return swizzleOfNames(format.internalFormat, format.pixelFormat);
+}
+
+std::optional<KtxImageFormat> formatOfSwizzle(const KtxImageFormat& format, const std::string& swizzle)
+{
+    const std::uint32_t vkFormat = vkFormatOf(format);
+    if (vkFormat == kUndefined || swizzle.empty()) return std::nullopt;
+    for (const Row& row : kRows)
+    {
+        if (row.vkFormat != vkFormat) continue;
+        for (const GLint name : row.internalFormats)
+            if (name != 0 && swizzleOfNames(name, row.pixelFormat) == swizzle)
+                return KtxImageFormat{name, row.pixelFormat, row.dataType};
+    }
+    return std::nullopt;
 }
 
 std::optional<KtxBlock> blockOfVk(std::uint32_t vkFormat)

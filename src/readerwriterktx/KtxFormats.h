@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 namespace mvgeo
 {
@@ -43,6 +44,14 @@ std::optional<KtxImageFormat> imageFormatOfVk(std::uint32_t vkFormat);
 /** What the header of a KTX 1 file names, as osg::Image carries it; format and type are 0 for compressed data. Nothing
  * if no image can carry it. ETC1 becomes ETC2, of which it is a part: OSG takes its blocks for twice their size. */
 std::optional<KtxImageFormat> imageFormatOfGl(GLint glInternalFormat, GLenum glFormat, GLenum glType);
+
+/** How red and green, which Vulkan has, stand for luminance, intensity or alpha, which OpenGL's older formats have: as
+ * a file's key "KTXswizzle" says it. Empty for all others. */
+std::string swizzleOf(const KtxImageFormat& format);
+
+/** The format of that kind whose data has this one's form: GL_RG with "rrrg" is GL_LUMINANCE_ALPHA. Nothing for another
+ * swizzle. */
+std::optional<KtxImageFormat> formatOfSwizzle(const KtxImageFormat& format, const std::string& swizzle);
 
 /** Nothing for a format that the table lacks. */
 std::optional<KtxBlock> blockOfVk(std::uint32_t vkFormat);

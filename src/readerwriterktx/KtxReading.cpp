@@ -35,6 +35,39 @@ KTX_error_code codeOfRefusal(const unsigned char* bytes, std::size_t size)
     return std::memcmp(bytes, kMagicBegin, sizeof(kMagicBegin)) == 0 ? KTX_FILE_DATA_ERROR : KTX_UNKNOWN_FILE_FORMAT;
 }
 
+/** Null if libktx refuses. */
+KtxTexturePtr openBytes(const unsigned char* bytes, std::size_t size, KTX_error_code& code)
+{
+    ktxTexture* texture = nullptr;
+    code = ktxTexture_CreateFromMemory(bytes, size, KTX_TEXTURE_CREATE_LOAD_IMAGE_DATA_BIT, &texture);
+    return KtxTexturePtr(code == KTX_SUCCESS ? texture : nullptr);
+}
+
+// Where a KTX 1 header has its internal format, in the order of bytes that it says.
+constexpr std::size_t kInternalFormat = 28;
+static_assert(GL_RGB5_A1 == 0x8057 && GL_RGBA4 == 0x8056);
+
+/** Of a file whose header was found to be in order. */
+bool isKtx1OfRgb5A1(const unsigned char* bytes)
+{
+    static constexpr unsigned char kLittle[] = {0x57, 0x80, 0, 0};
+    static constexpr unsigned char kBig[] = {0, 0, 0x80, 0x57};
+    const bool isKtx1 = bytes[5] == '1';
+    const unsigned char* format = bytes + kInternalFormat;
+    return isKtx1 && (std::memcmp(format, kLittle, 4) == 0 || std::memcmp(format, kBig, 4) == 0);
+}
+
+/** libktx takes the 16 bits of a pixel for 32 and refuses the file for its size: it is told of another format of 16. */
+KtxTexturePtr openRgb5A1(const unsigned char* bytes, std::size_t size, KTX_error_code& code)
+{
+    std::vector<unsigned char> copy(bytes, bytes + size);
+    std::replace(copy.begin() + kInternalFormat, copy.begin() + kInternalFormat + 4, static_cast<unsigned char>(0x57),
+                 static_cast<unsigned char>(0x56));
+    KtxTexturePtr texture = openBytes(copy.data(), copy.size(), code);
+    if (texture) reinterpret_cast<ktxTexture1&>(*texture).glInternalformat = GL_RGB5_A1;
+    return texture;
+}
+
 KtxTexturePtr openTexture(const unsigned char* bytes, std::size_t size, KtxFault& fault)
 {
     fault.reason = ktxHeaderFault(bytes, size);
@@ -43,10 +76,9 @@ KtxTexturePtr openTexture(const unsigned char* bytes, std::size_t size, KtxFault
         fault.code = codeOfRefusal(bytes, size);
         return nullptr;
     }
-    ktxTexture* texture = nullptr;
-    const KTX_error_code code =
-        ktxTexture_CreateFromMemory(bytes, size, KTX_TEXTURE_CREATE_LOAD_IMAGE_DATA_BIT, &texture);
-    if (code == KTX_SUCCESS) return KtxTexturePtr(texture);
+    KTX_error_code code = KTX_SUCCESS;
+    KtxTexturePtr texture = isKtx1OfRgb5A1(bytes) ? openRgb5A1(bytes, size, code) : openBytes(bytes, size, code);
+    if (texture) return texture;
     fault.code = code;
     fault.reason = ktxErrorText(code);
     return nullptr;
@@ -222,8 +254,8 @@ private:
         return code == KTX_SUCCESS ? offset : ktxTexture_GetDataSize(&_texture); // not reached with valid indices
     }
 
-    /** The image's own pixels, `size` bytes of them and filling behind if OSG counts with more: for PVRTC it takes
-     * blocks for twice their size. */
+    /** The image's own pixels, `size` bytes of them and filling behind where OSG counts with more: for PVRTC it takes
+     * blocks for twice their size. For others it is not asked, because about ASTC it writes lines to the log. */
     unsigned char* allocate(std::size_t size, const osg::Image::MipmapDataType& offsets, osg::Image& image) const
     {
         const auto setPixels = [&](unsigned char* pixels)
@@ -234,7 +266,7 @@ private:
             image.setMipmapLevels(offsets);
         };
         setPixels(nullptr);
-        const std::size_t counted = image.getTotalSizeInBytesIncludingMipmaps();
+        const std::size_t counted = _block.leastCount > 1 ? image.getTotalSizeInBytesIncludingMipmaps() : size;
         auto* pixels = new unsigned char[std::max(size, counted)];
         if (counted > size) std::memset(pixels + size, 0, counted - size);
         setPixels(pixels);
@@ -272,15 +304,28 @@ osg::ref_ptr<osg::Image> imagesOf(const ktxTexture& texture, const TextureCopier
 }
 
 /** A sequence's images are told as well: they may go their own ways. */
-void setUserValues(const ktxTexture& texture, osg::Image& image)
+template <typename Value>
+void setUserValue(osg::Image& image, const char* name, const Value& value)
 {
-    if (texture.isCubemap) image.setUserValue("KTXcubemap", true);
-    const std::string swizzle = metadata(texture, KTX_SWIZZLE_KEY);
-    if (swizzle.empty() || swizzle == "rgba") return;
-    image.setUserValue("KTXswizzle", swizzle);
+    image.setUserValue(name, value);
     if (auto* sequence = dynamic_cast<osg::ImageSequence*>(&image))
         for (unsigned int i = 0; i < sequence->getNumImageData(); ++i)
-            sequence->getImage(static_cast<int>(i))->setUserValue("KTXswizzle", swizzle);
+            sequence->getImage(static_cast<int>(i))->setUserValue(name, value);
+}
+
+void setUserValues(const ktxTexture& texture, bool isPremultiplied, osg::Image& image)
+{
+    if (texture.isCubemap) image.setUserValue("KTXcubemap", true);
+    if (isPremultiplied) setUserValue(image, "KTXpremultipliedAlpha", true);
+    const std::string swizzle = metadata(texture, KTX_SWIZZLE_KEY);
+    if (!swizzle.empty() && swizzle != "rgba") setUserValue(image, "KTXswizzle", swizzle);
+}
+
+/** KTX 1 cannot say so. Transcoding forgets it. */
+bool isPremultiplied(ktxTexture& texture)
+{
+    return texture.classId == ktxTexture2_c &&
+           ktxTexture2_GetPremultipliedAlpha(reinterpret_cast<ktxTexture2*>(&texture));
 }
 
 } // namespace
@@ -291,6 +336,7 @@ osg::ref_ptr<osg::Image> readKtx(const unsigned char* bytes, std::size_t size, c
     const KtxTexturePtr texture = openTexture(bytes, size, fault);
     if (!texture) return nullptr;
 
+    const bool hasPremultipliedAlpha = isPremultiplied(*texture);
     const bool isBasis = ktxTexture_NeedsTranscoding(texture.get());
     if (isBasis && !transcode(*texture, options, fault)) return nullptr;
     const std::optional<KtxImageFormat> format = formatOf(*texture, fault);
@@ -300,7 +346,7 @@ osg::ref_ptr<osg::Image> readKtx(const unsigned char* bytes, std::size_t size, c
     const TextureCopier copier(*texture, *format);
     if (!copier.sizesAgree(fault)) return nullptr;
     const osg::ref_ptr<osg::Image> image = imagesOf(*texture, copier);
-    setUserValues(*texture, *image);
+    setUserValues(*texture, hasPremultipliedAlpha, *image);
     return image;
 }
 

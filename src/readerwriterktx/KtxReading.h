@@ -25,7 +25,8 @@ struct KtxFault
  * TOP_LEFT. Rows have no padding.
  *
  * What osg::Image has no place for stands in its user values: "KTXcubemap" (bool) for the faces of a cube map,
- * "KTXswizzle" (string, like "rrrg"), which is not applied.
+ * "KTXpremultipliedAlpha" (bool) where the colours are multiplied by alpha already, "KTXswizzle" (string, like "rrrg"),
+ * which is not applied.
  *
  * Thread: any, several at once. May throw (no memory). */
 [[nodiscard]] osg::ref_ptr<osg::Image> readKtx(const unsigned char* bytes, std::size_t size,

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace mvgeo
 {
@@ -41,41 +42,32 @@ KtxImageFormat formatOf(const osg::Image& image)
     return {image.getInternalTextureFormat(), image.getPixelFormat(), image.getDataType()};
 }
 
-constexpr char kLuminance[] = "rrr1";
-constexpr char kLuminanceAlpha[] = "rrrg";
-
 bool isSwizzle(const std::string& text)
 {
     return text.size() == 4 && text.find_first_not_of("rgba01") == std::string::npos;
 }
 
-/** How the channels that Vulkan has are meant: as reading an image has found it, or else how red and green stand for
- * what OpenGL's older formats call otherwise. Empty for all others. */
+/** How the channels that Vulkan has are meant: as reading an image has found it, or else as its format means them.
+ * Empty where they mean what they are. */
 std::string swizzleOf(const osg::Image& image)
 {
     std::string read;
     if (image.getUserValue("KTXswizzle", read) && isSwizzle(read)) return read;
-    const auto internalFormat = static_cast<GLenum>(image.getInternalTextureFormat());
-    if (internalFormat == GL_INTENSITY || internalFormat == GL_INTENSITY8) return "rrrr";
-    switch (image.getPixelFormat())
-    {
-    case GL_LUMINANCE:
-        return kLuminance;
-    case GL_LUMINANCE_ALPHA:
-        return kLuminanceAlpha;
-    case GL_ALPHA:
-        return "000r";
-    default:
-        return {};
-    }
+    return swizzleOf(formatOf(image));
+}
+
+bool isPremultiplied(const osg::Image& image)
+{
+    bool is = false;
+    return image.getUserValue("KTXpremultipliedAlpha", is) && is;
 }
 
 /** The same after encoding, which puts one channel into all three colours, and the second of two into alpha. */
 std::string encodedSwizzle(std::string swizzle, unsigned int channels)
 {
-    if (channels == 1 && swizzle == kLuminance) return {};
+    if (channels == 1 && swizzle == "rrr1") return {};
     if (channels != 2) return swizzle;
-    if (swizzle == kLuminanceAlpha) return {};
+    if (swizzle == "rrrg") return {};
     std::replace(swizzle.begin(), swizzle.end(), 'g', 'a');
     return swizzle;
 }
@@ -102,12 +94,36 @@ KtxTexture2Ptr create(ktxTextureCreateInfo info, KTX_error_code& code)
     return KtxTexture2Ptr(texture);
 }
 
+/** The format with its channels in the order that the encoder takes: blue is last there. */
+std::uint32_t encodableFormat(std::uint32_t vkFormat)
+{
+    switch (vkFormat)
+    {
+    case vk::kB8G8R8Unorm:
+        return vk::kR8G8B8Unorm;
+    case vk::kB8G8R8Srgb:
+        return vk::kR8G8B8Srgb;
+    case vk::kB8G8R8A8Unorm:
+        return vk::kR8G8B8A8Unorm;
+    case vk::kB8G8R8A8Srgb:
+        return vk::kR8G8B8A8Srgb;
+    default:
+        return vkFormat;
+    }
+}
+
+void swapRedAndBlue(std::vector<unsigned char>& pixels, unsigned int bytesOfPixel)
+{
+    for (std::size_t at = 0; at + 2 < pixels.size(); at += bytesOfPixel)
+        std::swap(pixels[at], pixels[at + 2]);
+}
+
 /** A texture under construction, and where its pixels come from. */
 class TextureBuilder
 {
 public:
-    TextureBuilder(const std::vector<const osg::Image*>& images, bool isCubeMap)
-        : _images(images), _reference(*images.front()), _isCubeMap(isCubeMap)
+    TextureBuilder(const std::vector<const osg::Image*>& images, bool isCubeMap, bool isToBeEncoded)
+        : _images(images), _reference(*images.front()), _isCubeMap(isCubeMap), _isToBeEncoded(isToBeEncoded)
     {
     }
 
@@ -133,6 +149,12 @@ public:
         if (!swizzle.empty() && swizzle != "rgba") addKeyValue(KTX_SWIZZLE_KEY, swizzle);
     }
 
+    void addPremultiplication()
+    {
+        ktx_uint32_t* descriptor = _texture->pDfd + 1; // behind its total size
+        if (isPremultiplied(_reference)) KHR_DFDSETVAL(descriptor, FLAGS, KHR_DF_FLAG_ALPHA_PREMULTIPLIED);
+    }
+
     [[nodiscard]] ktxTexture2& texture() const { return *_texture; }
 
 private:
@@ -144,6 +166,7 @@ private:
         if (block)
         {
             _block = *block;
+            _storedFormat = _isToBeEncoded ? encodableFormat(_vkFormat) : _vkFormat;
             return true;
         }
         KtxLog(osg::WARN) << "No VkFormat for GL internal format: "
@@ -164,7 +187,7 @@ private:
     {
         const auto count = static_cast<unsigned int>(_images.size());
         ktxTextureCreateInfo info = {};
-        info.vkFormat = _vkFormat;
+        info.vkFormat = _storedFormat;
         info.baseWidth = static_cast<unsigned int>(_reference.s());
         info.baseHeight = static_cast<unsigned int>(_reference.t());
         info.baseDepth = static_cast<unsigned int>(_reference.r());
@@ -234,10 +257,11 @@ private:
         for (unsigned int z = 0; z < sizeAt(_reference.r(), level); ++z)
         {
             const unsigned char* pixels = image.getMipmapData(level) + z * rows.count * pitch;
-            if (pitch != rows.bytes || isTurned(image))
+            if (pitch != rows.bytes || isTurned(image) || _storedFormat != _vkFormat)
             {
                 slice.resize(rows.size());
                 (isTurned(image) ? copyRowsFlipped : copyRows)(rows, pixels, pitch, slice.data());
+                if (_storedFormat != _vkFormat) swapRedAndBlue(slice, _block.bytes);
                 pixels = slice.data();
             }
             const KTX_error_code code = ktxTexture_SetImageFromMemory(reinterpret_cast<ktxTexture*>(_texture.get()),
@@ -247,14 +271,18 @@ private:
         return KTX_SUCCESS;
     }
 
-    /** Whether a level of a format with a least number of blocks has fewer: OSG does not know of it. */
+    /** Whether a level of a format with a least number of blocks may have fewer: OSG, which does not know of it, takes
+     * memory for an image as it counts. */
     [[nodiscard]] bool hasTooFewBytes(const osg::Image& image, unsigned int level, std::size_t size) const
     {
         if (_block.leastCount <= 1) return false;
         const std::size_t begin = image.getMipmapOffset(level);
         const bool isLast = level + 1 >= levelCountOf(image);
-        const std::size_t end = isLast ? image.getTotalSizeInBytesIncludingMipmaps() : image.getMipmapOffset(level + 1);
-        return end < begin + size;
+        if (!isLast) return image.getMipmapOffset(level + 1) < begin + size;
+        const auto allocated = osg::Image::computeImageSizeInBytes(
+            static_cast<int>(sizeAt(image.s(), level)), static_cast<int>(sizeAt(image.t(), level)),
+            static_cast<int>(sizeAt(image.r(), level)), image.getPixelFormat(), image.getDataType());
+        return allocated < size * sizeAt(image.r(), level);
     }
 
     /** From row to row in the image: only rows of pixels may have something behind them, and a row length of their own
@@ -283,7 +311,9 @@ private:
     const std::vector<const osg::Image*>& _images;
     const osg::Image& _reference;
     const bool _isCubeMap;
-    std::uint32_t _vkFormat = 0;
+    const bool _isToBeEncoded;
+    std::uint32_t _vkFormat = 0;     // of the images
+    std::uint32_t _storedFormat = 0; // of the texture
     KtxBlock _block = {};
     KtxTexture2Ptr _texture;
 };
@@ -341,9 +371,10 @@ std::string writeKtx(const std::vector<const osg::Image*>& images, bool isCubeMa
         KtxLog(osg::WARN) << "No pixels to save to KTX texture";
         return {};
     }
-    TextureBuilder builder(images, isCubeMap);
+    TextureBuilder builder(images, isCubeMap, settings.useBasis);
     if (!builder.build()) return {};
     builder.addSwizzle(settings.useBasis && compress(builder.texture(), settings));
+    builder.addPremultiplication();
     return bytesOf(builder.texture());
 }
 

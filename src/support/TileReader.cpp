@@ -1,5 +1,7 @@
 #include "support/TileReader.h"
 
+#include "support/TileImages.h"
+
 #include <osgDB/FileNameUtils>
 #include <osgDB/FileUtils>
 #include <osgDB/Registry>
@@ -11,6 +13,8 @@
 #include <stdexcept>
 #include <streambuf>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 
 using ReadResult = osgDB::ReaderWriter::ReadResult;
@@ -35,11 +39,23 @@ public:
 
     [[nodiscard]] bool hasOverrun() const { return _hasOverrun; }
 
+    /** How many bytes of the file lie at this place in memory, where there is room for `room` of them or for those
+     * alone; 0 if none do. The place may have been let go since a read to it, and taken for something else: so it must
+     * hold what was read. */
+    [[nodiscard]] std::size_t bytesAt(const void* target, std::size_t room) const
+    {
+        const auto found = _pieces.find(target);
+        if (found == _pieces.end()) return 0;
+        const std::string_view piece = found->second;
+        return std::memcmp(target, piece.data(), std::min(room, piece.size())) == 0 ? piece.size() : 0;
+    }
+
 protected:
     std::streamsize xsgetn(char* target, std::streamsize size) override
     {
         const std::streamsize got = std::min<std::streamsize>(size, egptr() - gptr());
         std::memcpy(target, gptr(), static_cast<std::size_t>(got));
+        if (got > kLongestNumber) _pieces[target] = {gptr(), static_cast<std::size_t>(got)};
         setg(eback(), gptr() + got, egptr()); // gbump() counts in int
         if (got == size) return size;
         if (_hasOverrun) throw std::runtime_error(kEndsTooEarly);
@@ -62,6 +78,7 @@ protected:
 
 private:
     bool _hasOverrun = false;
+    std::unordered_map<const void*, std::string_view> _pieces; // by where they were read to
 };
 
 /** True if the header names a compressor. It consists of five numbers of four bytes, then the name's length and the
@@ -86,7 +103,11 @@ ReadResult readBinary(osgDB::ReaderWriter& reader, std::string& bytes, const std
     std::istream guarded(&guard);
     guarded.exceptions(std::ios::badbit); // lets the guard's exception through
     ReadResult result = reader.readNode(guarded, local);
-    return guard.hasOverrun() && !mayOverrun ? ReadResult(std::string(kEndsTooEarly)) : result;
+    if (guard.hasOverrun() && !mayOverrun) return ReadResult(std::string(kEndsTooEarly));
+    if (!result.validNode()) return result;
+    const std::string fault = completeImages(*result.getNode(), [&guard](const void* target, std::size_t room)
+                                             { return guard.bytesAt(target, room); });
+    return fault.empty() ? result : ReadResult(fault);
 }
 
 bool isHandled(const ReadResult& result)

@@ -4,6 +4,7 @@
 #include "readerwriterktx/guard/KtxHeaderCheck.h"
 
 #include "fuzz/FuzzTarget.h"
+#include "support/ImageBytes.h"
 
 #include <osg/ImageSequence>
 #include <osg/Notify>
@@ -74,7 +75,7 @@ std::vector<unsigned char> bytesOf(const osg::Image& image)
     if (!sequence)
     {
         require(image.data() != nullptr, "an image has pixels");
-        const std::size_t size = image.getTotalSizeInBytesIncludingMipmaps();
+        const std::size_t size = mvgeo::imageBytes(image);
         require(size <= mvgeo::kLargestImage, "no image is larger than the limit");
         return {image.data(), image.data() + size};
     }

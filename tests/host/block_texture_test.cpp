@@ -53,6 +53,23 @@ Bytes fourColours()
     return joined({bc1(kRed), bc1(kGreen), bc1(kBlue), bc1(kWhite)});
 }
 
+/** A block of BC7 in mode 5 that is orange everywhere: seven bits for each of both colours, eight for each alpha. */
+Bytes orangeBc7()
+{
+    Bytes block(16, 0);
+    const auto put = [&block](unsigned int place, unsigned int count, unsigned int value)
+    {
+        for (unsigned int bit = 0; bit < count; ++bit)
+            if ((value >> bit & 1U) != 0U)
+                block[(place + bit) / 8] |= static_cast<unsigned char>(1U << (place + bit) % 8);
+    };
+    put(5, 1, 1);                  // the mode: five zeros and a one; then two bits of rotation
+    put(8, 14, 127U | 127U << 7U); // red of both colours
+    put(22, 14, 64U | 64U << 7U);  // green
+    put(50, 16, 0xFFFF);           // alpha; blue stays 0
+    return block;
+}
+
 /** A texture in blocks as the library hands it over. */
 class BlockImage : public KdGiGeoMeshImage
 {
@@ -180,18 +197,7 @@ TEST_F(BlockTexture, NumbersAreDrawnAsTheyAreThoughTheFormatCallsThemSrgb)
 // OSG has no name for this format, so that its own upload would not do. The block says: one colour, orange.
 TEST_F(BlockTexture, TheInternalFormatTellsWhatTheBlocksMean)
 {
-    Bytes mode5(16, 0); // BC7, mode 5: seven bits for each of both colours, eight for each alpha
-    const auto put = [&mode5](unsigned int place, unsigned int count, unsigned int value)
-    {
-        for (unsigned int bit = 0; bit < count; ++bit)
-            if ((value >> bit & 1U) != 0U)
-                mode5[(place + bit) / 8] |= static_cast<unsigned char>(1U << (place + bit) % 8);
-    };
-    put(5, 1, 1);                  // the mode: five zeros and a one; then two bits of rotation
-    put(8, 14, 127U | 127U << 7U); // red of both colours
-    put(22, 14, 64U | 64U << 7U);  // green
-    put(50, 16, 0xFFFF);           // alpha; blue stays 0
-    draw(std::make_unique<BlockImage>(4, kBptc, GL_COMPRESSED_RGBA8_ETC2_EAC, mode5));
+    draw(std::make_unique<BlockImage>(4, kBptc, GL_COMPRESSED_RGBA8_ETC2_EAC, orangeBc7()));
     if (cache.undrawableCount() > 0) GTEST_SKIP() << "OpenGL here does not take BC7";
     EXPECT_EQ(at(32, 32)[0], 255);
     EXPECT_NEAR(at(32, 32)[1], 129, 1); // 64 of 127
@@ -213,6 +219,19 @@ TEST_F(BlockTexture, BlocksThatOpenGlDoesNotTakeAreDecodedByTheHost)
     EXPECT_EQ(cache.undrawableCount(), 0U);
 }
 
+// 13 x 13 pixels are 4 x 4 blocks; OSG counts the bytes of 13 x 13 pixels, which the card refuses.
+TEST_F(BlockTexture, BlocksWhoseSidesAreNoMultipleOfFourAreDrawn)
+{
+    draw(std::make_unique<BlockImage>(4, kBptc, GL_COMPRESSED_RGBA8_ETC2_EAC, orangeBc7()));
+    if (cache.undrawableCount() > 0) GTEST_SKIP() << "OpenGL here does not take BC7";
+    cache = TextureCache();
+    draw(std::make_unique<BlockImage>(13, kBptc, GL_COMPRESSED_RGBA8_ETC2_EAC,
+                                      joined(std::vector<Bytes>(16, orangeBc7()))));
+    EXPECT_EQ(cache.undrawableCount(), 0U);
+    EXPECT_EQ(at(32, 32)[0], 255);
+    EXPECT_NEAR(at(32, 32)[1], 129, 1); // 64 of 127
+}
+
 TEST_F(BlockTexture, BlocksAreGivenBackWhenTheCardHasThem)
 {
     int deleted = 0;
@@ -228,6 +247,16 @@ TEST(HostTextureCache, CountsTheBytesOfBlocks)
                                                                   GL_COMPRESSED_RGB_S3TC_DXT1_EXT, fourColours()));
     cache.loadPending();
     EXPECT_EQ(cache.byteCount(), 32U); // four blocks of eight
+}
+
+TEST(HostTextureCache, CountsTheBytesOfBlocksThatReachBeyondTheSides)
+{
+    TextureCache cache;
+    const Bytes sixteen = joined(std::vector<Bytes>(16, bc1(kRed)));
+    const auto texture = cache.adopt(
+        std::make_unique<BlockImage>(13, GL_COMPRESSED_RGB_S3TC_DXT1_EXT, GL_COMPRESSED_RGB_S3TC_DXT1_EXT, sixteen));
+    cache.loadPending();
+    EXPECT_EQ(cache.byteCount(), 128U); // 4 x 4 blocks of eight
 }
 
 TEST(DecodeBlocks, Bc1MixesItsColoursByThirds)
@@ -254,6 +283,20 @@ TEST(DecodeBlocks, Bc3HasAlphaOfItsOwn)
     ASSERT_TRUE(pixels);
     EXPECT_EQ(pixelOf(*pixels, 0, 0), (Rgba{0, 255, 0, 200}));
     EXPECT_EQ(pixelOf(*pixels, 1, 0), (Rgba{0, 255, 0, 40}));
+}
+
+// 5 x 6 pixels lie in 2 x 2 blocks.
+TEST(DecodeBlocks, FindsTheBlockOfEachPixelWhateverTheSides)
+{
+    const auto pixels = decodeBlocks(*imageOf(5, 6, GL_COMPRESSED_RGB_S3TC_DXT1_EXT, fourColours()));
+    ASSERT_TRUE(pixels);
+    for (int row = 0; row < 6; ++row)
+        for (int column = 0; column < 5; ++column)
+        {
+            const Rgba below = column < 4 ? Rgba{255, 0, 0, 255} : Rgba{0, 255, 0, 255};
+            const Rgba above = column < 4 ? Rgba{0, 0, 255, 255} : Rgba{255, 255, 255, 255};
+            EXPECT_EQ(pixelOf(*pixels, column, row), row < 4 ? below : above) << column << ", " << row;
+        }
 }
 
 TEST(DecodeBlocks, LeavesOtherFormatsAlone)

@@ -82,6 +82,8 @@ TEST(TextureHeader, NamesTheBasisEncodings)
     EXPECT_EQ(parseTextureHeader(ktx2(0, 1, 163, 1), "a").compression, "ETC1S, BasisLZ");
     EXPECT_EQ(parseTextureHeader(ktx2(0, 0, 166, 1), "a").compression, "UASTC");
     EXPECT_EQ(parseTextureHeader(ktx2(0, 2, 166, 1), "a").compression, "UASTC, zstd");
+    EXPECT_EQ(parseTextureHeader(ktx2(1000066000, 2, 167, 1), "a").compression, "UASTC HDR 4x4, zstd");
+    EXPECT_EQ(parseTextureHeader(ktx2(0, 0, 168, 1), "a").compression, "UASTC HDR 6x6");
     EXPECT_EQ(parseTextureHeader(ktx2(0, 9, 1, 1), "a").compression, "unknown scheme 9");
 }
 

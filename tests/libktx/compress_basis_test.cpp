@@ -91,6 +91,19 @@ TEST(CompressBasis, TakesOneToFourChannelsInBothTransferFunctions)
     }
 }
 
+TEST(CompressBasis, KeepsTheMarkOfPremultipliedAlpha)
+{
+    for (const bool uastc : {false, true})
+    {
+        const Ktx2Ptr texture = makePictureKtx2(vk::kR8G8B8A8Unorm, {});
+        EXPECT_FALSE(ktxTexture2_GetPremultipliedAlpha(texture.get()));
+        ktx_uint32_t* descriptor = texture->pDfd + 1;
+        KHR_DFDSETVAL(descriptor, FLAGS, KHR_DF_FLAG_ALPHA_PREMULTIPLIED);
+        ASSERT_EQ(compress(texture, basisParams(uastc)), KTX_SUCCESS);
+        EXPECT_TRUE(ktxTexture2_GetPremultipliedAlpha(readKtx2(written(ktxTexture(texture.get()))).get())) << uastc;
+    }
+}
+
 // The first channel goes into all three colours, the second into alpha.
 TEST(CompressBasis, SpreadsTwoChannelsOverColourAndAlpha)
 {

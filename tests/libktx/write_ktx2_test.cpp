@@ -116,6 +116,23 @@ TEST(WriteKtx2, KeepsTheNameOfTheApplicationThatFilledTheTexture)
     EXPECT_THAT(valueOf(readKtx2(written(ktxTexture(texture.get()))), "KTXwriter"), StartsWith("painter 7 / libktx v"));
 }
 
+// A texture that was read carries the whole name.
+TEST(WriteKtx2, NamesTheLibraryOnceHoweverOftenAFileIsRewritten)
+{
+    Ktx2Ptr texture = makeFilledKtx2(vk::kR8Unorm, {});
+    setValue(texture, "KTXwriter", "painter 7");
+    const KtxBytes once = written(ktxTexture(texture.get()));
+    const std::string name = valueOf(readKtx2(once), "KTXwriter");
+    KtxBytes again = once;
+    for (int round = 0; round < 3; ++round)
+    {
+        texture = readKtx2(again);
+        again = written(ktxTexture(texture.get()));
+        EXPECT_EQ(valueOf(readKtx2(again), "KTXwriter"), name);
+    }
+    EXPECT_EQ(again, once);
+}
+
 TEST(WriteKtx2, SortsTheKeysByCodePoint)
 {
     const Ktx2Ptr texture = makeFilledKtx2(vk::kR8Unorm, {});

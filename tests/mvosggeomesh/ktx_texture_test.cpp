@@ -1,4 +1,6 @@
+#include "mvosggeomesh/KdDbGeoMeshImage.h"
 #include "mvosggeomesh/TiledModelFixture.h"
+#include "support/ImageBytes.h"
 #include "support/VisitorGeometry.h"
 
 #include <osg/Geode>
@@ -9,6 +11,11 @@
 #include <filesystem>
 #include <initializer_list>
 #include <numeric>
+#include <set>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -77,7 +84,8 @@ struct KtxTextures : public TiledModelFixture
         return ktx && ktx->writeImage(image, bytes, optionsOf(settings)).success() ? bytes.str() : std::string();
     }
 
-    std::string write(const osg::ref_ptr<osg::Image>& image, Settings settings, const char* hint = "IncludeFile")
+    std::string write(const osg::ref_ptr<osg::Image>& image, Settings settings, const char* hint = "IncludeFile",
+                      const std::string& name = "Tile.osgb")
     {
         const osg::ref_ptr<osg::Geometry> square = makeSquare(0, 0, 0, 100);
         square->getOrCreateStateSet()->setTextureAttribute(0, new osg::Texture2D(image));
@@ -85,7 +93,7 @@ struct KtxTextures : public TiledModelFixture
         geode->addDrawable(square);
         const osg::ref_ptr<osgDB::Options> options = optionsOf(settings);
         options->setPluginStringData("WriteImageHint", hint);
-        const std::string path = folder / "Tile.osgb";
+        const std::string path = folder / name;
         EXPECT_TRUE(osgDB::writeNodeFile(*geode, path, options));
         return path;
     }
@@ -124,7 +132,7 @@ struct KtxTextures : public TiledModelFixture
         EXPECT_EQ(pixels.internalFormat, static_cast<unsigned int>(image.getInternalTextureFormat()));
         EXPECT_EQ(pixels.pixelFormat, image.getPixelFormat());
         EXPECT_EQ(pixels.dataType, image.getDataType());
-        EXPECT_EQ(pixels.bytes, Bytes(image.data(), image.data() + image.getTotalSizeInBytes()));
+        EXPECT_EQ(pixels.bytes, Bytes(image.data(), image.data() + mvgeo::levelBytes(image)));
     }
 
     /** Before and after the cache bit by bit what went into the tile. */
@@ -152,6 +160,40 @@ struct KtxTextures : public TiledModelFixture
         EXPECT_GT(last.b(), 0.9F);
     }
 };
+
+/** A format whose blocks have these pixels and bytes. */
+struct BlockFormat
+{
+    const char* name;
+    GLenum pixelFormat;
+    GLint internalFormat; // 0: the same
+    int width, height, bytes;
+};
+
+constexpr BlockFormat kBlockFormats[] = {
+    {"BC1", GL_COMPRESSED_RGB_S3TC_DXT1_EXT, 0, 4, 4, 8},
+    {"BC3", GL_COMPRESSED_RGBA_S3TC_DXT5_EXT, 0, 4, 4, 16},
+    {"BC3 in sRGB", GL_COMPRESSED_RGBA_S3TC_DXT5_EXT, 0x8C4F, 4, 4, 16},
+    {"BC4", GL_COMPRESSED_RED_RGTC1_EXT, 0, 4, 4, 8},
+    {"BC5", GL_COMPRESSED_RED_GREEN_RGTC2_EXT, 0, 4, 4, 16},
+    {"BC7", GL_COMPRESSED_RGBA8_ETC2_EAC, 0x8E8C, 4, 4, 16},
+    {"ETC2", GL_COMPRESSED_RGB8_ETC2, 0, 4, 4, 8},
+    {"EAC", GL_COMPRESSED_RG11_EAC, 0, 4, 4, 16},
+    {"ASTC 4x4", GL_COMPRESSED_RGBA_ASTC_4x4_KHR, 0, 4, 4, 16},
+    {"ASTC 6x6", GL_COMPRESSED_RGBA_ASTC_6x6_KHR, 0, 6, 6, 16},
+    {"ASTC 10x5", GL_COMPRESSED_SRGB8_ALPHA8_ASTC_10x5_KHR, 0, 10, 5, 16},
+    {"ASTC 12x12", GL_COMPRESSED_RGBA_ASTC_12x12_KHR, 0, 12, 12, 16},
+};
+
+osg::ref_ptr<osg::Image> makeBlocks(const BlockFormat& format, int width, int height)
+{
+    const int columns = (width + format.width - 1) / format.width;
+    const int rows = (height + format.height - 1) / format.height;
+    osg::ref_ptr<osg::Image> image =
+        makeBytes(width, height, format.pixelFormat, counting(static_cast<std::size_t>(columns * rows * format.bytes)));
+    if (format.internalFormat != 0) image->setInternalTextureFormat(format.internalFormat);
+    return image;
+}
 
 constexpr auto kBc1 = static_cast<GLenum>(GL_COMPRESSED_RGB_S3TC_DXT1_EXT);
 
@@ -321,4 +363,127 @@ TEST_F(KtxTextures, WithAnyByteChangedLeaveTheTileThere)
         ASSERT_TRUE(other.converge());
         ASSERT_EQ(other.receiver.meshes().size(), 1U);
     }
+}
+
+// OSG counts pixels where there are blocks: 63 bytes of 96 for 13 x 9 in BC1, none at all for ASTC 6x6.
+TEST_F(KtxTextures, OfAnyBlocksAndSidesReachTheHostTwiceWithoutAWord)
+{
+    for (const BlockFormat& format : kBlockFormats)
+        for (const auto& [width, height] : {std::pair{13, 9}, {16, 8}, {1, 1}, {2, 7}})
+        {
+            SCOPED_TRACE(testing::Message() << format.name << ", " << width << " x " << height);
+            const osg::ref_ptr<osg::Image> image = makeBlocks(format, width, height);
+            const std::string name =
+                std::string(format.name) + std::to_string(width) + 'x' + std::to_string(height) + ".osgb";
+            const std::string path = write(image, kRaw, "IncludeFile", name);
+            log.clear();
+            ModelDriver one;
+            one.view = fromAbove();
+            ASSERT_EQ(one.add(path), 0);
+            for (const char* when : {"before the cache", "after it"})
+            {
+                SCOPED_TRACE(when);
+                ASSERT_TRUE(one.converge());
+                ASSERT_EQ(one.receiver.meshes().size(), 1U);
+                expectSame(one.receiver.meshes().front()->pixels(), *image);
+                one.receiver.forget();
+            }
+            EXPECT_EQ(log.count(osg::WARN, ""), 0) << log.lines().front().text;
+        }
+}
+
+// What the name's own format cannot hold lies beside it.
+TEST_F(KtxTextures, WithAnyNameComeBackWithTheirBlocksAndTheirAlpha)
+{
+    std::vector<std::pair<std::string, osg::ref_ptr<osg::Image>>> images;
+    for (const BlockFormat& format : kBlockFormats)
+        if (std::string(format.name).find("ASTC") == std::string::npos) // OSG stores no pixels of these in a tile
+            images.emplace_back(format.name, makeBlocks(format, 16, 8));
+    images.emplace_back("RGBA", makeBytes(7, 5, GL_RGBA, counting(140)));
+    images.emplace_back("BGRA", makeBytes(7, 5, GL_BGRA, counting(140)));
+    images.emplace_back("luminance with alpha", makeBytes(7, 5, GL_LUMINANCE_ALPHA, counting(70)));
+    images.emplace_back("alpha", makeBytes(7, 5, GL_ALPHA, counting(35)));
+    int tile = 0;
+    for (const auto& [kind, image] : images)
+        for (const char* file : {"photo.jpg", "photo.JPG", "photo.png", "photo.tga", "photo.bmp", "photo.dds", "photo",
+                                 "photo.unknown", "a/b.c/photo.jpeg"})
+        {
+            SCOPED_TRACE(kind + " in " + file);
+            image->setFileName(file);
+            const std::string path = write(image, kRaw, "IncludeData", "Tile" + std::to_string(++tile) + ".osgb");
+            log.clear();
+            ModelDriver one;
+            one.view = fromAbove();
+            ASSERT_EQ(one.add(path), 0);
+            ASSERT_TRUE(one.converge());
+            ASSERT_EQ(one.receiver.meshes().size(), 1U);
+            const RecordedPixels first = one.receiver.meshes().front()->pixels();
+            expectSame(first, *image);
+            one.receiver.forget();
+            one.update();
+            ASSERT_EQ(one.receiver.meshes().size(), 1U);
+            const RecordedPixels again = one.receiver.meshes().front()->pixels();
+            EXPECT_EQ(again.width, first.width);
+            EXPECT_EQ(again.height, first.height);
+            EXPECT_EQ(again.pixelFormat, first.pixelFormat);
+            EXPECT_EQ(again.dataType, first.dataType);
+            EXPECT_EQ(again.bytes, first.bytes);
+            EXPECT_TRUE(again.internalFormat == first.internalFormat || !image->isCompressed());
+            EXPECT_EQ(log.count(osg::WARN, ""), 0) << log.lines().front().text;
+        }
+}
+
+// By pixels without end and sides that are no multiple of the block: the digest is over all bytes.
+TEST_F(KtxTextures, WithoutANameThatDifferInTheirLastBlockHaveDifferentKeys)
+{
+    std::set<std::string> keys;
+    for (const unsigned char last : {1, 2})
+        for (const BlockFormat& format : kBlockFormats)
+        {
+            const osg::ref_ptr<osg::Image> image = makeBlocks(format, 13, 9);
+            image->data()[0] = static_cast<unsigned char>(&format - kBlockFormats); // some have equally many bytes
+            image->data()[mvgeo::levelBytes(*image) - 1] = last;
+            image->setFileName("");
+            KdDbGeoMeshImage handedOver(7);
+            handedOver.setImage(image);
+            EXPECT_TRUE(keys.insert(handedOver.key()).second) << format.name << ": " << handedOver.key();
+        }
+}
+
+// OSG writes 63 of 96 bytes for 13 x 9 in BC1, and the host takes 96.
+TEST_F(KtxTextures, OfWhichTheTileHoldsTooFewBytesEndWithZeros)
+{
+    Bytes expected = counting(63);
+    const osg::ref_ptr<osg::Image> image = makeBytes(13, 9, kBc1, counting(96));
+    image->setFileName("photo.png");
+    driver.add(write(image, kRaw, "IncludeData"));
+    expected.resize(96);
+    EXPECT_EQ(shown().bytes, expected);
+    EXPECT_EQ(shownFromCache().bytes, expected);
+}
+
+TEST_F(KtxTextures, ThatClaimMoreThanTheTileHoldsRefuseTheTile)
+{
+    const osg::ref_ptr<osg::Image> image = makeBytes(16, 8, GL_RGB, counting(384));
+    image->setFileName("photo.png");
+    const std::string path = write(image, kRaw, "IncludeData");
+    const std::string sides("\x10\0\0\0\x08\0\0\0\x01\0\0\0", 12);
+    std::string tile = readFile(path);
+    const std::size_t at = tile.find(sides);
+    ASSERT_NE(at, std::string::npos);
+    ASSERT_EQ(tile.find(sides, at + 1), std::string::npos);
+    for (const auto& [place, byte, side] : {std::tuple{0, '\x11', "17 x 8"},
+                                            {4, '\x09', "16 x 9"},
+                                            {3, '\x40', "1073741840 x 8"},
+                                            {3, '\x80', "-2147483632 x 8"}})
+    {
+        SCOPED_TRACE(side);
+        std::string damaged = tile;
+        damaged[at + static_cast<std::size_t>(place)] = byte;
+        writeFile(path, damaged);
+        EXPECT_EQ(driver.add(path), -1);
+    }
+    writeFile(path, tile);
+    driver.add(path);
+    EXPECT_EQ(shown().bytes, counting(384));
 }

@@ -52,6 +52,18 @@ struct Textures : public TiledModelFixture
         ASSERT_TRUE(driver.converge());
         ASSERT_FALSE(receiver().meshes().empty());
     }
+    /** The meshes that the host holds; fails the test if they are not as many. */
+    std::vector<const RecordingMesh*> meshes(std::size_t count)
+    {
+        std::vector<const RecordingMesh*> held = receiver().meshes();
+        EXPECT_EQ(held.size(), count);
+        return held;
+    }
+    void expectOwnColours(std::size_t count)
+    {
+        for (const RecordingMesh* mesh : meshes(count))
+            expectOwnColour(*mesh);
+    }
     fs::path cache() { return fs::directory_iterator(folder / "temp/mesh")->path(); }
 };
 
@@ -60,9 +72,7 @@ struct Textures : public TiledModelFixture
 TEST_F(Textures, ReachTheHostWithTheirPixels)
 {
     converge({});
-    EXPECT_EQ(receiver().meshes().size(), 21U); // 1 + 4 + 16 squares
-    for (const RecordingMesh* mesh : receiver().meshes())
-        expectOwnColour(*mesh);
+    expectOwnColours(21); // 1 + 4 + 16 squares
 }
 
 TEST_F(Textures, AreDroppedFromTheSceneOnceTheyWereHandedOver)
@@ -78,9 +88,7 @@ TEST_F(Textures, AreReadFromTheCacheWhenTheHostAsksForEverythingAgain)
     {
         receiver().forget();
         driver.update();
-        EXPECT_EQ(receiver().meshes().size(), 21U);
-        for (const RecordingMesh* mesh : receiver().meshes())
-            expectOwnColour(*mesh);
+        expectOwnColours(21);
         EXPECT_EQ(imagesInScene(model().root()), 0);
     }
     expectCleanContract();
@@ -90,14 +98,14 @@ TEST_F(Textures, HaveTheSameKeyBeforeAndAfterTheCache)
 {
     converge({});
     std::set<std::string> before;
-    for (const RecordingMesh* mesh : receiver().meshes())
+    for (const RecordingMesh* mesh : meshes(21))
         before.insert(mesh->textureKey());
-    EXPECT_EQ(before.size(), 21U);
+    ASSERT_EQ(before.size(), 21U);
     EXPECT_TRUE(before.count(id("Tile_0_L1_3.png"))) << *before.begin();
     receiver().forget();
     driver.update();
     std::set<std::string> after;
-    for (const RecordingMesh* mesh : receiver().meshes())
+    for (const RecordingMesh* mesh : meshes(21))
         after.insert(mesh->textureKey());
     EXPECT_EQ(after, before);
 }
@@ -106,7 +114,7 @@ TEST_F(Textures, WithoutExtractionAreNotHandedOverButCanBeHadLater)
 {
     driver.extract = MvGeoMesh::kExtractGeometry;
     converge({});
-    for (const RecordingMesh* mesh : receiver().meshes())
+    for (const RecordingMesh* mesh : meshes(21))
     {
         EXPECT_FALSE(mesh->image);
         EXPECT_THAT(mesh->texCoords, testing::IsEmpty());
@@ -114,8 +122,7 @@ TEST_F(Textures, WithoutExtractionAreNotHandedOverButCanBeHadLater)
     driver.extract = MvGeoMesh::kExtractTextures;
     receiver().forget();
     driver.update();
-    for (const RecordingMesh* mesh : receiver().meshes())
-        expectOwnColour(*mesh);
+    expectOwnColours(21);
 }
 
 TEST_F(Textures, BesideTheTileAreFound)
@@ -123,8 +130,7 @@ TEST_F(Textures, BesideTheTileAreFound)
     TilePyramidOptions options;
     options.textures = TilePyramidOptions::Textures::named;
     converge(options);
-    for (const RecordingMesh* mesh : receiver().meshes())
-        expectOwnColour(*mesh);
+    expectOwnColours(21);
 }
 
 // They are cached as JPEG, so the pixels that come back are only nearly the same.
@@ -133,14 +139,14 @@ TEST_F(Textures, WithoutNameAreNamedByTheirPixels)
     TilePyramidOptions options{2};
     options.textures = TilePyramidOptions::Textures::unnamed;
     converge(options);
-    for (const RecordingMesh* mesh : receiver().meshes())
+    for (const RecordingMesh* mesh : meshes(5)) // 1 + 4
     {
         expectOwnColour(*mesh);
         EXPECT_THAT(mesh->textureKey(), testing::MatchesRegex("[0-9]+_[0-9]+\\.jpg"));
     }
     receiver().forget();
     driver.update();
-    for (const RecordingMesh* mesh : receiver().meshes())
+    for (const RecordingMesh* mesh : meshes(5))
     {
         const std::vector<unsigned char> colour =
             colourOf(static_cast<int>(mesh->vertices[2]), mesh->vertices[0], mesh->vertices[1]);
@@ -156,9 +162,8 @@ TEST_F(Textures, StandBesideUntexturedGeometry)
     options.addsUntextured = true;
     converge(options);
     int textured = 0;
-    for (const RecordingMesh* mesh : receiver().meshes())
+    for (const RecordingMesh* mesh : meshes(10))
         textured += mesh->image ? 1 : 0;
-    EXPECT_EQ(receiver().meshes().size(), 10U);
     EXPECT_EQ(textured, 5);
 }
 
@@ -198,8 +203,7 @@ TEST_F(Textures, SurviveACacheThatCannotBeWritten)
     ASSERT_EQ(driver.add(data.rootFile()), 0);
     driver.view = fromAbove();
     ASSERT_TRUE(driver.converge());
-    for (const RecordingMesh* mesh : receiver().meshes())
-        expectOwnColour(*mesh);
+    expectOwnColours(5);
     receiver().forget();
     EXPECT_TRUE(driver.update());
     EXPECT_EQ(receiver().meshes().size(), 5U);
@@ -267,9 +271,7 @@ TEST_F(Textures, SurviveACacheFolderThatIsADevice)
     ASSERT_EQ(driver.add(data.rootFile()), 0);
     driver.view = fromAbove();
     ASSERT_TRUE(driver.converge());
-    EXPECT_EQ(receiver().meshes().size(), 5U);
-    for (const RecordingMesh* mesh : receiver().meshes())
-        expectOwnColour(*mesh);
+    expectOwnColours(5);
 }
 
 TEST_F(Textures, NamedButNotFoundGiveAMeshAllTheSame)
@@ -282,8 +284,7 @@ TEST_F(Textures, NamedButNotFoundGiveAMeshAllTheSame)
     ASSERT_EQ(driver.add(data.rootFile()), 0);
     driver.view = fromAbove();
     ASSERT_TRUE(driver.converge());
-    EXPECT_EQ(receiver().meshes().size(), 5U);
-    for (const RecordingMesh* mesh : receiver().meshes())
+    for (const RecordingMesh* mesh : meshes(5))
         EXPECT_TRUE(mesh->pixels().bytes.empty());
 }
 

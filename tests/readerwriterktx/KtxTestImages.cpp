@@ -1,6 +1,7 @@
 #include "readerwriterktx/KtxTestImages.h"
 
 #include "Ktx2Validation.h"
+#include "support/ImageBytes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -82,7 +83,7 @@ osg::ref_ptr<osg::Image> read(const std::string& bytes, const osgDB::Options* op
 
 std::vector<unsigned char> bytesOf(const osg::Image& image)
 {
-    return {image.data(), image.data() + image.getTotalSizeInBytesIncludingMipmaps()};
+    return {image.data(), image.data() + mvgeo::imageBytes(image)};
 }
 
 double psnr(const osg::Image& a, const osg::Image& b, unsigned int channels)

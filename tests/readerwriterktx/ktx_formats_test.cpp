@@ -2,6 +2,7 @@
 
 #include "FormatRegistries.h"
 #include "readerwriterktx/VkFormats.h"
+#include "support/ImageBytes.h"
 
 #include <gtest/gtest.h>
 
@@ -167,6 +168,29 @@ TEST(KtxFormats, OsgCountsTheBytesOfTheBlocks)
     }
 }
 
+// Whatever the sides: the one function that all others ask, and PVRTC too.
+TEST(KtxFormats, ImageBytesCountsTheBytesOfEveryFormat)
+{
+    for (const std::uint32_t format : carriedFormats())
+    {
+        SCOPED_TRACE(nameOf(format));
+        const KtxImageFormat names = *imageFormatOfVk(format);
+        const osg::ref_ptr<osg::Image> image = new osg::Image;
+        for (const int width : {1, 7, 12, 13, 64})
+            for (const int height : {1, 5, 9, 24, 64})
+            {
+                image->setImage(width, height, 3, names.internalFormat, names.pixelFormat, names.dataType, nullptr,
+                                osg::Image::NO_DELETE);
+                const auto size = [&](unsigned int w, unsigned int h)
+                { return bytesOfImage(*blockOfVk(format), w, h); };
+                EXPECT_EQ(mvgeo::imageBytes(*image), 3 * size(unsigned(width), unsigned(height)))
+                    << width << " x " << height;
+                EXPECT_EQ(mvgeo::sliceBytes(*image, 1),
+                          size(std::max(unsigned(width) / 2, 1U), std::max(unsigned(height) / 2, 1U)));
+            }
+    }
+}
+
 // OSG takes a block of 8 bytes for one of 16 when it counts blocks, and is right when it counts pixels.
 TEST(KtxFormats, OsgKnowsThePixelsOfPvrtcAndNotItsBlocks)
 {
@@ -262,7 +286,7 @@ TEST(KtxFormats, LibktxCountsTheSameBytesAndChannels)
 }
 
 // What the check of a KTX 1 header counts with. libktx refuses the older names: luminance, alpha, the unsized ones. It
-// takes the 16 bits of RGB5_A1 for 32, so that the reader refuses such a file for its size.
+// takes the 16 bits of RGB5_A1 for 32, so that the reader gives it another name.
 TEST(KtxFormats, LibktxCountsTheSameBytesInKtx1)
 {
     int created = 0;

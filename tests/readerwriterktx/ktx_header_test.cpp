@@ -120,6 +120,8 @@ TEST(KtxHeader, TheFormatDescriptorMustHoldWhatItSays)
                                      {"other bytes", kAt + 20, 1, 3, "does not fit format 37"},
                                      {"a second plane", kAt + 21, 1, 4, "does not fit format 37"},
                                      {"a fourth dimension", kAt + 19, 1, 1, "fourth dimension"},
+                                     {"newer Basis data", kAt + 12, 1, 167, "UASTC HDR 4x4"},
+                                     {"still newer Basis data", kAt + 12, 1, 168, "UASTC HDR 6x6"},
                                      {"Basis data with a format", kAt + 12, 1, 166, "only Basis data"},
                                      {"no format without Basis data", 12, 4, 0, "only Basis data"}});
     // A format that the table lacks goes by the descriptor alone, and that may not divide by zero.

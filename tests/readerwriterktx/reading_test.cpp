@@ -7,11 +7,13 @@
 
 #include <gtest/gtest.h>
 
+#include <osg/Texture>
 #include <osg/ValueObject>
 
 #include <algorithm>
 #include <functional>
 #include <thread>
+#include <utility>
 
 namespace
 {
@@ -33,14 +35,16 @@ struct Ktx1
     std::uint32_t glType, glTypeSize, glFormat, glInternalFormat, glBaseFormat;
     std::uint32_t width, height = 0, depth = 0, layers = 0, faces = 1, levelCount = 1;
     std::string key = {}, value = {};     // none if empty
+    bool valueHasEnd = true;              // a zero behind it
     std::vector<std::string> levels = {}; // with their padding; of a cube map one face after the other
     std::string build() const
     {
         std::string pair;
         if (!key.empty())
         {
-            append(pair, static_cast<std::uint32_t>(key.size() + value.size() + 2));
-            pair += key + '\0' + value + '\0';
+            const std::string both = key + '\0' + value + (valueHasEnd ? std::string(1, '\0') : std::string());
+            append(pair, static_cast<std::uint32_t>(both.size()));
+            pair += both;
             pair.resize((pair.size() + 3) / 4 * 4);
         }
         std::string file("\xABKTX 11\xBB\r\n\x1A\n");
@@ -168,6 +172,60 @@ TEST_F(KtxReading, SwapsBytesOfTheOtherKindOfMachine)
     EXPECT_EQ(bytesOf(*image), (std::vector<unsigned char>{0x34, 0x12, 0x78, 0x56}));
 }
 
+// 5, 5, 5 and 1 bits: two pixels a row, and one with two bytes of filling.
+TEST_F(KtxReading, Rgb5A1OfKtx1IsRead)
+{
+    for (const auto& [format, type] :
+         {std::pair{GL_RGBA, GL_UNSIGNED_SHORT_5_5_5_1}, {GL_BGRA, GL_UNSIGNED_SHORT_1_5_5_5_REV}})
+        for (const bool isBigEndian : {false, true})
+        {
+            SCOPED_TRACE(testing::Message() << type << (isBigEndian ? ", the other order" : ""));
+            Ktx1 file{
+                static_cast<std::uint32_t>(type), 2, static_cast<std::uint32_t>(format), GL_RGB5_A1, GL_RGBA, 2, 2};
+            file.levelCount = 2;
+            file.levels = {"abcdefgh", "ij.."};
+            std::string bytes = file.build();
+            if (isBigEndian)
+            {
+                const auto turn = [&bytes](std::size_t at, std::size_t count)
+                {
+                    const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(at);
+                    std::reverse(begin, begin + static_cast<std::ptrdiff_t>(count));
+                };
+                for (std::size_t at = 12; at <= 64; at += 4) // the header and the first level's size
+                    turn(at, 4);
+                turn(76, 4); // the second one's
+                for (const std::size_t at : {68, 70, 72, 74, 80, 82})
+                    turn(at, 2);
+            }
+            const osg::ref_ptr<osg::Image> image = read(bytes);
+            ASSERT_TRUE(image);
+            EXPECT_EQ(image->getInternalTextureFormat(), GL_RGB5_A1);
+            EXPECT_EQ(image->getPixelFormat(), static_cast<GLenum>(format));
+            EXPECT_EQ(image->getDataType(), static_cast<GLenum>(type));
+            const std::vector<unsigned char> pixels = bytesOf(*image);
+            EXPECT_EQ(std::string(pixels.begin(), pixels.end()), "efghabcdij"); // turned upside down
+            EXPECT_TRUE(log.lines().empty());
+        }
+}
+
+// Some writers leave the zero out, and nobody reads on behind that text.
+TEST_F(KtxReading, TheWritersNameNeedNoEnd)
+{
+    Ktx1 file = columnOfRows(2);
+    file.key = "KTXwriter";
+    for (const char* name : {"painter 7", "p", "paint"})
+    {
+        file.value = name;
+        file.valueHasEnd = false;
+        EXPECT_TRUE(read(file.build())) << name;
+    }
+    EXPECT_TRUE(log.lines().empty());
+    file.key = "KTXorientation"; // this one is read as text
+    file.value = "S=r,T=d";
+    EXPECT_FALSE(read(file.build()));
+}
+
 TEST_F(KtxReading, TakesNoLevelsForOneAndNoHeightForALine)
 {
     Ktx1 file = columnOfRows(2);
@@ -291,6 +349,70 @@ TEST_F(KtxReading, RefusesATextureOfAnotherSizeThanItsImage)
     EXPECT_FALSE(read(file.build()));
     EXPECT_EQ(log.count(osg::WARN, "[LoaderKTX] Failed to copy image data, size mismatched: 8 != 6"), 1);
     EXPECT_EQ(log.lines().size(), 2U);
+}
+
+// OSG counts their bits by the pixel, which are no whole number, and says so.
+TEST_F(KtxReading, OfAstcWithOneLevelGivesNoWarning)
+{
+    for (const GLenum format : {GL_COMPRESSED_RGBA_ASTC_4x4_KHR, GL_COMPRESSED_RGBA_ASTC_6x6_KHR,
+                                GL_COMPRESSED_RGBA_ASTC_8x5_KHR, GL_COMPRESSED_SRGB8_ALPHA8_ASTC_12x12_KHR})
+        for (const unsigned int levels : {1U, 3U})
+        {
+            SCOPED_TRACE(testing::Message() << std::hex << format << ", " << levels << " levels");
+            const osg::ref_ptr<osg::Image> source =
+                countingImage(13, 9, 1, static_cast<GLint>(format), format, GL_UNSIGNED_BYTE, levels);
+            const osg::ref_ptr<osg::Image> image = read(written(*source, plain));
+            ASSERT_TRUE(image);
+            EXPECT_EQ(bytesOf(*image), bytesOf(*source));
+        }
+    EXPECT_TRUE(log.lines().empty());
+}
+
+// The mark stands in the flags of the format descriptor.
+TEST_F(KtxReading, KeepsTheMarkOfPremultipliedAlpha)
+{
+    constexpr std::size_t kFlags = 15;
+    const auto flagsOf = [](const std::string& file) { return file[u32At(file, 48) + kFlags]; };
+    const auto isMarked = [](const osg::Image* image)
+    {
+        bool is = false;
+        return image && image->getUserValue("KTXpremultipliedAlpha", is) && is;
+    };
+    const osg::ref_ptr<osg::Image> source = smoothImage(16, 16, true);
+    const auto uastc = optionsWith({{"UseBASISU", "1"}, {"UseUASTC", "1"}, {"CompressLevel", "1"}});
+    const auto etc1s = optionsWith({{"UseBASISU", "1"}, {"CompressLevel", "1"}, {"QualityLevel", "128"}});
+    for (const auto& options : {plain, uastc, etc1s})
+    {
+        std::string file = written(*source, options);
+        EXPECT_EQ(flagsOf(file), 0);
+        EXPECT_FALSE(isMarked(read(file)));
+        file[u32At(file, 48) + kFlags] = 1;
+        const osg::ref_ptr<osg::Image> image = read(file);
+        EXPECT_TRUE(isMarked(image));
+        source->setUserValue("KTXpremultipliedAlpha", true);
+        EXPECT_TRUE(written(*source, options) == file) << "and it is written again";
+        source->setUserValue("KTXpremultipliedAlpha", false);
+    }
+    source->setUserValue("KTXpremultipliedAlpha", true);
+    const osg::ref_ptr<osg::Image> image = read(written(*sequenceOf({source, source}), plain));
+    const osg::ImageSequence* sequence = sequenceIn(image);
+    ASSERT_TRUE(sequence);
+    EXPECT_TRUE(isMarked(sequence));
+    EXPECT_TRUE(isMarked(sequence->getImage(0)));
+    EXPECT_TRUE(isMarked(sequence->getImage(1)));
+}
+
+TEST_F(KtxReading, NamesAKindOfBasisDataThatIsNewer)
+{
+    constexpr std::size_t kModelOfDescriptor = 12;
+    std::string file = ktxfiles::ktx2Uastc(16, 16, 0x123456);
+    file[u32At(file, 48) + kModelOfDescriptor] = static_cast<char>(167);
+    EXPECT_FALSE(read(file));
+    EXPECT_EQ(
+        countOfLine(log, osg::WARN,
+                    "[LoaderKTX] Unable to read from stream: 1 (UASTC HDR 4x4, a newer kind of Basis data, is not "
+                    "supported)"),
+        1);
 }
 
 TEST_F(KtxReading, TellsTheSourceFormatAtInformationLevel)

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <iterator>
 #include <numeric>
 #include <random>
 #include <vector>
@@ -28,6 +29,11 @@ unsigned int bitsAt(const unsigned char* bytes, unsigned int first, unsigned int
     return value;
 }
 
+/** From the first to the last format of each family. */
+constexpr std::uint32_t kTurnable[] = {vk::kBc1RgbUnorm, vk::kBc1RgbSrgb, vk::kBc1RgbaUnorm, vk::kBc1RgbaSrgb,
+                                       vk::kBc2Unorm,    vk::kBc2Srgb,    vk::kBc3Unorm,     vk::kBc3Srgb,
+                                       vk::kBc4Unorm,    vk::kBc4Snorm,   vk::kBc5Unorm,     vk::kBc5Snorm};
+
 /** What a decoder sees of a pixel: the numbers that its block keeps for all pixels and the choice for this one. Half a
  * block each: 2-bit choices (colour), 4-bit values (plain alpha), 3-bit choices. */
 using Seen = std::array<unsigned int, 6>;
@@ -40,15 +46,25 @@ Seen seenAt(std::uint32_t format, const unsigned char* block, unsigned int pixel
     switch (format)
     {
     case vk::kBc1RgbUnorm:
+    case vk::kBc1RgbSrgb:
+    case vk::kBc1RgbaUnorm:
+    case vk::kBc1RgbaSrgb:
         return {ends(block), bitsAt(block, 16, 16), colour(block)};
     case vk::kBc2Unorm:
+    case vk::kBc2Srgb:
         return {bitsAt(block, 4 * pixel, 4), ends(block + 8), bitsAt(block, 80, 16), colour(block + 8)};
     case vk::kBc3Unorm:
+    case vk::kBc3Srgb:
         return {ends(block), choice(block), ends(block + 8), bitsAt(block, 80, 16), colour(block + 8)};
     case vk::kBc4Unorm:
+    case vk::kBc4Snorm:
         return {ends(block), choice(block)};
-    default:
+    case vk::kBc5Unorm:
+    case vk::kBc5Snorm:
         return {ends(block), choice(block), ends(block + 8), choice(block + 8)};
+    default:
+        ADD_FAILURE() << "nobody can look into format " << format;
+        return {};
     }
 }
 
@@ -91,15 +107,16 @@ TEST(KtxRows, LoseTheirPaddingWhenCopied)
 
 TEST(KtxRows, AreTurnedOverWhereNoPixelChanges)
 {
-    for (const std::uint32_t format :
-         {vk::kR8G8B8A8Unorm, vk::kBc1RgbUnorm, vk::kBc2Unorm, vk::kBc3Unorm, vk::kBc4Unorm, vk::kBc5Unorm})
+    for (const std::uint32_t format : kTurnable)
+    {
         for (const unsigned int height : {1U, 2U, 3U, 4U, 8U, 256U})
             EXPECT_TRUE(mvgeo::canFlip(format, height)) << format << ' ' << height;
-    EXPECT_TRUE(mvgeo::canFlip(vk::kR8G8B8A8Unorm, 5));
-    for (const std::uint32_t format : {vk::kBc1RgbUnorm, vk::kBc3Unorm, vk::kBc5Unorm})
         for (const unsigned int height : {5U, 6U, 7U, 94U})
             EXPECT_FALSE(mvgeo::canFlip(format, height)) << format << ' ' << height;
-    for (const std::uint32_t format : {vk::kBc7Unorm, vk::kEtc2R8G8B8Unorm, vk::kAstc6x6Unorm})
+    }
+    for (const unsigned int height : {1U, 2U, 4U, 5U, 256U})
+        EXPECT_TRUE(mvgeo::canFlip(vk::kR8G8B8A8Unorm, height));
+    for (const std::uint32_t format : {vk::kBc6hUfloat, vk::kBc7Unorm, vk::kEtc2R8G8B8Unorm, vk::kAstc6x6Unorm})
     {
         EXPECT_FALSE(mvgeo::canFlip(format, 4)) << format;
         EXPECT_TRUE(mvgeo::canFlip(format, 1)) << format;
@@ -109,7 +126,7 @@ TEST(KtxRows, AreTurnedOverWhereNoPixelChanges)
 TEST(KtxRows, OfBlocksShowTheSamePixelsUpsideDown)
 {
     constexpr unsigned int kWidth = 8;
-    for (const std::uint32_t format : {vk::kBc1RgbUnorm, vk::kBc2Unorm, vk::kBc3Unorm, vk::kBc4Unorm, vk::kBc5Unorm})
+    for (const std::uint32_t format : kTurnable)
         for (const unsigned int height : {1U, 2U, 3U, 4U, 8U, 12U})
         {
             SCOPED_TRACE(testing::Message() << "format " << format << ", height " << height);
@@ -126,8 +143,9 @@ TEST(KtxRows, OfBlocksShowTheSamePixelsUpsideDown)
 
 TEST(KtxRows, TurnedTwiceAreAsBefore)
 {
-    for (const std::uint32_t format :
-         {vk::kR8G8B8A8Unorm, vk::kBc1RgbUnorm, vk::kBc2Unorm, vk::kBc3Unorm, vk::kBc4Unorm, vk::kBc5Unorm})
+    std::vector<std::uint32_t> formats(std::begin(kTurnable), std::end(kTurnable));
+    formats.push_back(vk::kR8G8B8A8Unorm);
+    for (const std::uint32_t format : formats)
         for (const unsigned int height : {2U, 3U, 4U, 16U})
         {
             const mvgeo::KtxRows rows = rowsOf(format, 12, height);

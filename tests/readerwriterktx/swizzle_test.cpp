@@ -1,6 +1,9 @@
 #include "readerwriterktx/KtxTestImages.h"
 
+#include <osg/Texture>
 #include <osg/ValueObject>
+
+#include <GL/glext.h>
 
 namespace
 {
@@ -56,6 +59,52 @@ TEST_F(KtxSwizzle, SaysHowRedAndGreenStandForLuminanceAndAlpha)
     EXPECT_EQ(keyOf(*imageOf(GL_LUMINANCE, GL_INTENSITY8), plain), "rrrr");
     EXPECT_EQ(keyOf(*imageOf(GL_RED), plain), "");
     EXPECT_EQ(keyOf(*imageOf(GL_RGB), plain), "");
+}
+
+// Whatever the size and kind of the numbers, and for blocks of luminance too.
+TEST_F(KtxSwizzle, SaysSoForEveryFormatOfLuminanceIntensityAndAlpha)
+{
+    struct Case
+    {
+        GLint internalFormat;
+        GLenum pixelFormat;
+        GLenum dataType;
+        const char* swizzle;
+    };
+    for (const Case& c :
+         {Case{GL_INTENSITY, GL_LUMINANCE, GL_UNSIGNED_BYTE, "rrrr"},
+          Case{GL_INTENSITY16, GL_LUMINANCE, GL_UNSIGNED_SHORT, "rrrr"},
+          Case{GL_INTENSITY8_SNORM, GL_LUMINANCE, GL_BYTE, "rrrr"},
+          Case{GL_INTENSITY16_SNORM, GL_LUMINANCE, GL_SHORT, "rrrr"},
+          Case{GL_INTENSITY16F_ARB, GL_LUMINANCE, GL_HALF_FLOAT, "rrrr"},
+          Case{GL_INTENSITY32F_ARB, GL_LUMINANCE, GL_FLOAT, "rrrr"},
+          Case{GL_INTENSITY8UI_EXT, GL_LUMINANCE_INTEGER_EXT, GL_UNSIGNED_BYTE, "rrrr"},
+          Case{GL_INTENSITY8I_EXT, GL_LUMINANCE_INTEGER_EXT, GL_BYTE, "rrrr"},
+          Case{GL_INTENSITY16UI_EXT, GL_LUMINANCE_INTEGER_EXT, GL_UNSIGNED_SHORT, "rrrr"},
+          Case{GL_INTENSITY16I_EXT, GL_LUMINANCE_INTEGER_EXT, GL_SHORT, "rrrr"},
+          Case{GL_INTENSITY32UI_EXT, GL_LUMINANCE_INTEGER_EXT, GL_UNSIGNED_INT, "rrrr"},
+          Case{GL_INTENSITY32I_EXT, GL_LUMINANCE_INTEGER_EXT, GL_INT, "rrrr"},
+          Case{GL_LUMINANCE8UI_EXT, GL_LUMINANCE_INTEGER_EXT, GL_UNSIGNED_BYTE, "rrr1"},
+          Case{GL_LUMINANCE32I_EXT, GL_LUMINANCE_INTEGER_EXT, GL_INT, "rrr1"},
+          Case{GL_LUMINANCE16, GL_LUMINANCE, GL_UNSIGNED_SHORT, "rrr1"},
+          Case{GL_LUMINANCE_ALPHA8I_EXT, GL_LUMINANCE_ALPHA_INTEGER_EXT, GL_BYTE, "rrrg"},
+          Case{GL_LUMINANCE_ALPHA16UI_EXT, GL_LUMINANCE_ALPHA_INTEGER_EXT, GL_UNSIGNED_SHORT, "rrrg"},
+          Case{GL_ALPHA8UI_EXT, GL_ALPHA_INTEGER_EXT, GL_UNSIGNED_BYTE, "000r"},
+          Case{GL_ALPHA16I_EXT, GL_ALPHA_INTEGER_EXT, GL_SHORT, "000r"},
+          Case{GL_R8UI, GL_RED_INTEGER_EXT, GL_UNSIGNED_BYTE, ""},
+          Case{GL_R16, GL_RED, GL_UNSIGNED_SHORT, ""},
+          Case{GL_COMPRESSED_LUMINANCE_LATC1_EXT, GL_COMPRESSED_RED_RGTC1_EXT, GL_UNSIGNED_BYTE, "rrr1"},
+          Case{GL_COMPRESSED_SIGNED_LUMINANCE_LATC1_EXT, GL_COMPRESSED_SIGNED_RED_RGTC1_EXT, GL_UNSIGNED_BYTE, "rrr1"},
+          Case{GL_COMPRESSED_LUMINANCE_ALPHA_LATC2_EXT, GL_COMPRESSED_RED_GREEN_RGTC2_EXT, GL_UNSIGNED_BYTE, "rrrg"},
+          Case{GL_COMPRESSED_SIGNED_LUMINANCE_ALPHA_LATC2_EXT, GL_COMPRESSED_SIGNED_RED_GREEN_RGTC2_EXT,
+               GL_UNSIGNED_BYTE, "rrrg"},
+          Case{GL_COMPRESSED_RED_RGTC1_EXT, GL_COMPRESSED_RED_RGTC1_EXT, GL_UNSIGNED_BYTE, ""}})
+    {
+        SCOPED_TRACE(testing::Message() << std::hex << c.internalFormat);
+        const std::string file = written(*countingImage(8, 8, 1, c.internalFormat, c.pixelFormat, c.dataType), plain);
+        EXPECT_EQ(violationOf(file), "");
+        EXPECT_EQ(metadataOf(file, "KTXswizzle"), c.swizzle);
+    }
 }
 
 TEST_F(KtxSwizzle, GoesFromFileToImageToFile)

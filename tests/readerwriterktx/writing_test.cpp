@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <thread>
+#include <tuple>
+#include <utility>
 
 namespace
 {
@@ -159,6 +161,28 @@ TEST_F(KtxWriting, LeavesOutWhatIsBehindARow)
     EXPECT_EQ(levelBytes(written(*image, plain), 0), expected);
 }
 
+// Levels of 5, 2 and 1 pixels each way, of 3 bytes: rows of 15, 6 and 3, filled up to 16, 8 and 4.
+TEST_F(KtxWriting, LeavesOutWhatIsBehindTheRowsOfEachLevel)
+{
+    std::vector<unsigned char> padded(80 + 16 + 4);
+    std::vector<std::vector<unsigned char>> expected(3);
+    std::size_t at = 0;
+    for (const auto& [level, width, height, row] : {std::tuple{0U, 5U, 5U, 16U}, {1U, 2U, 2U, 8U}, {2U, 1U, 1U, 4U}})
+        for (unsigned int y = 0; y < height; ++y, at += row)
+            for (unsigned int i = 0; i < row; ++i)
+            {
+                const bool isFilling = i >= 3 * width;
+                padded[at + i] = isFilling ? 255 : static_cast<unsigned char>(at + i);
+                if (!isFilling) expected[level].push_back(padded[at + i]);
+            }
+    const osg::ref_ptr<osg::Image> image(new osg::Image);
+    image->setImage(5, 5, 1, GL_RGB, GL_RGB, GL_UNSIGNED_BYTE, padded.data(), osg::Image::NO_DELETE, 4);
+    image->setMipmapLevels({80, 96});
+    const std::string file = written(*image, plain);
+    for (unsigned int level = 0; level < 3; ++level)
+        EXPECT_EQ(levelBytes(file, level), expected[level]) << level;
+}
+
 TEST_F(KtxWriting, YieldsNothingForNothing)
 {
     EXPECT_TRUE(written(*sequenceOf({}), plain).empty());
@@ -225,19 +249,46 @@ TEST_F(KtxWriting, LeavesOutWhatDiffersFromTheFirst)
     const osg::ref_ptr<osg::Image> sized = rgbaImage(4, 4, 1, 5);
     sized->setInternalTextureFormat(GL_RGBA8);
     const osg::ref_ptr<osg::Image> noPixels(new osg::Image);
-    const std::string file = written(
-        *sequenceOf({rgbaImage(4, 4, 1, 1), rgbaImage(4, 2), rgbaImage(2, 4), sized,
-                     countingImage(4, 4, 1, GL_RGBA, GL_RGB, GL_UNSIGNED_BYTE), noPixels, rgbaImage(4, 4, 1, 9)}),
-        plain);
-    EXPECT_EQ(log.count(osg::WARN, "[LoaderKTX] Mismatched image format while saving KTX texture"), 5);
-    EXPECT_EQ(u32At(file, ktx2::kLayers), 7U);
+    const std::string file =
+        written(*sequenceOf({rgbaImage(4, 4, 1, 1), rgbaImage(4, 2), rgbaImage(2, 4), sized,
+                             countingImage(4, 4, 1, GL_RGBA, GL_RGB, GL_UNSIGNED_BYTE), noPixels,
+                             countingImage(4, 4, 2, GL_RGBA, GL_RGBA, GL_UNSIGNED_BYTE), rgbaImage(4, 4, 1, 9)}),
+                plain);
+    EXPECT_EQ(log.count(osg::WARN, "[LoaderKTX] Mismatched image format while saving KTX texture"), 6);
+    EXPECT_EQ(u32At(file, ktx2::kLayers), 8U);
     const std::vector<unsigned char> bytes = levelBytes(file, 0);
-    ASSERT_EQ(bytes.size(), 7U * 64U);
+    ASSERT_EQ(bytes.size(), 8U * 64U);
     for (std::size_t i = 0; i < bytes.size(); ++i)
     {
         const std::size_t layer = i / 64;
-        const std::size_t expected = layer == 0 ? i + 1 : layer == 6 ? i % 64 + 9 : 0;
+        const std::size_t expected = layer == 0 ? i + 1 : layer == 7 ? i % 64 + 9 : 0;
         ASSERT_EQ(bytes[i], expected) << i;
+    }
+}
+
+// Blocks that cannot be turned: there is one key for all layers.
+TEST_F(KtxWriting, LeavesOutALayerWhoseBlocksWouldHaveToBeTurned)
+{
+    const auto layer = [](GLenum format, int height, osg::Image::Origin origin)
+    {
+        osg::ref_ptr<osg::Image> image =
+            countingImage(4, height, 1, static_cast<GLint>(format), format, GL_UNSIGNED_BYTE, 1, 1);
+        image->setOrigin(origin);
+        return image;
+    };
+    for (const auto& [format, height, isTurnable] : {std::tuple{GL_COMPRESSED_RGB_S3TC_DXT1_EXT, 8, true},
+                                                     {GL_COMPRESSED_RGB_S3TC_DXT1_EXT, 6, false},
+                                                     {GL_COMPRESSED_RGB8_ETC2, 8, false}})
+    {
+        SCOPED_TRACE(testing::Message() << format << ", " << height);
+        log.clear();
+        const auto both = sequenceOf({layer(static_cast<GLenum>(format), height, osg::Image::TOP_LEFT),
+                                      layer(static_cast<GLenum>(format), height, osg::Image::BOTTOM_LEFT)});
+        const std::vector<unsigned char> bytes = levelBytes(written(*both, plain), 0);
+        ASSERT_EQ(bytes.size(), 32U);
+        EXPECT_EQ(bytes[0], 1);
+        EXPECT_EQ(bytes[16], isTurnable ? 9 : 0); // the second row of blocks, or nothing
+        EXPECT_EQ(log.count(osg::WARN, "Mismatched image format"), isTurnable ? 0 : 1);
     }
 }
 
@@ -270,6 +321,39 @@ TEST_F(KtxWriting, EncodesWithoutAnyOptionsOnly)
     const std::string stored = written(*image, plain);
     EXPECT_EQ(u32At(stored, ktx2::kVkFormat), mvgeo::vk::kR8G8B8Unorm);
     EXPECT_EQ(u32At(stored, ktx2::kScheme), 0U);
+    EXPECT_TRUE(log.lines().empty());
+}
+
+// The encoder takes red first.
+TEST_F(KtxWriting, BringsBlueGreenAndRedIntoOrderAndEncodesThem)
+{
+    struct Case
+    {
+        GLint internalFormat;
+        GLenum turned, straight;
+    };
+    for (const Case& c :
+         {Case{GL_RGB, GL_BGR, GL_RGB}, Case{GL_RGBA, GL_BGRA, GL_RGBA}, Case{GL_RGBA8, GL_BGRA, GL_RGBA},
+          Case{GL_SRGB8, GL_BGR, GL_RGB}, Case{GL_SRGB8_ALPHA8, GL_BGRA, GL_RGBA}})
+        for (const char* uastc : {"0", "1"})
+        {
+            SCOPED_TRACE(testing::Message() << c.internalFormat << ' ' << uastc);
+            const unsigned int channels = c.straight == GL_RGB ? 3 : 4;
+            const osg::ref_ptr<osg::Image> straight = smoothImage(13, 9, channels == 4);
+            straight->setInternalTextureFormat(c.internalFormat);
+            const osg::ref_ptr<osg::Image> turned = smoothImage(13, 9, channels == 4);
+            turned->setInternalTextureFormat(c.internalFormat);
+            turned->setPixelFormat(c.turned);
+            for (std::size_t at = 0; at < std::size_t{13} * 9 * channels; at += channels)
+                std::swap(turned->data()[at], turned->data()[at + 2]);
+            const std::vector<unsigned char> before = bytesOf(*turned);
+            const auto basis = optionsWith({{"UseBASISU", "1"}, {"UseUASTC", uastc}, {"CompressLevel", "1"}});
+            const std::string file = written(*turned, basis);
+            EXPECT_EQ(u32At(file, ktx2::kVkFormat), 0U);
+            EXPECT_EQ(file, written(*straight, basis));
+            EXPECT_EQ(violationOf(file), "");
+            EXPECT_EQ(bytesOf(*turned), before) << "the image is the caller's";
+        }
     EXPECT_TRUE(log.lines().empty());
 }
 

@@ -1,5 +1,7 @@
 #include "support/RecordingReceiver.h"
 
+#include "support/ImageBytes.h"
+
 #include <osg/Image>
 
 namespace
@@ -53,9 +55,11 @@ RecordedPixels RecordingMesh::pixels() const
     if (!image || !image->imageData(result.width, result.height, result.dataType, result.pixelFormat,
                                     result.internalFormat, data))
         return result;
-    const std::size_t size = osg::Image::computeImageSizeInBytes(
-        static_cast<int>(result.width), static_cast<int>(result.height), 1, result.pixelFormat, result.dataType, 1);
-    result.bytes = copyOf<unsigned char>(data, data ? size : 0);
+    const osg::ref_ptr<osg::Image> shape = new osg::Image;
+    shape->setImage(static_cast<int>(result.width), static_cast<int>(result.height), 1,
+                    static_cast<GLint>(result.internalFormat), result.pixelFormat, result.dataType, nullptr,
+                    osg::Image::NO_DELETE);
+    result.bytes = copyOf<unsigned char>(data, data ? mvgeo::imageBytes(*shape) : 0);
     return result;
 }
 

@@ -214,12 +214,96 @@ TEST_F(TextureCache, FileInPlaceOfTheDirectoryIsBorneInSilence)
     EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(TextureCache, NameThatNoWriterKnowsWritesNothing)
+// Without libktx there is no exact copy of what a name's own format cannot hold.
+#if defined(MVGEO_HAVE_KTX)
+constexpr bool kHasCopies = true;
+#else
+constexpr bool kHasCopies = false;
+#endif
+
+TEST_F(TextureCache, NameThatNoWriterKnowsIsKeptAsACopyBesideIt)
 {
-    const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(makeImage("c.nosuchformat", 1, 2, 3));
-    mvgeo::cacheTextures(*textured(texture), directory());
+    for (const char* name : {"c.nosuchformat", "c"})
+    {
+        const osg::ref_ptr<osg::Texture2D> texture = new osg::Texture2D(makeImage(name, 1, 2, 3));
+        mvgeo::cacheTextures(*textured(texture), directory());
+        EXPECT_EQ(imagePathOf(*texture), folder / name);
+    }
+    EXPECT_EQ(files(), kHasCopies ? (Names{"c.ktx", "c.nosuchformat.ktx"}) : Names{});
+}
+
+TEST_F(TextureCache, WhatTheNamesFormatHoldsHasNoSecondCopy)
+{
+    for (const char* name : {"c.png", "c.jpg", "c.JPEG", "c.bmp", "c.tga"})
+        mvgeo::cacheTextures(*textured(new osg::Texture2D(makeImage(name, 1, 2, 3))), directory());
+    EXPECT_EQ(files(), (Names{"c.JPEG", "c.bmp", "c.jpg", "c.png", "c.tga"}));
+}
+
+TEST_F(TextureCache, AlphaThatJpegLeavesOutIsKeptInACopy)
+{
+    for (const char* name : {"c.jpg", "c.png"})
+    {
+        const osg::ref_ptr<osg::Image> image = new osg::Image;
+        image->allocateImage(8, 8, 1, GL_RGBA, GL_UNSIGNED_BYTE, 1);
+        std::fill_n(image->data(), 256, static_cast<unsigned char>(77));
+        image->setFileName(name);
+        mvgeo::cacheTextures(*textured(new osg::Texture2D(image)), directory());
+    }
+    const Names found = files();
+    EXPECT_EQ(std::count(found.begin(), found.end(), "c.jpg.ktx"), kHasCopies ? 1 : 0);
+    EXPECT_EQ(std::count(found.begin(), found.end(), "c.png.ktx"), 0);
+    EXPECT_EQ(std::count(found.begin(), found.end(), "c.png"), 1);
+}
+
+// OSG's writer of BMP would read behind pixels of one or two bytes, and its writer of JPEG take four for three.
+TEST_F(TextureCache, PixelsThatAWriterWouldMistakeAreGivenToItAsColours)
+{
+    struct Case
+    {
+        const char* name;
+        GLenum format;
+        std::vector<unsigned char> pixel;
+        osg::Vec3 colour; // of 255
+    };
+    for (const Case& c : {Case{"grey.bmp", GL_LUMINANCE, {90}, {90, 90, 90}},
+                          Case{"grey alpha.bmp", GL_LUMINANCE_ALPHA, {90, 30}, {90, 90, 90}},
+                          Case{"grey alpha.jpg", GL_LUMINANCE_ALPHA, {90, 30}, {90, 90, 90}},
+                          Case{"alpha.jpg", GL_RGBA, {200, 90, 30, 77}, {200, 90, 30}},
+                          Case{"turned.jpg", GL_BGRA, {30, 90, 200, 77}, {200, 90, 30}},
+                          Case{"turned.jpeg", GL_BGR, {30, 90, 200}, {200, 90, 30}}})
+    {
+        SCOPED_TRACE(c.name);
+        const osg::ref_ptr<osg::Image> image = new osg::Image;
+        image->allocateImage(7, 5, 1, c.format, GL_UNSIGNED_BYTE, 1);
+        for (std::size_t at = 0; at < 35 * c.pixel.size(); ++at)
+            image->data()[at] = c.pixel[at % c.pixel.size()];
+        image->setFileName(c.name);
+        mvgeo::cacheTextures(*textured(new osg::Texture2D(image)), directory());
+        const osg::ref_ptr<osg::Image> written = osgDB::readRefImageFile(folder / c.name);
+        ASSERT_TRUE(written);
+        for (unsigned int row = 0; row < 5; ++row)
+            for (int channel = 0; channel < 3; ++channel)
+                EXPECT_NEAR(written->getColor(6U, row)[channel] * 255, c.colour[channel], 4) << row << ' ' << channel;
+    }
+}
+
+TEST_F(TextureCache, CopyThatIsThereIsNotWrittenAgain)
+{
+    writeFile(folder / "c.nosuchformat.ktx", "mine");
+    mvgeo::cacheTextures(*textured(new osg::Texture2D(makeImage("c.nosuchformat", 1, 2, 3))), directory());
+    EXPECT_EQ(readFile(folder / "c.nosuchformat.ktx"), "mine");
+}
+
+// A format that no file holds is passed over in silence, tile by tile.
+TEST_F(TextureCache, PixelsThatNoFormatHoldsWriteNothingAndSayNothing)
+{
+    const LogRecorder log;
+    const osg::ref_ptr<osg::Image> image = new osg::Image;
+    image->allocateImage(4, 4, 1, GL_RGB, GL_UNSIGNED_BYTE_3_3_2, 1);
+    image->setFileName("c.nosuchformat");
+    mvgeo::cacheTextures(*textured(new osg::Texture2D(image)), directory());
     EXPECT_EQ(files(), Names{});
-    EXPECT_EQ(imagePathOf(*texture), folder / "c.nosuchformat");
+    EXPECT_TRUE(log.lines().empty());
 }
 
 /** 4 x 4 pixels in one block of BC1: red, blue, red, blue from the first row on. */
@@ -264,7 +348,7 @@ TEST_F(TextureCache, BlocksWithoutNameBecomeAJpegOfTheirPixels)
     EXPECT_EQ(written->t(), 4);
 }
 
-TEST_F(TextureCache, BlocksThatCannotBeDecodedWriteNothing)
+TEST_F(TextureCache, BlocksThatCannotBeDecodedAreKeptInACopyOnly)
 {
     for (const char* name : {"c.png", "c.bmp", "c.tga", "c.jpg"})
     {
@@ -272,7 +356,7 @@ TEST_F(TextureCache, BlocksThatCannotBeDecodedWriteNothing)
         mvgeo::cacheTextures(*textured(texture), directory());
         EXPECT_EQ(imagePathOf(*texture), folder / name);
     }
-    EXPECT_EQ(files(), Names{});
+    EXPECT_EQ(files(), kHasCopies ? (Names{"c.bmp.ktx", "c.jpg.ktx", "c.png.ktx", "c.tga.ktx"}) : Names{});
 }
 
 TEST_F(TextureCache, BlocksStayBlocksInDds)
@@ -284,6 +368,41 @@ TEST_F(TextureCache, BlocksStayBlocksInDds)
     ASSERT_TRUE(written);
     ASSERT_TRUE(written->isCompressed());
     EXPECT_TRUE(std::equal(image->data(), image->data() + 8, written->data()));
+    EXPECT_EQ(files(), Names{"c.dds"});
+}
+
+// 5 x 5 pixels are four blocks; OSG's writer would store the bytes of three.
+TEST_F(TextureCache, BlocksWithOddSidesAreNotCutOffInDds)
+{
+    const osg::ref_ptr<osg::Image> image = redAndBlueRows("c.dds");
+    image->setImage(5, 5, 1, GL_COMPRESSED_RGB_S3TC_DXT1_EXT, GL_COMPRESSED_RGB_S3TC_DXT1_EXT, GL_UNSIGNED_BYTE,
+                    new unsigned char[32](), osg::Image::USE_NEW_DELETE);
+    mvgeo::cacheTextures(*textured(new osg::Texture2D(image)), directory());
+    EXPECT_EQ(files(), kHasCopies ? Names{"c.dds.ktx"} : Names{});
+}
+
+// 5 x 6 pixels in 2 x 2 blocks: red, green, and above them blue, white.
+TEST_F(TextureCache, BlocksWithOddSidesAreDecodedWhereTheyLie)
+{
+    const unsigned char blocks[32] = {0x00, 0xF8, 0x00, 0xF8, 0, 0, 0, 0, 0xE0, 0x07, 0xE0, 0x07, 0, 0, 0, 0,
+                                      0x1F, 0x00, 0x1F, 0x00, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0};
+    auto* data = new unsigned char[sizeof(blocks)];
+    std::copy(std::begin(blocks), std::end(blocks), data);
+    const osg::ref_ptr<osg::Image> image = new osg::Image;
+    image->setImage(5, 6, 1, GL_COMPRESSED_RGB_S3TC_DXT1_EXT, GL_COMPRESSED_RGB_S3TC_DXT1_EXT, GL_UNSIGNED_BYTE, data,
+                    osg::Image::USE_NEW_DELETE);
+    image->setFileName("c.png");
+    mvgeo::cacheTextures(*textured(new osg::Texture2D(image)), directory());
+    const osg::ref_ptr<osg::Image> written = osgDB::readRefImageFile(folder / "c.png");
+    ASSERT_TRUE(written);
+    for (unsigned int row = 0; row < 6; ++row)
+        for (unsigned int column = 0; column < 5; ++column)
+        {
+            const osg::Vec4 colour = written->getColor(column, row);
+            const osg::Vec4 below = column < 4 ? osg::Vec4(1, 0, 0, 1) : osg::Vec4(0, 1, 0, 1);
+            const osg::Vec4 above = column < 4 ? osg::Vec4(0, 0, 1, 1) : osg::Vec4(1, 1, 1, 1);
+            EXPECT_EQ(colour, row < 4 ? below : above) << column << ", " << row;
+        }
 }
 
 TEST_F(TextureCache, NameThatIsAFolderIsNotWrittenOver)

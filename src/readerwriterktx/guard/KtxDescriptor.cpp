@@ -65,6 +65,13 @@ std::string basisFault(const KtxDescriptor& descriptor)
     return {};
 }
 
+/** The kinds that came after UASTC, which nothing here transcodes; null for any other colour model. */
+const char* newerBasisKind(std::uint32_t model)
+{
+    if (model == KtxDescriptor::kUastc + 1) return "UASTC HDR 4x4";
+    return model == KtxDescriptor::kUastc + 2 ? "UASTC HDR 6x6" : nullptr;
+}
+
 std::string formatFault(const KtxBytes& bytes, std::uint32_t vkFormat, const KtxDescriptor& descriptor)
 {
     const std::optional<KtxBlock> known = blockOfVk(vkFormat);
@@ -95,6 +102,8 @@ std::string readDescriptor(const KtxBytes& bytes, std::uint32_t vkFormat, KtxDes
     descriptor.block = {bytes.u8(kDimensions) + 1, bytes.u8(kDimensions + 1) + 1, blockBytes,
                         descriptor.model == kPvrtc ? 2U : 1U};
     if (bytes.u8(kDimensions + 3) != 0) return "the format descriptor has a fourth dimension";
+    if (const char* kind = newerBasisKind(descriptor.model))
+        return std::string(kind) + ", a newer kind of Basis data, is not supported";
     if (descriptor.isBasis() != (vkFormat == vk::kUndefined)) return "only Basis data has no format";
     return descriptor.isBasis() ? basisFault(descriptor) : formatFault(bytes, vkFormat, descriptor);
 }
