@@ -252,19 +252,25 @@ TEST_F(BadRasters, ThatAreDeletedWhileTilesAreBuilt)
             if (hasHandles) ++builtCount;
         }
     };
-    request.isCaching = false;
-    std::vector<std::thread> builders;
-    for (int i = 0; i < 2; ++i)
-        builders.emplace_back(build);
+    request.cacheDir.reset(); // nothing comes from a file
+    std::promise<void> secondHasEnded;
+    std::thread first(
+        [&]
+        {
+            build();
+            secondHasEnded.get_future().wait(); // else its number, and with it its handles, could be the second's
+        });
     while (builtCount == 0)
         std::this_thread::yield();
     fs::remove(dem);
     fs::remove(dom);
-    for (std::thread& builder : builders)
-        builder.join();
+    std::thread(build).join();
+    secondHasEnded.set_value();
+    first.join();
     EXPECT_EQ(rootCount, 2 * kRounds);
-    EXPECT_GE(builtCount, kRounds); // the one that was first to build, to its end
-    EXPECT_LE(log.lines().size(), 2U);
+    EXPECT_EQ(builtCount, kRounds); // the first one's, to its end
+    EXPECT_EQ(log.count("it can no longer be opened"), 2);
+    EXPECT_EQ(log.lines().size(), 2U);
 }
 
 // Files that are cut off while they are open. One raster that can still be opened is enough for tiles; without any
