@@ -2,15 +2,54 @@
 
 #include "common/HostError.h"
 
+#include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <random>
 
 namespace fs = std::filesystem;
 
 namespace mvgeo::host
 {
+namespace
+{
+struct TemporaryFile
+{
+    fs::path path;
+    std::FILE* file = nullptr; // null if it cannot be made
+};
+
+/** A new file in the folder. Its name is short, and no other program's: a random number tells ours from theirs, a
+ * counter one thread's from another's, and "x" refuses what is there. */
+TemporaryFile openTemporaryFile(const fs::path& folder)
+{
+    static const unsigned int program = std::random_device{}();
+    static std::atomic<unsigned int> counter{0};
+    constexpr int kMostAttempts = 100;
+    TemporaryFile result;
+    for (int attempt = 0; attempt < kMostAttempts && !result.file; ++attempt)
+    {
+        result.path = folder / ('~' + std::to_string(program) + '_' + std::to_string(counter++) + ".part");
+        errno = 0;
+        result.file = std::fopen(result.path.string().c_str(), "wbx");
+        if (!result.file && errno != EEXIST) break;
+    }
+    return result;
+}
+
+bool writeAndClose(std::FILE* file, std::string_view content)
+{
+    const bool isWritten = std::fwrite(content.data(), 1, content.size(), file) == content.size();
+    const int writeError = errno;
+    const bool isClosed = std::fclose(file) == 0; // says of what was still in its buffer
+    if (!isWritten) errno = writeError;
+    return isWritten && isClosed;
+}
+} // namespace
+
 std::optional<std::string> readWholeFile(const std::string& path, std::uintmax_t most)
 {
     errno = 0;
@@ -28,20 +67,17 @@ std::optional<std::string> readWholeFile(const std::string& path, std::uintmax_t
 WriteResult writeWholeFile(std::string_view content, const std::string& path)
 {
     const fs::path final = fs::u8path(path);
-    const fs::path temporary = fs::u8path(path + ".part");
     errno = 0;
-    std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
-    file.write(content.data(), static_cast<std::streamsize>(content.size()));
-    file.close();
+    const TemporaryFile temporary = openTemporaryFile(final.parent_path());
     std::string reason;
     std::error_code problem;
-    if (!file)
+    if (!temporary.file || !writeAndClose(temporary.file, content))
         reason = errno != 0 ? std::strerror(errno) : "the file cannot be written";
-    else if (fs::rename(temporary, final, problem); problem)
+    else if (fs::rename(temporary.path, final, problem); problem)
         reason = problem.message();
     else
         return {{}, content.size()};
-    fs::remove(temporary, problem);
+    if (temporary.file) fs::remove(temporary.path, problem);
     return {"cannot write " + path + ": " + reason};
 }
 

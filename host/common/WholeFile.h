@@ -21,7 +21,8 @@ struct WriteResult
     [[nodiscard]] bool ok() const { return error.empty(); }
 };
 
-/** Writes under a temporary name and renames, so that nobody ever finds half a file. Thread: any. */
+/** Writes under a temporary name of its own in the same folder and renames, so that nobody ever finds half a file,
+ * however many programs write it. Thread: any. */
 [[nodiscard]] WriteResult writeWholeFile(std::string_view content, const std::string& path);
 
 /** The same for a command, which ends if it fails: throws HostError.

@@ -4,6 +4,7 @@
 #include "mvgdaldatasetmanager/RasterFile.h"
 #include "mvgdaldatasetmanager/RasterStamp.h"
 #include "support/LogLine.h"
+#include "support/OsgPaths.h"
 
 #include <OpenThreads/Thread>
 
@@ -68,13 +69,13 @@ bool isFirstWarning(const std::string& text)
 /** Said once a process and reason: tiles ask for a raster that is not there again and again. */
 bool refuse(const KdString& path, const char* reason)
 {
-    const std::string text = "cannot use the raster " + std::string(path.utf8Ptr()) + ": " + reason;
+    const std::string text = "cannot use the raster " + mvgeo::osgPath(path) + ": " + reason;
     if (isFirstWarning(text)) MVGEO_LOG(WARN) << text;
     return false;
 }
 
 /** Said once a process and file, because every model opens its rasters again. */
-void warnIfSlow(GDALDataset& dataset, const char* path)
+void warnIfSlow(GDALDataset& dataset, const std::string& path)
 {
     GDALRasterBand& band = *dataset.GetRasterBand(1);
     const int width = dataset.GetRasterXSize();
@@ -114,7 +115,7 @@ bool ImageHeader::open(const KdString& path)
         _noData = isDeclared ? toFloat(noData) : kUndeclaredNoData;
         _stamp = mvgeo::rasterStamp(*dataset);
     }
-    warnIfSlow(*dataset, path.utf8Ptr());
+    warnIfSlow(*dataset, mvgeo::osgPath(path));
     const mvgeo::Lock lock(_datasetsLock);
     _datasetsByThread[OpenThreads::Thread::CurrentThreadId()] = std::move(dataset);
     return true;
@@ -131,10 +132,12 @@ GDALDataset* ImageHeader::getDataset(std::uint64_t threadId)
         const mvgeo::Lock lock(_datasetsLock);
         if (const GDALDatasetUniquePtr& known = _datasetsByThread[threadId]) return known.get();
     }
-    GDALDatasetUniquePtr dataset = mvgeo::openRaster(_path);
+    GDALDatasetUniquePtr dataset = mvgeo::openRaster(_path); // closed, if it is one too many, when the lock is given up
     if (!dataset || dataset->GetRasterCount() == 0) return nullptr;
     const mvgeo::Lock lock(_datasetsLock);
-    return (_datasetsByThread[threadId] = std::move(dataset)).get();
+    GDALDatasetUniquePtr& slot = _datasetsByThread[threadId];
+    if (!slot) slot = std::move(dataset); // else somebody asked for the same number meanwhile, and reads already
+    return slot.get();
 }
 
 void ImageHeader::closeThreadDataset(std::uint64_t threadId)

@@ -42,7 +42,7 @@ public:
     /** The calling thread's own handle, opened on first use; null if the raster cannot be opened (any more). */
     [[nodiscard]] GDALDataset* getDataset();
     /** The handle of the thread with this number (OpenThreads::Thread::CurrentThreadId()), opened on first use; null as
-     * above. Only that thread may use it. */
+     * above. Only that thread may use it; it is one handle, however many ask for it at once. */
     [[nodiscard]] GDALDataset* getDataset(std::uint64_t threadId);
     /** Closes what that thread had opened. Nothing of that thread may be reading. */
     void closeThreadDataset(std::uint64_t threadId);

@@ -81,6 +81,24 @@ void MvGdalDataSetManager::purgeUnused()
     _dems.purgeUnused();
 }
 
+void MvGdalDataSetManager::recordUnusable(const std::string& key)
+{
+    const mvgeo::Lock lock(_unusableLock);
+    _unusable.insert(key);
+}
+
+bool MvGdalDataSetManager::isUnusable(const std::string& key) const
+{
+    const mvgeo::Lock lock(_unusableLock);
+    return _unusable.count(key) > 0;
+}
+
+void MvGdalDataSetManager::forgetUnusable()
+{
+    const mvgeo::Lock lock(_unusableLock);
+    _unusable.clear();
+}
+
 void MvGdalDataSetManager::closeThreadDatasets(std::uint64_t threadId)
 {
     _doms.closeThreadDatasets(threadId);

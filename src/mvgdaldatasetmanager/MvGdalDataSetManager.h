@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 
 /** The rasters of all terrain models of the process, each opened once a path and shared by its key.
@@ -32,6 +33,12 @@ public:
 
     /** Forgets the headers that nobody else holds, and so closes their datasets. */
     void purgeUnused();
+
+    /** A raster that cannot be opened counts as missing until the next model is opened, so that tiles do not try again
+     * and again. By its key, for both kinds. */
+    void recordUnusable(const std::string& key);
+    [[nodiscard]] bool isUnusable(const std::string& key) const;
+    void forgetUnusable();
 
     /** Closes every dataset that this thread had opened. It must read no more. */
     void closeThreadDatasets(std::uint64_t threadId);
@@ -63,4 +70,6 @@ private:
 
     HeaderMap _doms;
     HeaderMap _dems;
+    mutable mvgeo::Mutex _unusableLock; // never held together with another
+    std::set<std::string> _unusable MVGEO_GUARDED_BY(_unusableLock);
 };

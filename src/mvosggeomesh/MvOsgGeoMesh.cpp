@@ -1,5 +1,6 @@
 #include "mvosggeomesh/MvOsgGeoMesh.h"
 
+#include "support/CacheDirectory.h"
 #include "support/HostConversions.h"
 #include "support/LogLine.h"
 #include "support/OsgPaths.h"
@@ -14,7 +15,6 @@
 
 #include <osg/ComputeBoundsVisitor>
 #include <osgDB/FileNameUtils>
-#include <osgDB/FileUtils>
 #include <osgDB/ReadFile>
 
 #include <algorithm>
@@ -200,8 +200,7 @@ osg::ref_ptr<osgDB::Options> MvOsgGeoMesh::optionsFor(const KdString& path)
 
 bool MvOsgGeoMesh::makeCacheDirectory(const std::string& pathAnsi, std::string& dir)
 {
-    dir = mvgeo::cacheDirectory("mesh", pathAnsi);
-    return osgDB::makeDirectory(dir);
+    return mvgeo::makeCacheDirectory("mesh", pathAnsi, dir);
 }
 
 void MvOsgGeoMesh::addToRoot(osg::Node& node)

@@ -2,17 +2,15 @@
 
 #include "mvgdaldatasetmanager/MvGdalDataSetManager.h"
 #include "mvosggeoterrain/TerrainExtents.h"
+#include "mvosggeoterrain/TerrainSource.h"
 #include "readerwriterthreedimg/TerrainPyramid.h"
+#include "support/CacheDirectory.h"
 #include "support/HostConversions.h"
 #include "support/LogLine.h"
 #include "support/OsgPaths.h"
 #include "support/UserValues.h"
 
 #include <OpenThreads/Thread>
-
-#include <osgDB/FileNameUtils>
-#include <osgDB/FileUtils>
-#include <osgDB/ReadFile>
 
 #include <cpl_conv.h>
 
@@ -23,19 +21,6 @@ namespace
 {
 
 constexpr const char* kRootName = "/terrain.osgb.3dimg";
-
-struct SourcePaths
-{
-    std::string dom;
-    std::string dem;
-};
-
-SourcePaths split(const std::string& source)
-{
-    const std::size_t mark = source.find('?');
-    if (mark == std::string::npos) return {source, {}};
-    return {source.substr(0, mark), source.substr(mark + 1)};
-}
 
 } // namespace
 
@@ -76,14 +61,14 @@ void MvOsgGeoTerrain::joinDrapedPieces(std::vector<std::vector<KdGePoint3d>>& pi
 
 bool MvOsgGeoTerrain::makeCacheDirectory(const std::string& sourceAnsi, std::string& dir)
 {
-    dir = mvgeo::cacheDirectory("terrain", sourceAnsi);
-    return osgDB::makeDirectory(dir);
+    return mvgeo::makeCacheDirectory("terrain", sourceAnsi, dir);
 }
 
 bool MvOsgGeoTerrain::openRasters(const std::string& domPath, const std::string& demPath)
 {
     CPLSetConfigOption("GDAL_FILENAME_IS_UTF8", "YES");
     releaseRasters(); // whoever loads again wants the files as they are now
+    MvGdalDataSetManager::instance()->forgetUnusable();
     mvgeo::TerrainRasters rasters = mvgeo::openRasters(domPath, demPath);
     _domHeader = rasters.dom;
     _demHeader = rasters.dem;
@@ -106,12 +91,21 @@ bool MvOsgGeoTerrain::loadModel(const KdString& source)
         MVGEO_LOG(WARN) << "a terrain model holds one terrain, a second one needs a model of its own";
         return false;
     }
-    const SourcePaths paths = split(mvgeo::osgPath(source));
-    if (!openRasters(paths.dom, paths.dem)) return false;
+    if (addTerrain(source)) return true;
+    releaseRasters();
+    return false;
+}
+
+bool MvOsgGeoTerrain::addTerrain(const KdString& source)
+{
+    const mvgeo::TerrainSource paths = mvgeo::splitTerrainSource(source);
+    const std::string domPath = mvgeo::osgPath(paths.dom);
+    const std::string demPath = mvgeo::osgPath(paths.dem);
+    if (!openRasters(domPath, demPath)) return false;
 
     const osg::ref_ptr<osgDB::Options> options = optionsFor(source);
-    options->setUserValue(mvgeo::keys::domPath, paths.dom);
-    options->setUserValue(mvgeo::keys::demPath, paths.dem);
+    options->setUserValue(mvgeo::keys::domPath, domPath);
+    options->setUserValue(mvgeo::keys::demPath, demPath);
     options->setPluginData(mvgeo::keys::domHeader, _domHeader.get());
     options->setPluginData(mvgeo::keys::demHeader, _demHeader.get());
 
@@ -125,6 +119,12 @@ bool MvOsgGeoTerrain::loadModel(const KdString& source)
     if (!node) return false;
     measureTerrain(*node);
     return true;
+}
+
+void MvOsgGeoTerrain::clear()
+{
+    MvOsgGeoMesh::clear();
+    releaseRasters();
 }
 
 void MvOsgGeoTerrain::measureTerrain(osg::Node& rootTile)

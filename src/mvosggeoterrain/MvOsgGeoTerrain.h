@@ -22,12 +22,16 @@ public:
     bool checkBoundary(std::vector<KdGePoint3d>& points) override;
     /** Cleans each piece as above, pieces of fewer than two points go; then joins them. */
     void joinDrapedPieces(std::vector<std::vector<KdGePoint3d>>& pieces) override;
-    /** Opens the two rasters and builds the root tile. A model holds one terrain: false if there is one already. */
+    /** Opens the two rasters and builds the root tile. A model holds one terrain: false if there is one already. After
+     * a failure no raster is left open. */
     bool loadModel(const KdString& source) override;
     bool makeCacheDirectory(const std::string& sourceAnsi, std::string& dir) override;
+    /** The rasters are closed, unless another model uses them. */
+    void clear() override;
 
 private:
     [[nodiscard]] bool openRasters(const std::string& domPath, const std::string& demPath);
+    [[nodiscard]] bool addTerrain(const KdString& source);
     /** Rasters that no other model holds are closed; their files may have changed when they are opened again. */
     void releaseRasters();
     void measureTerrain(osg::Node& rootTile);

@@ -7,11 +7,13 @@
 namespace mvgeo::platform
 {
 
-/** An environment variable's value as ANSI text; nothing if it is not set. */
+// Texts are UTF-8 on Windows, whatever its code page; elsewhere the bytes as they stand.
+
+/** An environment variable's value; nothing if it is not set. */
 [[nodiscard]] std::optional<std::string> environmentVariable(const std::string& name);
 
-/** The folder for temporary files, ANSI text, without a separator at its end: the environment variable "TEMP" as it
- * stands if it is set and not empty, else the system's own. */
+/** The folder for temporary files, without a separator at its end: the environment variable "TEMP" as it stands if it
+ * is set and not empty, else the system's own. */
 [[nodiscard]] std::string temporaryDirectory();
 
 /** The local calendar time of `seconds` since the epoch. Thread: any, unlike std::localtime. */

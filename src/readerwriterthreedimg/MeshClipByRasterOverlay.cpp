@@ -19,6 +19,7 @@ using Corners = std::array<osg::Vec3d, 3>;
 constexpr GLuint kNone = std::numeric_limits<GLuint>::max();
 constexpr double kSmallestCrossProduct = 1e-10; // twice a triangle's area, in square units of the local frame
 constexpr double kBorderTolerance = 0.001;
+constexpr double kBorderPart = 0.001; // of a side: in degrees a thousandth is a hundred metres
 constexpr double kCutRounding = 1e-9; // how far, in rectangles, rounding may put a vertex of the cut off its border
 const osg::Vec3 kUp(0.0F, 0.0F, 1.0F);
 
@@ -27,13 +28,20 @@ double crossLength(const osg::Vec3d& a, const osg::Vec3d& b)
     return (a ^ b).length();
 }
 
-/** The parent's skirts, and triangles without area. */
-bool isLeftOut(const Corners& corners)
+/** The parent's skirts, and triangles without area, which is to be more than `smallest` (twice an area). */
+bool isLeftOut(const Corners& corners, double smallest)
 {
     const auto& [a, b, c] = corners;
     if (mvgeo::isSkirtTriangle(a, b, c)) return true;
     const double length = crossLength(b - a, c - a);
-    return !(length > kSmallestCrossProduct) || std::isinf(length); // a corner that is not a number fails the first
+    return !(length > smallest) || std::isinf(length); // a corner that is not a number fails the first
+}
+
+/** From a float to the next: how far the parent's vertices may lie off a border that they mean. */
+double floatStep(double value)
+{
+    const auto rounded = static_cast<float>(std::abs(value));
+    return std::nextafter(rounded, std::numeric_limits<float>::infinity()) - rounded;
 }
 
 /** What each corner contributes at a point of the triangle: the area of the part opposite to it, as a share. */
@@ -102,7 +110,12 @@ class MeshClipByRasterOverlay::Cut
 public:
     /** `normals` may be null or too short: a vertex without one points upwards. */
     Cut(const MeshClipByRasterOverlay& clipper, const osg::Vec3Array& vertices, const osg::Vec3Array* normals)
-        : _clipper(clipper), _vertices(vertices), _normals(normals), _newIndices(vertices.size(), kNone)
+        : _clipper(clipper),
+          _vertices(vertices),
+          _normals(normals),
+          _newIndices(vertices.size(), kNone),
+          _borderTolerance(clipper.borderTolerance()),
+          _smallestCrossProduct(kSmallestCrossProduct * std::max(0.0, std::min(1.0, clipper.area())))
     {
     }
 
@@ -127,6 +140,8 @@ private:
     const osg::Vec3Array& _vertices;
     const osg::Vec3Array* _normals;
     std::vector<GLuint> _newIndices; // by the parent's index; kNone: not copied yet
+    double _borderTolerance;
+    double _smallestCrossProduct; // a rectangle in degrees is small, and so are the pieces of it
 
     Polygon _newPositions;
     std::vector<osg::Vec3> _newNormals;
@@ -145,7 +160,7 @@ void MeshClipByRasterOverlay::Cut::addTriangle(const std::array<GLuint, 3>& indi
 
     const Corners corners = {_vertices[indices[0]], _vertices[indices[1]], _vertices[indices[2]]};
     // What lies beside the rectangle goes first: that is most of the parent, and cheaper to find than a small area.
-    if (isBeyondOneSide(corners) || isLeftOut(corners)) return;
+    if (isBeyondOneSide(corners) || isLeftOut(corners, _smallestCrossProduct)) return;
     if (isInside(corners[0]) && isInside(corners[1]) && isInside(corners[2]))
         copyTriangle(indices, corners);
     else
@@ -228,7 +243,7 @@ void MeshClipByRasterOverlay::Cut::hangSkirt(GLuint from, GLuint to, double dept
 {
     const osg::Vec3d start = _newPositions[from];
     const osg::Vec3d end = _newPositions[to];
-    if (!_clipper.isOnBorder((start + end) * 0.5, kBorderTolerance)) return;
+    if (!_clipper.isOnBorder((start + end) * 0.5, _borderTolerance)) return;
 
     const osg::Vec3d down(0.0, 0.0, -depth);
     const GLuint lowFrom = addVertex(start + down, osg::Vec3(_newNormals[from]));
@@ -304,6 +319,18 @@ bool MeshClipByRasterOverlay::isOnBorder(const osg::Vec3d& point, double toleran
 {
     return std::abs(point.x() - _xmin) < tolerance || std::abs(point.x() - _xmax) < tolerance ||
            std::abs(point.y() - _ymin) < tolerance || std::abs(point.y() - _ymax) < tolerance;
+}
+
+double MeshClipByRasterOverlay::area() const
+{
+    return (_xmax - _xmin) * (_ymax - _ymin);
+}
+
+double MeshClipByRasterOverlay::borderTolerance() const
+{
+    const double side = std::min(_xmax - _xmin, _ymax - _ymin);
+    const double farthest = std::max({std::abs(_xmin), std::abs(_xmax), std::abs(_ymin), std::abs(_ymax)});
+    return std::max(std::min(kBorderTolerance, kBorderPart * side), floatStep(farthest));
 }
 
 bool MeshClipByRasterOverlay::clipPolygon(std::vector<osg::Vec3d>& polygon) const

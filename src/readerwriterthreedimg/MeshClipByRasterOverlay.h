@@ -27,6 +27,10 @@ public:
     /** Nearer than `tolerance` to the line of one of the four sides. */
     [[nodiscard]] bool isOnBorder(const osg::Vec3d& point, double tolerance) const;
 
+    /** How near to the border an edge gets a skirt: a thousandth of a unit or of the rectangle's shorter side,
+     * whichever is less, but never less than the parent's vertices, which are floats, may lie off the border. */
+    [[nodiscard]] double borderTolerance() const;
+
     /** Clips a polygon in place (Sutherland and Hodgman, 1974); true when something is left. */
     bool clipPolygon(std::vector<osg::Vec3d>& polygon) const;
 
@@ -35,6 +39,8 @@ protected:
 
 private:
     class Cut;
+
+    [[nodiscard]] double area() const;
 
     double _xmin = 0.0;
     double _xmax = 0.0;

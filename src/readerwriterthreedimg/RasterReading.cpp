@@ -2,6 +2,7 @@
 
 #include "mvgdaldatasetmanager/QuietGdal.h"
 #include "support/LogLine.h"
+#include "support/OsgPaths.h"
 
 #include <cpl_error.h>
 #include <gdal_priv.h>
@@ -67,7 +68,8 @@ bool readWindow(ImageHeader& header, GDALDataset& dataset, const RasterWindow& w
     if (error != CE_None)
     {
         if (header.recordReadFailure())
-            MVGEO_LOG(WARN) << "cannot read " << header.path().ansiPtr() << ": " << CPLGetLastErrorMsg();
+            MVGEO_LOG(WARN) << "cannot read " << osgPath(header.path()) << ": "
+                            << osgPath(KdString::fromUtf8(CPLGetLastErrorMsg())); // which names the file too
         return false;
     }
     repeatEdges(window, static_cast<std::size_t>(cellSize), static_cast<unsigned char*>(cells));

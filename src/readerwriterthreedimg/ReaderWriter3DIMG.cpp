@@ -1,5 +1,6 @@
 #include "readerwriterthreedimg/ReaderWriter3DIMG.h"
 
+#include "mvgdaldatasetmanager/MvGdalDataSetManager.h"
 #include "readerwriterthreedimg/DatabaseOptionVisitor.h"
 #include "readerwriterthreedimg/TerrainPyramid.h"
 #include "readerwriterthreedimg/TileCacheFile.h"
@@ -108,6 +109,30 @@ void removeOldTextures(const Request& request, const osgDB::Options& options)
     }
 }
 
+/** The rasters of a tile while it is read. A model may let go of them meanwhile; then they are closed here. Readers
+ * without a model have nobody who opened them, and keep them. */
+class RastersInUse
+{
+public:
+    RastersInUse(const Request& request, bool isOfModel)
+        : rasters(mvgeo::openRasters(request.domPath, request.demPath)), _isOfModel(isOfModel)
+    {
+    }
+    ~RastersInUse()
+    {
+        rasters = {};
+        MvGdalDataSetManager* manager = MvGdalDataSetManager::instance();
+        if (_isOfModel && manager) manager->purgeUnused();
+    }
+    RastersInUse(const RastersInUse&) = delete;
+    RastersInUse& operator=(const RastersInUse&) = delete;
+
+    mvgeo::TerrainRasters rasters;
+
+private:
+    bool _isOfModel;
+};
+
 mvgeo::TileOriginCounts* countsOf(const osgDB::Options* options)
 {
     return options ? dynamic_cast<mvgeo::TileOriginCounts*>(options->getReadFileCallback()) : nullptr;
@@ -139,9 +164,10 @@ osgDB::ReaderWriter::ReadResult ReaderWriter3DIMG::readNode(const std::string& f
     if (!options) return ReadResult::FILE_NOT_HANDLED;
 
     const Request request(fileName, options);
-    const mvgeo::TerrainRasters rasters = mvgeo::openRasters(request.domPath, request.demPath);
-    const std::string stamp = stampOf(rasters);
     mvgeo::TileOriginCounts* counts = countsOf(options);
+    const RastersInUse inUse(request, counts != nullptr);
+    const mvgeo::TerrainRasters& rasters = inUse.rasters;
+    const std::string stamp = stampOf(rasters);
     if (request.hasCache())
         if (const osg::ref_ptr<osg::Node> node = readBack(request, stamp))
         {

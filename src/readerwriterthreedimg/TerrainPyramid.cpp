@@ -42,7 +42,9 @@ osg::ref_ptr<ImageHeader> findOrOpenHeader(const std::string& path, Find find, I
     MvGdalDataSetManager& manager = *MvGdalDataSetManager::instance();
     const std::string key = pathHashText(path);
     if (osg::ref_ptr<ImageHeader> known = (manager.*find)(key)) return known;
+    if (manager.isUnusable(key)) return nullptr;
     const osg::ref_ptr<ImageHeader> opened = openHeader(path);
+    if (!opened) manager.recordUnusable(key);
     if (!opened || (manager.*insert)(key, opened)) return opened;
     // Another thread was first to open the raster: its header is the one whose failures all threads count.
     const osg::ref_ptr<ImageHeader> first = (manager.*find)(key);
@@ -56,7 +58,7 @@ GDALDataset* datasetOfThisThread(ImageHeader* header)
     if (!header) return nullptr;
     GDALDataset* dataset = header->getDataset(OpenThreads::Thread::CurrentThreadId());
     if (!dataset && header->recordReadFailure())
-        MVGEO_LOG(WARN) << "cannot read " << header->path().ansiPtr() << ": it can no longer be opened";
+        MVGEO_LOG(WARN) << "cannot read " << osgPath(header->path()) << ": it can no longer be opened";
     return dataset;
 }
 

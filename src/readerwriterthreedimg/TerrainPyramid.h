@@ -23,7 +23,7 @@ enum class Refinement
 [[nodiscard]] Refinement refinementVote(const ImageHeader* header, double halfStepX, double halfStepY);
 
 /** The headers of the two rasters, from the dataset manager, where they are opened if need be; null for one that cannot
- * be opened. Paths are as in a tile's description. Thread: any. */
+ * be opened, which is tried once until the manager forgets it. Paths are as in a tile's description. Thread: any. */
 [[nodiscard]] TerrainRasters openRasters(const std::string& domPath, const std::string& demPath);
 
 /** One step of the pyramid: the root's paged node, or for a request that describes a tile (it carries an int "lod") the

@@ -17,6 +17,19 @@ constexpr bool kOsgTakesUtf8 = true;
 constexpr bool kOsgTakesUtf8 = false;
 #endif
 
+using NativeChar = std::filesystem::path::value_type;
+
+// What the system's own file names are made of: bytes here, 16-bit units on Windows, none of which needs converting.
+[[maybe_unused]] const char* nativeText(const KdString& path, char)
+{
+    return path.utf8Ptr();
+}
+
+[[maybe_unused]] const KdChar* nativeText(const KdString& path, KdChar)
+{
+    return path.kwszPtr();
+}
+
 } // namespace
 
 std::string osgPath(const KdString& path)
@@ -31,13 +44,13 @@ KdString hostPath(const std::string& path)
 
 std::filesystem::path filePath(const std::string& path)
 {
-    return std::filesystem::u8path(hostPath(path).utf8Ptr());
+    return nativeText(hostPath(path), NativeChar());
 }
 
 std::string cacheDirectory(const std::string& kind, const std::string& sourceAnsi)
 {
-    const std::string temporaryAnsi = platform::temporaryDirectory();
-    return osgPath(KdString(temporaryAnsi.c_str())) + '/' + kind + '/' + pathHashText(sourceAnsi);
+    const KdString temporary = KdString::fromUtf8(platform::temporaryDirectory().c_str());
+    return osgPath(temporary) + '/' + kind + '/' + pathHashText(sourceAnsi);
 }
 
 } // namespace mvgeo

@@ -16,7 +16,8 @@ namespace mvgeo
 
 [[nodiscard]] KdString hostPath(const std::string& path);
 
-/** For the standard library, which would take OSG's UTF-8 for text of the code page. */
+/** For the standard library, which would take OSG's UTF-8 for text of the code page. Takes every text that is a path.
+ */
 [[nodiscard]] std::filesystem::path filePath(const std::string& path);
 
 /** The folder in which files made from a source are cached: the temporary folder, `kind` and a number made from the

@@ -147,9 +147,7 @@ TEST_F(TextureCommand, RefusesWhereItCannotWrite)
     std::filesystem::create_directories(folder.path("folder.png"));
     expectOneSentence(in + quoted(folder.path("folder.png")), "replace a folder");
     expectOneSentence(in + quoted(folder.path("./a.png")), "the same file");
-    std::filesystem::create_directories(folder.path("c.png.part"));
-    expectOneSentence(in + quoted(folder.path("c.png")), "Cannot write the texture");
-    EXPECT_FALSE(std::filesystem::exists(folder.path("c.png")));
+    expectOneSentence(in + quoted(folder.path(std::string(300, 'c') + ".png")), "Cannot write the texture"); // too long
     expectOneSentence("texture convert " + quoted(folder.path("a.png")), "Two files are required");
 }
 
@@ -181,7 +179,8 @@ TEST_F(TextureCommand, ReplacesAFileOnlyWithAWholeOne)
     EXPECT_EQ(readFile(out), "was here");
     convert(quoted(folder.path("a.png")) + " " + quoted(out));
     EXPECT_TRUE(areEqual(*readPictureFile(out), *readPictureFile(folder.path("a.png"))));
-    EXPECT_FALSE(std::filesystem::exists(out + ".part"));
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+        EXPECT_NE(entry.path().extension(), ".part") << entry.path();
 }
 
 TEST_F(KtxCommand, KeepsEveryPixelWithoutCompression)

@@ -1,4 +1,5 @@
 #include "mvgdaldatasetmanager/OpenedHeader.h"
+#include "support/RasterDriver.h"
 #include "support/TemporaryDirectory.h"
 #include "support/TestRaster.h"
 
@@ -6,8 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <filesystem>
 #include <future>
+#include <mutex>
 #include <set>
 #include <thread>
 #include <vector>
@@ -99,6 +103,35 @@ TEST_F(DatasetHandles, OfOneThreadAreClosedAloneAndOpenedAgain)
     ASSERT_NE(header->getDataset(1), nullptr);
     EXPECT_EQ(firstPixel(*header->getDataset(1)), 7.0);
     EXPECT_EQ(openDatasetCount(), 3);
+}
+
+// Both find none and open the raster; whoever is second must not close what the first one reads.
+TEST_F(DatasetHandles, OfOneNumberIsOneThoughTwoAskForItAtOnce)
+{
+    std::mutex mutex;
+    std::condition_variable met;
+    int opening = -1; // the header's own
+    const RasterDriver driver(
+        [&](const std::string&)
+        {
+            std::unique_lock<std::mutex> lock(mutex);
+            ++opening;
+            met.notify_all();
+            if (opening > 0) met.wait_for(lock, std::chrono::seconds(10), [&] { return opening >= 2; });
+            return RasterDriver::makeDataset();
+        });
+    header = openedHeader(folder / "raster.test");
+    ASSERT_NE(header, nullptr);
+    std::vector<std::future<GDALDataset*>> handles;
+    for (int i = 0; i < 2; ++i)
+        handles.push_back(std::async(std::launch::async, [this] { return header->getDataset(42); }));
+    GDALDataset* const first = handles[0].get();
+    GDALDataset* const second = handles[1].get();
+    EXPECT_EQ(opening, 2) << "they did not meet";
+    EXPECT_EQ(first, second);
+    EXPECT_EQ(first, header->getDataset(42));
+    EXPECT_EQ(openDatasetCount(), 2);
+    header = nullptr;
 }
 
 TEST_F(DatasetHandles, OfAThreadThatNeverReadAreNotMissed)

@@ -184,6 +184,18 @@ TEST_F(Manager, LetsOneOfTwoThreadsWinTheSameKey)
     EXPECT_EQ(log.count(osg::WARN, "have been existed:!"), 1);
 }
 
+TEST_F(Manager, KnowsWhatCannotBeOpenedUntilItForgets)
+{
+    EXPECT_FALSE(manager.isUnusable(key));
+    manager.recordUnusable(key);
+    EXPECT_TRUE(manager.isUnusable(key));
+    EXPECT_FALSE(manager.isUnusable("another"));
+    manager.purgeUnused();
+    EXPECT_TRUE(manager.isUnusable(key));
+    manager.forgetUnusable();
+    EXPECT_FALSE(manager.isUnusable(key));
+}
+
 // What database threads do while models come and go: nobody ever reads with a closed handle.
 TEST_F(Manager, ServesReadersWhileOthersPurge)
 {

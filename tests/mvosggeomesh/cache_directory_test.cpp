@@ -9,6 +9,7 @@
 
 #include <osgDB/Options>
 
+#include <chrono>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -63,6 +64,18 @@ TEST_F(CacheDirectory, ThatExistsAlreadyIsUsedAgain)
     EXPECT_TRUE(driver.model().makeCacheDirectory("/a.osgb", first));
     EXPECT_TRUE(driver.model().makeCacheDirectory("/a.osgb", second));
     EXPECT_EQ(first, second);
+}
+
+TEST_F(CacheDirectory, LosesWhatAKilledProcessLeft)
+{
+    const ScopedEnvironment temp("TEMP", folder.path().string());
+    const std::string left = folder.makeFolder("mesh/" + fnvText("/a.osgb")) + "/~1_2.tmp";
+    writeFile(left, "half a texture");
+    fs::last_write_time(left, fs::file_time_type::clock::now() - std::chrono::hours(25));
+    ModelDriver driver;
+    std::string dir;
+    EXPECT_TRUE(driver.model().makeCacheDirectory("/a.osgb", dir));
+    EXPECT_FALSE(fs::exists(left));
 }
 
 TEST_F(CacheDirectory, WithoutTempLiesInTheSystemsTemporaryFolder)

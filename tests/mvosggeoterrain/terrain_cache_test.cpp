@@ -1,5 +1,6 @@
 #include "mvosggeoterrain/TerrainFixture.h"
 
+#include <chrono>
 #include <map>
 
 namespace
@@ -148,9 +149,18 @@ TEST_F(TerrainCache, TilesOfAnUnreadableRasterAreCounted)
 TEST_F(TerrainCache, NothingUnfinishedIsLeft)
 {
     show();
-    for (const std::string& name : cacheFiles(".osgb"))
-        EXPECT_NE(name[0], '~');
-    for (const std::string& name : cacheFiles(".jpeg"))
-        EXPECT_NE(name[0], '~');
     EXPECT_EQ(cacheFiles(".osgb").size(), driver->statistics().tilesBuilt);
+    EXPECT_FALSE(cacheFiles(".jpeg").empty());
+    for (const auto& entry : std::filesystem::directory_iterator(cacheDirectory(source())))
+        EXPECT_NE(entry.path().filename().string()[0], '~') << entry.path();
+}
+
+TEST_F(TerrainCache, LosesWhatAKilledProcessLeftWhenItsModelIsOpened)
+{
+    const std::string left = folder.makeFolder("temp/terrain/" + mvgeo::pathHashText(source())) + "/~1_2.tmp";
+    writeFile(left, "half a tile");
+    std::filesystem::last_write_time(left, std::filesystem::file_time_type::clock::now() - std::chrono::hours(25));
+    driver->add(source());
+    EXPECT_FALSE(std::filesystem::exists(left));
+    EXPECT_EQ(cacheFiles(".osgb").size(), 1U);
 }

@@ -87,7 +87,11 @@ protected:
     /** A noisy DEM and a noisy three-coloured DOM over the same square of 64 units. */
     void writeNoise();
     /** The headers are opened again by the next request, as when the last model of the rasters has gone. */
-    static void reopenRasters() { MvGdalDataSetManager::instance()->purgeUnused(); }
+    static void reopenRasters()
+    {
+        MvGdalDataSetManager::instance()->purgeUnused();
+        MvGdalDataSetManager::instance()->forgetUnusable();
+    }
     [[nodiscard]] std::string rootName() const { return cacheDir + "/terrain.osgb.3dimg"; }
     /** Names of the files in the cache folder, sorted. */
     [[nodiscard]] std::vector<std::string> cachedFiles() const;

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 using namespace cliptest;
@@ -322,6 +323,43 @@ TEST(MeshClipByRasterOverlay, CutFarFromTheOriginHasItsSkirtsToo)
     const Mesh result = clipMesh(parent, {far + 3.3, far + 9.7, far + 3.3, far + 9.7});
     ASSERT_NE(verticesOf(result)[0].x(), far + 3.3) << "not a float";
     EXPECT_EQ(skirtsOf(result).size(), 6U * 2U);
+}
+
+// 400 km from the origin floats lie 31 mm apart, and the parent's own border stands where they allow.
+TEST(MeshClipByRasterOverlay, BorderThatFloatsMissFarFromTheOriginHasItsSkirtsToo)
+{
+    const float far = 400000.0F;
+    const Mesh parent =
+        makeMesh({{far, far, 0}, {far + 16, far, 0}, {far, far + 16, 0}, {far + 16, far + 16, 0}}, {0, 1, 2, 1, 3, 2});
+    const Mesh result = clipMesh(parent, {far - 0.01, far + 16.01, far - 0.01, far + 16.01});
+    EXPECT_EQ(verticesOf(result).size(), 4U + 4U * 2U) << "nothing is cut";
+    EXPECT_EQ(skirtsOf(result).size(), 4U * 2U);
+}
+
+/** A flat grid of 9 x 9 posts from (0, 0) on. */
+Mesh flatGridOf(float postSpacing)
+{
+    Mesh mesh = makeFlatGrid(9, 9);
+    for (osg::Vec3& vertex : dynamic_cast<osg::Vec3Array&>(*mesh->getVertexArray()))
+        vertex *= postSpacing;
+    return mesh;
+}
+
+// Posts every 14 metres of a terrain in degrees; powers of two, so that no border is missed.
+TEST(MeshClipByRasterOverlay, TileOfAThousandthOfADegreeHasSkirtsOnItsBorderOnly)
+{
+    const float spacing = std::ldexp(1.0F, -13);
+    const Mesh result = clipMesh(flatGridOf(spacing), {0, 8 * spacing, 0, 8 * spacing});
+    EXPECT_EQ(surfaceOf(result).size(), 128U);
+    EXPECT_EQ(skirtsOf(result).size(), 32U * 2U);
+}
+
+// Posts less than a metre apart, in degrees.
+TEST(MeshClipByRasterOverlay, FlatGroundOfSmallTrianglesInDegreesIsKept)
+{
+    const float spacing = std::ldexp(1.0F, -17);
+    const Mesh result = clipMesh(flatGridOf(spacing), {0, 8 * spacing, 0, 8 * spacing});
+    EXPECT_DOUBLE_EQ(planArea(result), 64.0 * spacing * spacing);
 }
 
 } // namespace

@@ -149,6 +149,8 @@ TEST_F(Reader3DIMG, TellsWhereATileComesFrom)
     EXPECT_EQ(listener->tilesBuilt, 0U); // it failed
 
     writeNoise();
+    EXPECT_FALSE(readTile(rootName(), options)); // the rasters are not tried again for each tile
+    reopenRasters();
     EXPECT_TRUE(readTile(rootName(), options));
     EXPECT_EQ(listener->tilesBuilt, 1U);
     EXPECT_EQ(listener->tilesReadBack, 0U);

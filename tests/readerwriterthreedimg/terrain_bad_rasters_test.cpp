@@ -26,6 +26,8 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 void expectSound(const osg::ref_ptr<osg::Geometry>& mesh)
 {
     ASSERT_TRUE(mesh);
+    EXPECT_EQ(normalsOf(mesh).size(), verticesOf(mesh).size());
+    EXPECT_EQ(elementsOf(mesh).size() % 3, 0U);
     for (const osg::Vec3& vertex : verticesOf(mesh))
         ASSERT_TRUE(std::isfinite(vertex.x()) && std::isfinite(vertex.y()) && std::isfinite(vertex.z()));
     for (const osg::Vec3& normal : normalsOf(mesh))
@@ -228,48 +230,66 @@ TEST_F(BadRasters, ThatAreTheSameFile)
     EXPECT_GE(expectSoundPyramid(request), 5);
 }
 
-// What is deleted stays readable through the handles that are open, or is not: never a crash, never a null root.
+// What is deleted stays readable through the handles that are open; whoever has none yet gets a flat root and no
+// children.
 TEST_F(BadRasters, ThatAreDeletedWhileTilesAreBuilt)
 {
+    constexpr int kRounds = 4;
     writeNoise();
     std::atomic<int> builtCount{0};
+    std::atomic<int> rootCount{0};
     const auto build = [&]
     {
-        for (int round = 0; round < 4; ++round)
+        bool hasHandles = false;
+        for (int round = 0; round < kRounds; ++round)
         {
             const osg::ref_ptr<osg::Node> root = readRoot(request);
-            for (const auto& node : pagedNodesOf(root))
-            {
-                expectSoundTiles(node);
-                expectSoundTiles(readChildren(*node));
-                ++builtCount;
-            }
+            rootCount += expectSoundTiles(root);
+            ASSERT_EQ(pagedNodesOf(root).size(), 1U);
+            const int children = expectSoundTiles(readChildren(*pagedNodesOf(root).at(0)));
+            EXPECT_TRUE(children == 4 || (children == 0 && !hasHandles)) << children;
+            hasHandles = children == 4;
+            if (hasHandles) ++builtCount;
         }
     };
-    request.isCaching = false;
-    std::vector<std::thread> builders;
-    for (int i = 0; i < 2; ++i)
-        builders.emplace_back(build);
+    request.cacheDir.reset(); // nothing comes from a file
+    std::promise<void> secondHasEnded;
+    std::thread first(
+        [&]
+        {
+            build();
+            secondHasEnded.get_future().wait(); // else its number, and with it its handles, could be the second's
+        });
     while (builtCount == 0)
         std::this_thread::yield();
     fs::remove(dem);
     fs::remove(dom);
-    for (std::thread& builder : builders)
-        builder.join();
-    EXPECT_GT(builtCount, 0);
-    EXPECT_LE(log.lines().size(), 2U);
+    std::thread(build).join();
+    secondHasEnded.set_value();
+    first.join();
+    EXPECT_EQ(rootCount, 2 * kRounds);
+    EXPECT_EQ(builtCount, kRounds); // the first one's, to its end
+    EXPECT_EQ(log.count("it can no longer be opened"), 2);
+    EXPECT_EQ(log.lines().size(), 2U);
 }
 
-// A file that is cut off while it is open: whatever GDAL makes of it.
+// Files that are cut off while they are open. One raster that can still be opened is enough for tiles; without any
+// there are none.
 TEST_F(BadRasters, ThatAreCutOffWhileTheyAreOpen)
 {
     writeNoise();
     const osg::ref_ptr<osg::Node> root = readRoot(request);
-    for (const auto& [path, size] : {std::pair{dem, 3000U}, {dom, 300U}, {dem, 0U}, {dom, 0U}})
+    struct Cut
     {
-        fs::resize_file(path, size);
+        std::string path;
+        unsigned int size;
+        int tiles;
+    };
+    for (const Cut& cut : {Cut{dem, 3000, 4}, {dom, 3000, 4}, {dem, 0, 4}, {dom, 0, 0}})
+    {
+        fs::resize_file(cut.path, cut.size);
         MvGdalDataSetManager::instance()->closeThreadDatasets(OpenThreads::Thread::CurrentThreadId());
-        expectSoundTiles(readChildren(*pagedNodesOf(root).at(0)));
+        EXPECT_EQ(expectSoundTiles(readChildren(*pagedNodesOf(root).at(0))), cut.tiles) << cut.path << ' ' << cut.size;
     }
     EXPECT_EQ(cachedFiles(), std::vector<std::string>{"terrain.osgb"});
     EXPECT_LE(log.lines().size(), 2U);

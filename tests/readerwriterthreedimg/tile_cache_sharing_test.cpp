@@ -3,12 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <future>
 #include <map>
-#include <mutex>
-#include <thread>
 
 #ifndef _WIN32
 #include <sys/wait.h>
@@ -21,6 +19,7 @@ namespace
 {
 
 constexpr int kDepth = 3;
+constexpr std::size_t kRequests = 1 + 1 + 4; // the root, its children, theirs; those are leaves
 
 /** Reads all tiles down to a depth as the pager would; hands each to `visit` with its name. */
 template <typename Visit>
@@ -46,32 +45,59 @@ void readPyramid(const TerrainRequest& asked, const Visit& visit)
 class SharedTileCache : public TerrainTest
 {
 protected:
+    using Texts = std::map<std::string, std::string>; // what each tile is made of, by its name
+
     SharedTileCache() { writeNoise(); }
 
-    /** Every file there is can be read and is whole. */
-    void expectGoodFiles(const std::map<std::string, std::string>& expected)
+    void SetUp() override
     {
+        expected = readTexts();
+        ASSERT_EQ(expected.size(), kRequests);
+        expectFileNames();
         for (const std::string& name : cachedFiles())
-            EXPECT_NE(name.front(), '~') << name;
+            std::filesystem::remove(cacheDir + "/" + name);
+        ASSERT_TRUE(cachedFiles().empty());
         reopenRasters();
-        readPyramid(request, [&](const std::string& name, const osg::ref_ptr<osg::Node>& node)
-                    { EXPECT_EQ(describe(node), expected.at(name)) << name; });
     }
 
-    std::map<std::string, std::string> readTexts()
+    /** A file for each request, nothing half written. */
+    void expectFileNames() const
     {
-        std::map<std::string, std::string> texts;
+        EXPECT_EQ(cachedFiles().size(), kRequests);
+        for (const std::string& name : cachedFiles())
+            EXPECT_NE(name.front(), '~') << name;
+    }
+
+    /** Every tile has a file, and from that comes the same tile: what is read back is not written again. */
+    void expectGoodFiles()
+    {
+        expectFileNames();
+        reopenRasters();
+        const auto longAgo = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+        for (const std::string& name : cachedFiles())
+            std::filesystem::last_write_time(cacheDir + "/" + name, longAgo);
+        EXPECT_EQ(readTexts(), expected);
+        for (const std::string& name : cachedFiles())
+            EXPECT_LT(std::filesystem::last_write_time(cacheDir + "/" + name), longAgo + std::chrono::minutes(30))
+                << name;
+    }
+
+    Texts readTexts()
+    {
+        Texts texts;
         readPyramid(request, [&](const std::string& name, const osg::ref_ptr<osg::Node>& node)
                     { texts[name] = describe(node); });
         return texts;
     }
+
+    Texts expected; // built by this thread alone
 };
 
 TEST_F(SharedTileCache, IsFilledByThreadsAtOnce)
 {
     std::promise<void> start;
     const std::shared_future<void> go = start.get_future().share();
-    std::vector<std::future<std::map<std::string, std::string>>> readers;
+    std::vector<std::future<Texts>> readers;
     for (int i = 0; i < 3; ++i)
         readers.push_back(std::async(std::launch::async,
                                      [&]
@@ -80,11 +106,9 @@ TEST_F(SharedTileCache, IsFilledByThreadsAtOnce)
                                          return readTexts();
                                      }));
     start.set_value();
-    const std::map<std::string, std::string> first = readers[0].get();
-    EXPECT_GT(first.size(), 5U);
-    for (std::size_t i = 1; i < readers.size(); ++i)
-        EXPECT_EQ(readers[i].get(), first);
-    expectGoodFiles(first);
+    for (std::future<Texts>& reader : readers)
+        EXPECT_EQ(reader.get(), expected);
+    expectGoodFiles();
 }
 
 #if defined(_WIN32) || defined(MVGEO_HAS_THREAD_SANITIZER)
@@ -102,11 +126,10 @@ TEST_F(SharedTileCache, IsFilledByProcessesAtOnce)
         ASSERT_GE(child, 0);
         if (child == 0)
         {
-            bool isWhole = true;
+            bool isRight = true;
             for (int round = 0; round < 3; ++round) // the later ones read what the other one writes
-                readPyramid(request, [&](const std::string&, const osg::ref_ptr<osg::Node>& node)
-                            { isWhole = isWhole && node != nullptr; });
-            _exit(isWhole ? 0 : 1);
+                isRight = readTexts() == expected && isRight;
+            _exit(isRight ? 0 : 1);
         }
         children.push_back(child);
     }
@@ -116,14 +139,7 @@ TEST_F(SharedTileCache, IsFilledByProcessesAtOnce)
         ASSERT_EQ(waitpid(child, &status, 0), child);
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     }
-    const std::map<std::string, std::string> readBack = readTexts();
-    const std::string otherDir = folder.makeFolder("other");
-    EXPECT_GT(readBack.size(), 5U);
-    expectGoodFiles(readBack);
-    // The same as built alone, but for the folder's name.
-    for (const std::string& name : cachedFiles())
-        std::filesystem::remove(cacheDir + "/" + name);
-    EXPECT_EQ(readTexts(), readBack);
+    expectGoodFiles();
 }
 #endif
 

@@ -1,5 +1,6 @@
 #include "TerrainParts.h"
 #include "readerwriterthreedimg/TileCacheFile.h"
+#include "readerwriterthreedimg/TileSeal.h"
 
 #include <osg/ValueObject>
 #include <osgDB/ReadFile>
@@ -10,6 +11,8 @@
 
 #include <chrono>
 #include <filesystem>
+#include <future>
+#include <map>
 
 using namespace cliptest;
 using namespace terraintest;
@@ -112,13 +115,24 @@ TEST_F(TileCache, NamesItsFilesAfterTheRequests)
 TEST_F(TileCache, IsReadByOptionsOfAnotherRun)
 {
     writeNoise();
-    EXPECT_TRUE(readRoot(request));
+    const std::vector<std::string> built = readDiagonal();
+    ASSERT_GE(built.size(), 2U);
+    std::map<std::string, std::string> files;
+    for (const std::string& name : cachedFiles())
+    {
+        files[name] = readFile(cacheDir + "/" + name);
+        fs::last_write_time(cacheDir + "/" + name, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    }
     reopenRasters();
-    EXPECT_EQ(readDiagonal().size(), readDiagonal().size());
-    const std::string file = readFile(cacheDir + "/terrain.osgb");
-    reopenRasters();
-    EXPECT_TRUE(readRoot(request));
-    EXPECT_EQ(readFile(cacheDir + "/terrain.osgb"), file);
+    EXPECT_EQ(readDiagonal(), built);
+    EXPECT_EQ(cachedFiles().size(), files.size());
+    for (const auto& [name, bytes] : files)
+    {
+        EXPECT_EQ(readFile(cacheDir + "/" + name), bytes);
+        EXPECT_LT(fs::last_write_time(cacheDir + "/" + name),
+                  fs::file_time_type::clock::now() - std::chrono::minutes(30))
+            << name << " was written again";
+    }
 }
 
 // ---- isCaching
@@ -413,6 +427,53 @@ TEST_F(TileCache, FileWithoutSealIsReadOnlyWithoutRasters)
     osgDB::writeNodeFile(*node, cacheDir + "/a.osgb");
     EXPECT_FALSE(mvgeo::readCachedTile(cacheDir + "/a.osgb", "stamp"));
     EXPECT_TRUE(mvgeo::readCachedTile(cacheDir + "/a.osgb", ""));
+}
+
+/** A file that is whole, of a node whose stamp is none or another one. */
+void writeSealed(const osg::Node& node, const std::string& path)
+{
+    osgDB::writeNodeFile(node, path);
+    const std::string content = readFile(path);
+    writeFile(path, content + mvgeo::sealFor(content));
+}
+
+TEST_F(TileCache, SealedFileNeedsAStampOfTheRightType)
+{
+    const osg::ref_ptr<osg::Group> bare = new osg::Group;
+    const osg::ref_ptr<osg::Group> numbered = new osg::Group;
+    numbered->setUserValue("rasterStamp", 5);
+    const osg::ref_ptr<osg::Group> stamped = new osg::Group;
+    stamped->setUserValue("rasterStamp", std::string("5"));
+    writeSealed(*bare, cacheDir + "/bare.osgb");
+    writeSealed(*numbered, cacheDir + "/numbered.osgb");
+    writeSealed(*stamped, cacheDir + "/stamped.osgb");
+    EXPECT_FALSE(mvgeo::readCachedTile(cacheDir + "/bare.osgb", "5"));
+    EXPECT_FALSE(mvgeo::readCachedTile(cacheDir + "/numbered.osgb", "5"));
+    EXPECT_TRUE(mvgeo::readCachedTile(cacheDir + "/stamped.osgb", "5"));
+    for (const char* name : {"/bare.osgb", "/numbered.osgb"})
+        EXPECT_TRUE(mvgeo::readCachedTile(cacheDir + name, "")) << "without rasters";
+}
+
+// Whoever holds the lock keeps files from being read and written; a wait that is too short could only pass.
+TEST_F(TileCache, FileIsReadAndWrittenUnderTheManagersLock)
+{
+    constexpr std::chrono::milliseconds kWait(200);
+    const osg::ref_ptr<osg::Group> node = new osg::Group;
+    ASSERT_TRUE(mvgeo::writeCachedTile(*node, cacheDir, "there.osgb", "stamp"));
+
+    MvGdalDataSetManager& manager = *MvGdalDataSetManager::instance();
+    manager.fileLock.lock();
+    std::future<bool> reading = std::async(
+        std::launch::async, [this] { return mvgeo::readCachedTile(cacheDir + "/there.osgb", "stamp") != nullptr; });
+    std::future<bool> writing =
+        std::async(std::launch::async, [&] { return mvgeo::writeCachedTile(*node, cacheDir, "new.osgb", "stamp"); });
+    EXPECT_EQ(reading.wait_for(kWait), std::future_status::timeout);
+    EXPECT_EQ(writing.wait_for(kWait), std::future_status::timeout);
+    EXPECT_THAT(cachedFiles(), ElementsAre("there.osgb"));
+    manager.fileLock.unlock();
+    EXPECT_TRUE(reading.get());
+    EXPECT_TRUE(writing.get());
+    EXPECT_THAT(cachedFiles(), ElementsAre("new.osgb", "there.osgb"));
 }
 
 TEST_F(TileCache, FileIsOneThatOsgReads)

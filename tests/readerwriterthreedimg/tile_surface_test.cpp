@@ -2,10 +2,15 @@
 #include "readerwriterthreedimg/ElevationSampler.h"
 #include "readerwriterthreedimg/TileSurface.h"
 
+#include <gdal_priv.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 using namespace terraintest;
 using mvgeo::readDemWithEdges;
@@ -120,6 +125,96 @@ TEST(TileSurface, SharesItsEdgeWithItsNeighbour)
         EXPECT_EQ(west->grid.at(31, row), east->grid.at(0, row)) << row;
         EXPECT_EQ(west->normals[west->grid.index(31, row)], east->normals[east->grid.index(0, row)]) << row;
     }
+}
+
+// ---- the reads one by one
+
+/** A dataset that answers its n-th read with n everywhere, or fails; the tile itself is read first, then its edges. */
+class CountingDataset : public GDALDataset
+{
+public:
+    explicit CountingDataset(int failingRead = 0) : _failingRead(failingRead)
+    {
+        nRasterXSize = nRasterYSize = 10;
+        SetBand(1, new Band);
+    }
+    [[nodiscard]] int readCount() const { return _readCount; }
+
+private:
+    struct Band : public GDALRasterBand
+    {
+        Band()
+        {
+            eDataType = GDT_Float32;
+            nBlockXSize = nBlockYSize = 10;
+        }
+        CPLErr IReadBlock(int, int, void*) override { return CE_Failure; }
+    };
+
+    CPLErr IRasterIO(GDALRWFlag, int, int, int, int, void* cells, int columns, int rows, GDALDataType type, int, int*,
+                     GSpacing cellSize, GSpacing lineSize, GSpacing, GDALRasterIOExtraArg*) override
+    {
+        ++_readCount;
+        EXPECT_EQ(type, GDT_Float32);
+        EXPECT_EQ(cellSize, static_cast<GSpacing>(sizeof(float)));
+        if (_readCount == _failingRead) return CE_Failure;
+        for (int row = 0; row < rows; ++row)
+            std::fill_n(reinterpret_cast<float*>(static_cast<char*>(cells) + row * lineSize), columns,
+                        static_cast<float>(_readCount));
+        return CE_None;
+    }
+
+    int _failingRead;
+    int _readCount = 0;
+};
+
+// The northern edge is read second, the southern third; the western and the eastern come last and have the corners.
+TEST(TileSurface, HasTheWesternAndTheEasternStripsAtItsCorners)
+{
+    const mvgeo::TerrainRasters rasters = risingDem();
+    CountingDataset dataset;
+    const std::optional<TileSurface> surface = readDemWithEdges(rasters.dem, &dataset, tileOver({2, 8, 2, 8}, 4), true);
+    ASSERT_TRUE(surface);
+    EXPECT_EQ(dataset.readCount(), 5);
+    EXPECT_THAT(surface->grid.heights, ElementsAre(4, 2, 2, 5, //
+                                                   4, 1, 1, 5, //
+                                                   4, 1, 1, 5, //
+                                                   4, 3, 3, 5));
+}
+
+class FailingStrip : public testing::TestWithParam<std::pair<int, std::vector<float>>>
+{
+};
+
+TEST_P(FailingStrip, LeavesItsEdgeAsItWasAndTheOthersTheirs)
+{
+    const LogRecorder log;
+    const auto& [failingRead, heights] = GetParam();
+    const mvgeo::TerrainRasters rasters = risingDem();
+    CountingDataset dataset(failingRead);
+    const std::optional<TileSurface> surface = readDemWithEdges(rasters.dem, &dataset, tileOver({2, 8, 2, 8}, 4), true);
+    ASSERT_TRUE(surface);
+    EXPECT_EQ(dataset.readCount(), 5);
+    EXPECT_EQ(surface->grid.heights, heights);
+    EXPECT_EQ(surface->normals.size(), 16U);
+    EXPECT_THAT(surface->normals, Each(osg::Vec3d(0, 0, 1)));
+    EXPECT_EQ(rasters.dem->readFailureCount(), 1U);
+    EXPECT_EQ(log.count(osg::WARN, "cannot read "), 1);
+}
+INSTANTIATE_TEST_SUITE_P(
+    NorthSouthWestEast, FailingStrip,
+    testing::Values(std::pair{2, std::vector<float>{4, 1, 1, 5, 4, 1, 1, 5, 4, 1, 1, 5, 4, 3, 3, 5}},
+                    std::pair{3, std::vector<float>{4, 2, 2, 5, 4, 1, 1, 5, 4, 1, 1, 5, 4, 1, 1, 5}},
+                    std::pair{4, std::vector<float>{2, 2, 2, 5, 1, 1, 1, 5, 1, 1, 1, 5, 3, 3, 3, 5}},
+                    std::pair{5, std::vector<float>{4, 2, 2, 2, 4, 1, 1, 1, 4, 1, 1, 1, 4, 3, 3, 3}}));
+
+TEST(TileSurface, IsNothingIfItsOwnReadFails)
+{
+    const LogRecorder log;
+    const mvgeo::TerrainRasters rasters = risingDem();
+    CountingDataset dataset(1);
+    EXPECT_FALSE(readDemWithEdges(rasters.dem, &dataset, tileOver({2, 8, 2, 8}, 4), true));
+    EXPECT_EQ(dataset.readCount(), 1);
 }
 
 } // namespace

@@ -367,12 +367,12 @@ TEST(SamplePyramidFailure, NamesThePathThatCannotBeMade)
 
 TEST(SamplePyramidFailure, NamesTheFileThatCannotBeWrittenAndKeepsNothing)
 {
-    // A directory stands where the metadata's temporary file is to be: the last write fails, whoever runs the test.
+    // A folder comes where the metadata are to be: the last write fails, whoever runs the test.
     const TemporaryDirectory folder;
-    folder.makeFolder("metadata.xml.part");
     SamplePyramidOptions options = {};
     options.rootTilesX = options.rootTilesY = 1;
     options.tileSizeMetres = 100.0;
+    options.progress = [&folder](double /*fraction*/) { folder.makeFolder("metadata.xml/inside"); };
     const SamplePyramidResult result = writeSamplePyramid(folder.path().string(), options);
     EXPECT_FALSE(result.ok);
     EXPECT_THAT(result.message, testing::StartsWith("cannot write " + folder.path().string() + "/metadata.xml: "));
