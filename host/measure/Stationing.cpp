@@ -10,6 +10,8 @@ namespace
 {
 constexpr std::size_t kSegmentsPerLeaf = 8;
 constexpr std::size_t kLookAhead = 3; // segments: short ones may hold no point of a piece
+constexpr double kBeside = 1e-6;      // of the line: the library takes vertices so near to its cut for points of it
+constexpr double kJoint = 1e-4;       // ends that are so near the library joins, moving one of them
 
 double planDistance(const osg::BoundingBoxd& box, const osg::Vec3d& point)
 {
@@ -37,7 +39,8 @@ Stationing::Stationing(const Points& line) : _line(line), _corners{0.0}
     double largest = 0.0;
     for (const osg::Vec3d& point : line)
         largest = std::max({largest, std::abs(point.x()), std::abs(point.y())});
-    _tolerance = std::max(1e-3, 1e-7 * largest); // tiles hold floats
+    // What is draped lies upright above the line, computed in doubles, however coarse the tiles' floats are.
+    _tolerance = kBeside + 64.0 * std::numeric_limits<double>::epsilon() * largest;
     _corners.reserve(line.size());
     for (std::size_t i = 1; i < line.size(); ++i)
         _corners.push_back(_corners.back() + planDistance(line[i - 1], line[i]));
@@ -53,7 +56,7 @@ std::vector<Stationing::Stretch> Stationing::along(const Points& piece) const
     {
         segment = followingSegment(segment, piece[i - 1], piece[i]);
         const double start = distanceOf(segment, piece[i - 1]);
-        if (std::abs(start - stretches.back().distances.back()) > 2.0 * _tolerance)
+        if (std::abs(start - stretches.back().distances.back()) > 2.0 * (kJoint + _tolerance))
             stretches.push_back({{piece[i - 1]}, {start}});
         stretches.back().points.push_back(piece[i]);
         stretches.back().distances.push_back(distanceOf(segment, piece[i]));

@@ -1,5 +1,6 @@
 #include "mvclipregions/ClipIntersector.h"
 
+#include "support/BoundReach.h"
 #include "support/TerrainTileFacts.h"
 
 #include <osg/TriangleIndexFunctor>
@@ -85,13 +86,14 @@ osg::BoundingBoxd transformedBox(const osg::BoundingBox& box, const osg::Matrixd
     return result;
 }
 
-/** Holds the transformed sphere, however the matrix stretches it. */
+/** Holds what the sphere bounds, however the matrix stretches it. */
 osg::BoundingBoxd transformedBox(const osg::BoundingSphere& sphere, const osg::Matrixd& matrix)
 {
     const osg::Vec3d centre = osg::Vec3d(sphere.center()) * matrix;
+    const double radius = reachOf(sphere);
     osg::Vec3d reach;
     for (int axis = 0; axis < 3; ++axis)
-        reach[axis] = sphere.radius() * std::hypot(matrix(0, axis), matrix(1, axis), matrix(2, axis));
+        reach[axis] = radius * std::hypot(matrix(0, axis), matrix(1, axis), matrix(2, axis));
     return {centre - reach, centre + reach};
 }
 

@@ -234,7 +234,8 @@ bool ClipRegion::triangulate(const GEOSGeometry* shape, int halvings)
         const GeosSession::Geometry rectangle = rectangleOf(half);
         if (!rectangle) return false;
         const GeosSession::Geometry piece = _geos.own(GEOSIntersection_r(geos, shape, rectangle.get()));
-        if (!piece || !triangulate(polygonsOf(*piece).get(), halvings + 1)) return false;
+        const GeosSession::Geometry polygons = piece ? polygonsOf(*piece) : nullptr;
+        if (!polygons || !triangulate(polygons.get(), halvings + 1)) return false;
     }
     return true;
 }
@@ -267,13 +268,19 @@ bool ClipRegion::addTriangles(const GEOSGeometry* shape)
     return true;
 }
 
+/** No tree where GEOS cannot make one: all triangles are looked through then. */
 void ClipRegion::buildTree()
 {
     if (_triangles.size() <= kFewTriangles) return;
     GEOSContextHandle_t geos = _geos.handle();
-    _tree = _geos.own(GEOSSTRtree_create_r(geos, 10));
+    GeosSession::Tree tree = _geos.own(GEOSSTRtree_create_r(geos, 10));
     for (Triangle& triangle : _triangles)
-        GEOSSTRtree_insert_r(geos, _tree.get(), rectangleOf(triangle.box).get(), &triangle);
+    {
+        const GeosSession::Geometry rectangle = rectangleOf(triangle.box);
+        if (!tree || !rectangle) return;
+        GEOSSTRtree_insert_r(geos, tree.get(), rectangle.get(), &triangle);
+    }
+    _tree = std::move(tree);
 }
 
 Side ClipRegion::sideOf(const osg::Vec3d& a, const osg::Vec3d& b, const osg::Vec3d& c) const
@@ -306,14 +313,14 @@ void ClipRegion::cut(const ConvexPolygon& polygon, std::vector<ConvexPolygon>& i
 ClipRegion::Triangles ClipRegion::trianglesNear(const ConvexPolygon& polygon, double tolerance) const
 {
     Triangles triangles;
-    if (!_tree)
+    const GeosSession::Geometry box = _tree ? rectangleOf(boxOf(polygon).widened(tolerance)) : nullptr;
+    if (!box)
     {
         for (const Triangle& triangle : _triangles)
             triangles.push_back(&triangle);
         return triangles;
     }
     std::vector<const void*> found;
-    const GeosSession::Geometry box = rectangleOf(boxOf(polygon).widened(tolerance));
     GEOSSTRtree_query_r(_geos.handle(), _tree.get(), box.get(), appendItem, &found);
     for (const void* item : found)
         triangles.push_back(static_cast<const Triangle*>(item));

@@ -2,6 +2,7 @@
 
 #include "support/LogLine.h"
 
+#include <osg/NodeVisitor>
 #include <osgDB/ReadFile>
 
 #include <algorithm>
@@ -28,6 +29,19 @@ osg::ref_ptr<osg::Node> readGuarded(const std::string& fileName, const osgDB::Op
     return nullptr;
 }
 
+/** Drops what is for drawing only: the decoded textures of two thousand tiles take gigabytes. */
+class GeometryOnly : public osg::NodeVisitor
+{
+public:
+    GeometryOnly() : osg::NodeVisitor(TRAVERSE_ALL_CHILDREN) {}
+
+    void apply(osg::Node& node) override
+    {
+        node.setStateSet(nullptr);
+        traverse(node);
+    }
+};
+
 } // namespace
 
 DatabaseCacheReadCallback::DatabaseCacheReadCallback(std::uint32_t maximumFiles) : _maximumFiles(maximumFiles) {}
@@ -44,7 +58,13 @@ osg::ref_ptr<osg::Node> DatabaseCacheReadCallback::readNodeFile(const std::strin
 {
     if (osg::ref_ptr<osg::Node> stored = find(fileName)) return stored;
     const osg::ref_ptr<osg::Node> node = readGuarded(fileName, options);
-    if (node) store(fileName, node);
+    if (!node) return nullptr;
+    if (node->referenceCount() == 1) // OSG's own cache may hold it for others
+    {
+        GeometryOnly geometryOnly;
+        node->accept(geometryOnly);
+    }
+    store(fileName, node);
     return node;
 }
 

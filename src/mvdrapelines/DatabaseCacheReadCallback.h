@@ -14,6 +14,9 @@
 /** Reads the tiles that a measurement needs and the scene does not hold, and keeps them for the measurement's length: a
  * long line asks for the same tile once a segment.
  *
+ * Of a tile only the geometry is kept: textures and other state are dropped as soon as it is read, unless OSG shares it
+ * with others.
+ *
  * The limit is a soft one: a new tile takes the place of the first one, by name, that nobody else holds; if all are
  * held, it is stored on top. A tile that cannot be read is not remembered.
  *

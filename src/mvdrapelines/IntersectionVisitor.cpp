@@ -22,21 +22,28 @@ float finestMinimum(const osg::LOD& node)
     return finest;
 }
 
+/** A copy of options has its own list of user values, but shares what the list holds: a value that is there must be
+ * exchanged, not written to. */
+void setOwnValue(osgDB::Options& copy, const std::string& key, bool value)
+{
+    osg::UserDataContainer& values = *copy.getOrCreateUserDataContainer();
+    const osg::ref_ptr<osg::Object> object = new osg::BoolValueObject(key, value);
+    const unsigned int index = values.getUserObjectIndex(key);
+    if (index < values.getNumUserObjects())
+        values.setUserObject(index, object);
+    else
+        values.addUserObject(object);
+}
+
 /** What a tile below this node is read with; null if the node has no read options. */
 osg::ref_ptr<osgDB::Options> measuringOptions(const osg::PagedLOD& node)
 {
     const auto* shared = dynamic_cast<const osgDB::Options*>(node.getDatabaseOptions());
     if (!shared) return nullptr;
-    // This copies the list of user values, not what it holds: a value that is there must be exchanged, not written to.
     osg::ref_ptr<osgDB::Options> own =
         static_cast<osgDB::Options*>(shared->clone(osg::CopyOp(osg::CopyOp::DEEP_COPY_USERDATA)));
-    osg::UserDataContainer& values = *own->getOrCreateUserDataContainer();
-    const osg::ref_ptr<osg::Object> isCaching = new osg::BoolValueObject(mvgeo::keys::isCaching, false);
-    const unsigned int index = values.getUserObjectIndex(mvgeo::keys::isCaching);
-    if (index < values.getNumUserObjects())
-        values.setUserObject(index, isCaching);
-    else
-        values.addUserObject(isCaching);
+    setOwnValue(*own, mvgeo::keys::isCaching, false);
+    setOwnValue(*own, mvgeo::keys::geometryOnly, true);
     return own;
 }
 

@@ -8,7 +8,7 @@
  * DEM's pixels is cut as it is: finer tiles only interpolate.
  *
  * Read options are never written, they are shared with the thread that pages: a read gets a copy of its own, which says
- * that the tile is not to be kept on the disk.
+ * that the tile is not to be kept on the disk, and that nothing but its geometry is wanted.
  *
  * Thread: the host's update thread; other threads may read tiles meanwhile. The class and library names are the base
  * class's.

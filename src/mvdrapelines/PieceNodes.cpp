@@ -6,6 +6,7 @@
 #include <cmath>
 #include <numeric>
 #include <tuple>
+#include <utility>
 
 namespace mvgeo
 {
@@ -15,6 +16,7 @@ namespace
 
 constexpr double kOnPoint = 1e-6;
 constexpr double kOnSegment = 1e-4;
+constexpr double kBesideCut = 2e-7; // in plan: twice as near as a vertex must be to count as lying on the cut
 constexpr double kBoxBorder = 0.01;
 constexpr std::size_t kSegmentsPerBox = 16;
 constexpr double kFarthest = 1e300; // boxes stay finite, and so do the sums of their sides
@@ -72,6 +74,10 @@ struct OrientedBox
         const double reach = std::abs(across(other.alongX, other.alongY)) * other.halfLength +
                              std::abs(along(other.alongX, other.alongY)) * other.halfWidth;
         return std::abs(across(other.x - x, other.y - y)) > halfWidth + reach + gap;
+    }
+    [[nodiscard]] bool isBeside(const KdGePoint3d& point, double gap) const
+    {
+        return std::abs(across(point.x - x, point.y - y)) > halfWidth + gap;
     }
 };
 
@@ -201,6 +207,7 @@ public:
             for (const SegmentRun* other : neighbours)
                 if (other->piece != run.piece) compare(run, *other);
         }
+        uniteEndsBeside();
         return result();
     }
 
@@ -224,12 +231,15 @@ private:
         {
             const KdGePoint3d& place = _pieces.points[point];
             if (!box.contains(projectU(place), projectV(place))) continue;
+            // Near a sharp corner the line's two legs are as near as two tiles of one cut, but not in one plane: they
+            // meet at the corner and share nothing. What is as good as upright tells no direction.
+            const bool isOtherCut = 2.0 * other.plan.halfLength > kOnSegment && other.plan.isBeside(place, kBesideCut);
             for (std::size_t segment = other.first; segment < other.last; ++segment)
-                compare(point, segment);
+                compare(point, segment, isOtherCut);
         }
     }
 
-    void compare(std::size_t point, std::size_t segment)
+    void compare(std::size_t point, std::size_t segment, bool isOtherCut)
     {
         const KdGePoint3d& start = _pieces.points[segment];
         const KdGePoint3d& end = _pieces.points[segment + 1];
@@ -238,6 +248,9 @@ private:
         const double toEnd = place.distanceTo(end);
         const std::size_t nearest = toStart <= toEnd ? segment : segment + 1;
         const double toNearest = std::min(toStart, toEnd);
+        const bool isEnd = _pieces.isPieceEnd(point);
+        const bool isNearestEnd = _pieces.isPieceEnd(nearest);
+        if (isOtherCut && !isEnd && !isNearestEnd) return;
         if (toNearest <= kOnPoint) return _places.unite(point, nearest);
 
         const KdGeVector3d side = end - start;
@@ -249,12 +262,29 @@ private:
                                start.z + side.z * (along / length));
         if (!(place.distanceTo(foot) <= kOnSegment)) return;
 
+        const bool isBarelyApart = toNearest <= kOnSegment;
+        if (isOtherCut)
+        {
+            if (isEnd && isNearestEnd && isBarelyApart) _endsBeside.emplace_back(point, nearest);
+            return;
+        }
         // Without this, tiles whose ends differ by the rounding of floats would cross over by a tiny end.
-        const bool isAtEnd = _pieces.isPieceEnd(point) || _pieces.isPieceEnd(nearest);
-        if ((isAtEnd && toNearest <= kOnSegment) || along <= 0.0 || along >= length)
+        if (((isEnd || isNearestEnd) && isBarelyApart) || along <= 0.0 || along >= length)
             _places.unite(point, nearest);
         else
             _pointsOnSegments.push_back({segment, along, point});
+    }
+
+    /** Ends that lie beside each other are one node if none of them goes on otherwise. */
+    void uniteEndsBeside()
+    {
+        if (_endsBeside.empty()) return;
+        std::vector<std::size_t> endCount(_pieces.points.size());
+        for (std::size_t point = 0; point < endCount.size(); ++point)
+            if (_pieces.isPieceEnd(point)) ++endCount[_places.firstOf(point)];
+        const auto isAlone = [&](std::size_t point) { return endCount[_places.firstOf(point)] == 1; };
+        for (const auto& [end, other] : _endsBeside)
+            if (isAlone(end) && isAlone(other)) _places.unite(end, other);
     }
 
     PieceNodes result()
@@ -270,6 +300,7 @@ private:
 
     const PiecePoints& _pieces;
     DisjointSets _places;
+    std::vector<std::pair<std::size_t, std::size_t>> _endsBeside; // of pieces that are not of one cut
     std::vector<PieceNodes::PointOnSegment> _pointsOnSegments;
 };
 

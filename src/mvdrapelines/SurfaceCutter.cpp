@@ -1,6 +1,7 @@
 #include "mvdrapelines/SurfaceCutter.h"
 
 #include "mvdrapelines/SegmentChaining.h"
+#include "support/BoundReach.h"
 #include "support/TerrainTileFacts.h"
 
 #include <osg/Geometry>
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
 
 namespace mvgeo
 {
@@ -83,7 +83,7 @@ private:
     void cut(const Corners& corners)
     {
         if (leavesOutSkirts &&
-            isSkirtTriangle((*vertices)[corners[0]], (*vertices)[corners[1]], (*vertices)[corners[2]]))
+            isSkirtOrSliver((*vertices)[corners[0]], (*vertices)[corners[1]], (*vertices)[corners[2]]))
             return;
         std::array<osg::Vec3d, 3> found;
         std::size_t count = 0;
@@ -147,8 +147,7 @@ bool SurfaceCutter::enter(const osg::Node& node)
     const osg::BoundingSphere& sphere = node.getBound();
     if (!sphere.valid()) return false;
     const osg::Vec3d centre = sphere.center();
-    constexpr double kRoundings = 4.0 * std::numeric_limits<float>::epsilon(); // in the centre, in the radius
-    const double radius = sphere.radius() + kRoundings * (centre.length() + sphere.radius()) + kOnPlane;
+    const double radius = reachOf(sphere) + kOnPlane;
     if (std::abs(_plane.distance(centre)) > radius) return false;
     for (const osg::Plane& end : _polytope.getPlaneList())
         if (end.distance(centre) < -radius) return false;

@@ -22,7 +22,7 @@ class SurfaceCutter : public osgUtil::PlaneIntersector
 {
 public:
     /** The cut from one point to another, whatever their heights.
-     * @param leavesOutSkirts  skirt triangles (isSkirtTriangle) of the geometry do not count
+     * @param leavesOutSkirts  skirts and slivers (isSkirtOrSliver) of the geometry do not count
      * @return null if the points lie above each other or are no numbers */
     [[nodiscard]] static osg::ref_ptr<SurfaceCutter> between(const osg::Vec3d& start, const osg::Vec3d& end,
                                                              bool leavesOutSkirts);

@@ -1,5 +1,6 @@
 #include "mvosggeomesh/MvOsgGeoMesh.h"
 
+#include "mvosggeomesh/PickIntersector.h"
 #include "support/CacheDirectory.h"
 #include "support/HostConversions.h"
 #include "support/LogLine.h"
@@ -90,7 +91,7 @@ MvOsgGeoMesh::MvOsgGeoMesh(std::function<bool()> callback)
     // Its bound is a sphere of floats, which at coordinates in the millions is wrong by half a metre: intersections at
     // the model's border would be lost. Below it the bounds are in the model's frame.
     _root->setCullingActive(false);
-    _pickIntersector = new osgUtil::LineSegmentIntersector(osg::Vec3d(), osg::Vec3d());
+    _pickIntersector = new mvgeo::PickIntersector(osg::Vec3d(), osg::Vec3d());
     _pickIntersector->setIntersectionLimit(osgUtil::Intersector::LIMIT_NEAREST);
 }
 

@@ -1,6 +1,7 @@
 #include "mvosggeomesh/GuardedQuery.h"
 #include "mvosggeomesh/MvOsgGeoMesh.h"
 #include "mvosggeomesh/PickRay.h"
+#include "support/BoundReach.h"
 #include "support/HostConversions.h"
 #include "support/LogLine.h"
 
@@ -18,11 +19,31 @@ constexpr const char* kNoIntersector = "\xc7\xf3\xbd\xbb\xc6\xf7\xce\xb4\xb3\xf5
 
 using Intersection = osgUtil::LineSegmentIntersector::Intersection;
 
-osg::BoundingBoxd boxOf(const KdDbExtents& extents)
+/** The transformed extents, with room for the single precision in which they were measured before. */
+osg::BoundingBoxd placed(const KdDbExtents& extents, const KdGeMatrix3d& transform)
 {
     if (!extents.isValid()) return {};
-    return {mvgeo::toOsg(extents.minPoint()), mvgeo::toOsg(extents.maxPoint())};
+    const osg::Vec3d low = mvgeo::toOsg(extents.minPoint());
+    const osg::Vec3d high = mvgeo::toOsg(extents.maxPoint());
+    const double room = mvgeo::roundingOfBounds((low + high) * 0.5, (high - low).length() * 0.5);
+    const KdGeVector3d border(room, room, room);
+    KdDbExtents box(extents.minPoint() - border, extents.maxPoint() + border);
+    box.transformBy(transform);
+    return {mvgeo::toOsg(box.minPoint()), mvgeo::toOsg(box.maxPoint())};
 }
+
+/** Lets go of the tiles that were hit, however the pick ends. */
+class HitRelease
+{
+public:
+    explicit HitRelease(osgUtil::LineSegmentIntersector& intersector) : _intersector(intersector) {}
+    ~HitRelease() { _intersector.reset(); }
+    HitRelease(const HitRelease&) = delete;
+    HitRelease& operator=(const HitRelease&) = delete;
+
+private:
+    osgUtil::LineSegmentIntersector& _intersector;
+};
 
 /** Gives large tiles a tree of their triangles when a ray first comes near them; it stays with the tile and serves
  * later picks. OSG's intersector takes it from the place of the drawable's shape, which nothing else here uses. */
@@ -94,7 +115,8 @@ std::vector<KdGePoint3d> cornersOf(const Intersection& hit, const mvgeo::Placeme
 
 std::optional<Intersection> MvOsgGeoMesh::firstHit(const mvgeo::Placement& placement, const KdGePoint3d& point)
 {
-    const auto ray = mvgeo::pickRay(_viewMatrix, _projectionMatrix, placement, mvgeo::toOsg(point), boxOf(extents()));
+    const auto ray = mvgeo::pickRay(_viewMatrix, _projectionMatrix, placement, mvgeo::toOsg(point),
+                                    placed(_extents, _hostTransform));
     if (!_pickIntersector)
     {
         MVGEO_LOG(FATAL) << kNoIntersector;
@@ -102,6 +124,7 @@ std::optional<Intersection> MvOsgGeoMesh::firstHit(const mvgeo::Placement& place
     }
     if (!ray) return std::nullopt;
 
+    const HitRelease release(*_pickIntersector);
     for (const osg::Vec3d& offset : rayOffsets(ray->end - ray->start))
     {
         PickVisitor visitor;

@@ -46,6 +46,13 @@ osg::ref_ptr<osg::Geometry> parentGeometryIn(const osgDB::Options* options)
     return container ? container->geometry : nullptr;
 }
 
+/** False for a tile that is only measured: its ortho-image would be sampled for nothing. */
+bool wantsTexture(const osgDB::Options* options)
+{
+    const bool* geometryOnly = options ? userValue<bool>(*options, keys::geometryOnly) : nullptr;
+    return !geometryOnly || !*geometryOnly;
+}
+
 RgbPixels tilePixels(const TerrainRasters& rasters, const TerrainTileInfo& info)
 {
     RgbPixels pixels;
@@ -65,16 +72,18 @@ double skirtDepthFor(const osg::BoundingBox& parent)
 
 /** The parent's mesh cut to the tile, in `info` its range of z. Null if the parent cannot be cut. */
 osg::ref_ptr<osg::Geometry> cutOutOfParent(const osg::ref_ptr<osg::Geometry>& parent, const TerrainRasters& rasters,
-                                           TerrainTileInfo& info)
+                                           TerrainTileInfo& info, bool isTextured)
 {
-    const osg::ref_ptr<osg::Image> image = makeTileImage(tilePixels(rasters, info), info, domImageName(info));
+    osg::ref_ptr<osg::Image> image;
+    if (isTextured) image = makeTileImage(tilePixels(rasters, info), info, domImageName(info));
     const osg::ref_ptr<MeshClipByRasterOverlay> clipper = new MeshClipByRasterOverlay;
     clipper->setRectangle(info.startX - info.offsetX, info.endX - info.offsetX, info.startY - info.offsetY,
                           info.endY - info.offsetY);
     osg::ref_ptr<osg::Geometry> geometry;
     clipper->clip(parent, skirtDepthFor(parent->getBoundingBox()), image, geometry);
     if (!geometry) return nullptr;
-    if (geometry->getVertexArray()->getNumElements() == 0) geometry->setStateSet(nullptr); // as in buildFromDem
+    if (!isTextured || geometry->getVertexArray()->getNumElements() == 0)
+        geometry->setStateSet(nullptr); // as in buildFromDem
 
     const osg::BoundingBox& box = geometry->getBoundingBox();
     info.minZ = box.valid() ? box.zMin() : -1.0;
@@ -82,14 +91,14 @@ osg::ref_ptr<osg::Geometry> cutOutOfParent(const osg::ref_ptr<osg::Geometry>& pa
     return geometry;
 }
 
-osg::ref_ptr<osg::Geometry> buildFromDem(const TerrainRasters& rasters, TerrainTileInfo& info)
+osg::ref_ptr<osg::Geometry> buildFromDem(const TerrainRasters& rasters, TerrainTileInfo& info, bool isTextured)
 {
     const float noData = noDataOf(rasters.dem, rasters.demDataset);
     std::optional<TileSurface> surface = readDemWithEdges(rasters.dem.get(), rasters.demDataset, info, info.normal);
     if (!surface) surface = flatSurface(info, noData, info.normal);
     const osg::ref_ptr<osg::Geometry> geometry = buildTileGeometry(*surface, noData, info);
     // A tile in the padding around the raster has nothing that could show a texture.
-    if (geometry->getVertexArray()->getNumElements() == 0) return geometry;
+    if (!isTextured || geometry->getVertexArray()->getNumElements() == 0) return geometry;
 
     const std::string name = osgDB::getSimpleFileName(domImageName(info));
     setTileTexture(*geometry, makeTileImage(tilePixels(rasters, info), info, name));
@@ -112,11 +121,12 @@ osg::ref_ptr<osg::Node> buildTerrainTile(const TerrainRasters& rasters, TerrainT
         MVGEO_LOG(WARN) << "dem not supported data Type";
         return nullptr;
     }
+    const bool isTextured = wantsTexture(options);
     osg::ref_ptr<osg::Geometry> geometry;
     if (!rasters.dem || isParentDenserThanDem(*rasters.dem, info))
         if (const osg::ref_ptr<osg::Geometry> parent = parentGeometryIn(options))
-            geometry = cutOutOfParent(parent, rasters, info);
-    if (!geometry) geometry = buildFromDem(rasters, info);
+            geometry = cutOutOfParent(parent, rasters, info, isTextured);
+    if (!geometry) geometry = buildFromDem(rasters, info, isTextured);
 
     const osg::ref_ptr<osg::MatrixTransform> tile =
         new osg::MatrixTransform(osg::Matrixd::translate(info.offsetX, info.offsetY, 0.0));

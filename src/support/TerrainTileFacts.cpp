@@ -2,6 +2,7 @@
 
 #include "support/UserValues.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -44,8 +45,9 @@ bool isDenserThanDem(const osg::Object& node)
     const int* columns = userValue<int>(node, keys::demWidth);
     const int* rows = userValue<int>(node, keys::demHeight);
     if (!tile || !pixelWidth || !pixelHeight || !columns || !rows) return false;
-    return *pixelWidth > postSpacing(tile->west, tile->east, *columns) &&
-           *pixelHeight > postSpacing(tile->south, tile->north, *rows);
+    const double rowSpacing = postSpacing(tile->south, tile->north, *rows);
+    return isDenserThanPixels({postSpacing(tile->west, tile->east, *columns), std::max(rowSpacing, 0.0)},
+                              {*pixelWidth, *pixelHeight});
 }
 
 } // namespace mvgeo

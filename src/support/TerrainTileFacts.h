@@ -21,13 +21,14 @@ struct TileExtent
 /** The extent that a terrain tile's node carries as user values; nothing unless all four are there as double. */
 [[nodiscard]] std::optional<TileExtent> terrainTileExtent(const osg::Object& node);
 
-/** The rule of building: samples lie closer together than a raster's pixels, in x and in y, so that finer ones would
- * only interpolate. The y components may have either sign. Two distances that differ by rounding are the same here,
- * because the edges of neighbours are rounded differently and both must be told the same. */
+/** Samples lie closer together than a raster's pixels, in x and in y, so that finer ones would only interpolate. The y
+ * components may have either sign. Two distances that differ by rounding are the same here, because the edges of
+ * neighbours are rounded differently and both must be told the same. */
 [[nodiscard]] bool isDenserThanPixels(const osg::Vec2d& sampleStep, const osg::Vec2d& pixelSize);
 
-/** The rule of measuring: a terrain tile's posts lie closer together than its DEM's pixels, as its node's user values
- * tell. Exact, with the signs that the differences of the edges have. False for the nodes of other pyramids. */
+/** The same of a terrain tile's posts and its DEM's pixels, as its node's user values tell: whoever measures must stop
+ * where whoever builds stops reading the DEM. The differences of the edges keep their signs, and a negative one is
+ * closer than any pixel. False for the nodes of other pyramids. */
 [[nodiscard]] bool isDenserThanDem(const osg::Object& node);
 
 /** Skirts are walls that hang straight down from a terrain tile's border and hide gaps to tiles of another depth; they
@@ -40,8 +41,8 @@ template <typename Point>
     return isAbove(a, b) || isAbove(b, c) || isAbove(c, a);
 }
 
-/** Triangles without area when seen from above: skirts, and slivers that rounding leaves at the border of a tile that
- * was cut out of its parent. */
+/** Triangles without area when seen from above, which no measurement counts: skirts, and slivers that rounding leaves
+ * at the border of a tile that was cut out of its parent. */
 template <typename Point>
 [[nodiscard]] bool isSkirtOrSliver(const Point& a, const Point& b, const Point& c)
 {

@@ -57,6 +57,26 @@ std::uint64_t endOfVertices(const osg::PrimitiveSet& set)
     }
 }
 
+/** A run of several cannot lose its end without moving those that follow. */
+bool hasPartOfTriangle(const osg::PrimitiveSet& set)
+{
+    const auto* lengths = dynamic_cast<const osg::DrawArrayLengths*>(&set);
+    return lengths && set.getMode() == GL_TRIANGLES &&
+           std::any_of(lengths->begin(), lengths->end(), [](GLsizei length) { return length % 3 != 0; });
+}
+
+void trimTriangles(osg::PrimitiveSet& set)
+{
+    if (set.getMode() != GL_TRIANGLES) return;
+    if (osg::DrawElements* elements = set.getDrawElements())
+    {
+        if (const unsigned int surplus = elements->getNumIndices() % 3; surplus > 0)
+            elements->resizeElements(elements->getNumIndices() - surplus);
+    }
+    else if (auto* range = dynamic_cast<osg::DrawArrays*>(&set); range && range->getCount() > 0)
+        range->setCount(range->getCount() - range->getCount() % 3);
+}
+
 std::string faultIn(const osg::Geometry& geometry)
 {
     if (!geometry.getVertexArray()) return {};
@@ -66,6 +86,7 @@ std::string faultIn(const osg::Geometry& geometry)
         const osg::PrimitiveSet* set = geometry.getPrimitiveSet(i);
         if (set && endOfVertices(*set) > vertexCount)
             return "its indices lead beyond its " + std::to_string(vertexCount) + " vertices";
+        if (set && hasPartOfTriangle(*set)) return "one of its runs of vertices ends within a triangle";
     }
     return {};
 }
@@ -87,6 +108,15 @@ std::string faultIn(osg::Node& tile)
     for (const osg::ref_ptr<osg::Geometry>& geometry : collector.geometries())
         if (std::string fault = faultIn(*geometry); !fault.empty()) return fault;
     return {};
+}
+
+void trimTriangles(osg::Node& tile)
+{
+    VisitorGeometry collector;
+    tile.accept(collector);
+    for (const osg::ref_ptr<osg::Geometry>& geometry : collector.geometries())
+        for (unsigned int i = 0; i < geometry->getNumPrimitiveSets(); ++i)
+            if (osg::PrimitiveSet* set = geometry->getPrimitiveSet(i)) trimTriangles(*set);
 }
 
 void useSinglePrecisionVertices(osg::Node& tile)

@@ -34,6 +34,7 @@ inline const std::string imagePath = "imagePath";       ///< string on a texture
 inline const std::string cachePathDir = "cachePathDir"; ///< string on read options: folder of the image cache
 inline const std::string normal = "normal";             ///< bool on read options: give tiles normals
 inline const std::string isCaching = "isCaching";       ///< bool on read options: keep on the disk; absent means true
+inline const std::string geometryOnly = "geometryOnly"; ///< bool on read options: textures are not wanted
 
 // Of the description that the nodes of terrain tiles carry:
 inline const std::string startX = "startX"; ///< doubles: west, south, east and north edge

@@ -73,6 +73,7 @@ ReadResult ReadFileCallback::readAndPrepare(const std::string& fileName, const o
     {
         ReadResult result = mvgeo::readTileFile(nameOnThisSystem(fileName), options);
         if (!result.validNode()) return result;
+        mvgeo::trimTriangles(*result.getNode());
         const std::string fault = mvgeo::faultIn(*result.getNode());
         if (!fault.empty()) return ReadResult(fault);
         prepareTile(*result.getNode(), options);

@@ -95,6 +95,22 @@ TEST_F(MeasureCommand, DrapeKeepsSurfacesApartThatLieAboveEachOther)
     EXPECT_NEAR(line["lengthPlan"].get<double>(), 160.0, 1e-6);
 }
 
+// Corners of three degrees on posts of 2 cm, at the coordinates of a map.
+TEST_F(MeasureCommand, DrapeGoesRoundSharpCornersOnAFineRaster)
+{
+    const std::string dem =
+        "--dem " + quoted(writeRaster(folder.path("dem.tif"), rasterAt(32613, 5e5, 4e6, 0.02, 64),
+                                      [](int x, int y) { return 0.01 * std::sin(1.7 * x) * std::cos(2.3 * y); }));
+    const std::string line = folder.write("a.csv", "x,y\n500000.107,3999999.503\n500001.113,3999999.503\n"
+                                                   "500000.107,3999999.553\n500001.113,3999999.603\n");
+    const Json draped = runForJson("drape " + dem + " --from " + quoted(line))["lines"][0];
+    const double length = 1.006 + 2.0 * std::hypot(1.006, 0.05);
+    EXPECT_NEAR(draped["given"].get<double>(), length, 1e-6);
+    EXPECT_NEAR(draped["covered"].get<double>(), length, 1e-4);
+    EXPECT_NEAR(draped["lengthPlan"].get<double>(), length, 1e-3);
+    EXPECT_EQ(draped["pieces"].size(), 1U);
+}
+
 TEST_F(MeasureCommand, DrapeReadsBackWhatItWrote)
 {
     const std::string file = folder.path("draped.csv");

@@ -145,6 +145,42 @@ TEST(ProfilePlot, MarksWhereTheLineBends)
     EXPECT_THAT(svg.substr(dashed), HasSubstr("x1=\"525.0\""));
 }
 
+// A hatching of more than forty bends would show nothing.
+TEST(ProfilePlot, MarksFortyBendsAndNoMore)
+{
+    for (const int bends : {40, 41})
+    {
+        Points zigzag;
+        for (int i = 0; i < bends + 2; ++i)
+            zigzag.emplace_back(i, i % 2, 0.0);
+        const std::string svg = makeProfile(makeDrapedLine(zigzag, {{zigzag[0], zigzag[1]}}, {}), {}, "zigzag");
+        const std::size_t dashed = svg.find("stroke-dasharray");
+        EXPECT_EQ(dashed != std::string::npos, bends == 40);
+        if (dashed == std::string::npos) continue;
+        EXPECT_EQ(count(svg.substr(dashed, svg.find("</g>", dashed) - dashed), "<line "), 40U);
+    }
+}
+
+TEST(ProfilePlot, LabelsUpToFiveKilometresInMetres)
+{
+    const auto labelOf = [](double length) {
+        return makeProfile(drape(length, {{{0.0, 0.0, 0.0}, {length, 0.0, 900.0}}}), {}, "long");
+    };
+    EXPECT_THAT(labelOf(5000.0), HasSubstr("along the line (m)"));
+    EXPECT_THAT(labelOf(5000.0), HasSubstr(">5000</text>"));
+    EXPECT_THAT(labelOf(5001.0), HasSubstr("along the line (km)"));
+}
+
+// 10 cm around 7 m in steps of 2 cm, from below to above.
+TEST(ProfilePlot, ShowsTenCentimetresAtLeast)
+{
+    const std::string level = makeProfile(drape(10.0, {{{0.0, 0.0, 7.0}, {10.0, 0.0, 7.0}}}), {}, "level");
+    for (const char* label : {">6.94<", ">6.96<", ">6.98<", ">7.00<", ">7.02<", ">7.04<", ">7.06<"})
+        EXPECT_THAT(level, HasSubstr(label));
+    EXPECT_THAT(level, Not(HasSubstr(">6.92<")));
+    EXPECT_THAT(level, Not(HasSubstr(">7.08<")));
+}
+
 TEST(ProfilePlot, IsXmlWhateverTheModelIsCalled)
 {
     for (const std::string& name : {std::string("a&b<c>\"d'"), std::string("caf\xE9\x01"), std::string("\xE6\xB2\xA1")})

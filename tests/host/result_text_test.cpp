@@ -42,6 +42,9 @@ TEST(ResultText, KeepsAHundredthOfAMillimetreAtFourMillion)
     std::string text;
     appendNumber(text, 0.1 + 0.2);
     EXPECT_EQ(text, "0.3");
+    text.clear();
+    appendNumber(text, 1234567.891234567); // twelve digits, no more and no fewer
+    EXPECT_EQ(text, "1234567.89123");
 }
 
 TEST(ResultText, WritesALinesPointsAsCsv)
@@ -52,6 +55,28 @@ TEST(ResultText, WritesALinesPointsAsCsv)
                                   "1,2,8,4000008,0,2\n"
                                   "1,2,9,4000009,0,2\n");
     EXPECT_EQ(toCsv(std::vector<DrapedLine>()), "line,piece,distance,x,y,z\n");
+}
+
+// Lines are counted from 1, pieces from 1 in each line, and a line without pieces keeps its number.
+TEST(ResultText, CountsLinesAndTheirPieces)
+{
+    std::vector<DrapedLine> lines = twoPieces();
+    lines.push_back(makeDrapedLine({{0.0, 0.0, 0.0}, {10.0, 0.0, 0.0}}, {}, std::nullopt));
+    lines.push_back(
+        makeDrapedLine({{0.0, 0.0, 0.0}, {10.0, 0.0, 0.0}}, {{{2.0, 0.0, -7.5}, {3.0, 0.0, 1e-9}}}, std::nullopt));
+    const std::string text = toCsv(lines);
+    EXPECT_THAT(text, HasSubstr("\n1,2,9,4000009,0,2\n3,1,2,2,0,-7.5\n3,1,3,3,0,1e-09\n"));
+    const Json json = parse(toGeoJson(lines, utm()));
+    ASSERT_EQ(json["features"].size(), 3U);
+    const Json& last = json["features"][2]["properties"];
+    EXPECT_EQ(last["line"], 3);
+    EXPECT_EQ(last["piece"], 1);
+    EXPECT_EQ(last["from"], 2.0);
+    EXPECT_EQ(last["to"], 3.0);
+    EXPECT_EQ(last["lowest"], -7.5);
+    EXPECT_NEAR(last["highest"].get<double>(), 1e-9, 1e-18);
+    EXPECT_EQ(json["features"][1]["properties"]["from"], 8.0);
+    EXPECT_EQ(json["features"][1]["properties"]["to"], 9.0);
 }
 
 TEST(ResultText, WritesAPieceAsAFeature)
@@ -101,6 +126,21 @@ TEST(ResultText, TellsSmallAreasInDegrees)
     degrees.unit = "degrees";
     EXPECT_EQ(readableArea(1.2345678e-8, degrees), "1.23457e-08 square degrees");
     EXPECT_EQ(readableArea(12.346, utm()), "12.35 m\xC2\xB2");
+    ModelSystem feet;
+    feet.unit = "US survey foot";
+    EXPECT_EQ(readableArea(12.346, feet), "12.35 square US survey foot");
+}
+
+TEST(ResultText, KnowsAllFiguresOfASurface)
+{
+    const Json json = toJson(figuresOf(kTriangles), utm());
+    EXPECT_EQ(json["triangles"], 2);
+    EXPECT_EQ(json["areaPlan"], 6.0);
+    EXPECT_EQ(json["areaSpace"], 7.0);
+    EXPECT_EQ(json["lowest"], 0.5);
+    EXPECT_EQ(json["highest"], 2.5);
+    EXPECT_TRUE(pointsToJson({}).is_null());
+    EXPECT_EQ(pointsToJson({{1.0, 2.0, 3.0}, {4.0, 5.0, 6.0}}), parse("[[1.0,2.0,3.0],[4.0,5.0,6.0]]"));
 }
 
 TEST(ResultText, WritesNineColumnsATriangle)

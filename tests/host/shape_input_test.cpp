@@ -122,6 +122,21 @@ TEST_F(ShapeInput, ReadsTablesWhateverSeparatesTheirColumns)
     }
 }
 
+// A semicolon parts columns wherever there is one; a tab does so before a comma.
+TEST_F(ShapeInput, LeavesCommasInsideColumnsAlone)
+{
+    for (const char* content :
+         {"name;x;y\nbench, old;1;2\ntree, tall;3;4\n", "x;y;note\n1;2;a, b, c\n3;4;\n", "1;2;a,b\n3;4;c,d\n",
+          "name\tx\ty\nbench, old\t1\t2\ntree, tall\t3\t4\n", "note;x;y\na\tb, c;1;2\n\"d, e\";3;4\n"})
+    {
+        SCOPED_TRACE(content);
+        const std::vector<Points> read = lines("points.csv", content);
+        ASSERT_EQ(read.size(), 1U);
+        EXPECT_THAT(plan(read.front()), ElementsAre(at(1, 2), at(3, 4)));
+    }
+    EXPECT_THAT(lineFault("a.csv", "1,5;2,5\n3,5;4,5\n"), HasSubstr("Row 1 of '")); // decimal commas
+}
+
 TEST_F(ShapeInput, TellsTheLinesOfATableApart)
 {
     const std::vector<Points> read = lines("a.csv", "line,piece,distance,x,y,z\n"
@@ -196,6 +211,16 @@ TEST_F(ShapeInput, RefusesWhatCannotBeMeasured)
     EXPECT_THAT(sentenceOf([] { (void)readLines("0,0 1e13,0", ""); }), HasSubstr("larger than 1e12"));
     EXPECT_THAT(sentenceOf([] { (void)readBoundary("0,0 1e13,0 5,5", ""); }), HasSubstr("larger than 1e12"));
     EXPECT_THAT(sentenceOf([] { (void)readLines("0,0 1e-7,0", ""); }), HasSubstr("shorter than 1e-6"));
+}
+
+TEST_F(ShapeInput, TakesWhatIsExactlyAtItsLimits)
+{
+    EXPECT_EQ(readLines("0,0 1e12,0", "").front().size(), 2U);
+    EXPECT_EQ(readLines("0,0 1e-6,0", "").front().size(), 2U);
+    EXPECT_EQ(readLines("0,0 0,6e-7 0,0", "").front().size(), 3U); // its length, not how far it gets
+    EXPECT_THAT(sentenceOf([] { (void)readLines("0,0 0,-1.1e12", ""); }), HasSubstr("larger than 1e12"));
+    EXPECT_THAT(sentenceOf([] { (void)readLines("0,0 9e-7,0", ""); }), HasSubstr("shorter than 1e-6"));
+    EXPECT_EQ(readLines("1,2 1,2 3,4 3,4", "").front().size(), 4U) << "repeated points stay";
 }
 
 // In binary the three are not exactly on one line.

@@ -312,3 +312,23 @@ TEST(ClipRegion, InsideOfACoverIsTheBoundarysArea)
         EXPECT_NEAR(planArea(pieces.inside) + planArea(pieces.outside), 1050000, 1050000 * 1e-9);
     }
 }
+
+// Coordinates of which GEOS may make no rectangle; with few triangles and with so many that they have a tree.
+TEST(ClipRegion, BearsPolygonsThatAreNowhere)
+{
+    std::mt19937 random(3);
+    for (const Points& boundary : {kSquare, starShape(random, 200, 5, 5, 1, 5)})
+    {
+        const auto region = regionOf(boundary);
+        ASSERT_TRUE(region);
+        for (const double value : {kNan, kInfinity, -kInfinity, 1e308})
+            for (const Points& corners :
+                 {Points{{value, 0, 0}, {1, 0, 0}, {0, 1, 0}}, Points{{0, value, 0}, {1, 0, 0}, {0, 1, 0}},
+                  Points{{value, value, 0}, {-value, value, 0}, {0, -value, 0}}})
+            {
+                const Cut pieces = cut(*region, corners[0], corners[1], corners[2]);
+                EXPECT_EQ(pieces.inside.size() % 3, 0U);
+                EXPECT_EQ(pieces.outside.size() % 3, 0U);
+            }
+    }
+}

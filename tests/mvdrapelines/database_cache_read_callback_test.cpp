@@ -2,14 +2,21 @@
 
 #include "MemoryFiles.h"
 #include "support/LogRecorder.h"
+#include "support/TilePyramid.h"
 
+#include <osg/Geode>
+#include <osg/Geometry>
+#include <osg/MatrixTransform>
 #include <osg/observer_ptr>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <initializer_list>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace
@@ -234,4 +241,56 @@ TEST_F(DatabaseCacheReadCallbackTest, ServesSeveralThreadsAtOnce)
             });
     for (std::thread& thread : threads)
         thread.join();
+}
+
+namespace
+{
+
+/** A square with a texture, below nodes with textures of their own. */
+struct TexturedTile
+{
+    TexturedTile()
+    {
+        for (osg::Node* place : std::initializer_list<osg::Node*>{square, geode, node})
+        {
+            const osg::ref_ptr<osg::Image> image = makeImage("a.png", 1, 2, 3);
+            place->getOrCreateStateSet()->setTextureAttributeAndModes(0, new osg::Texture2D(image));
+            images.emplace_back(image);
+        }
+        geode->addDrawable(square);
+        node->addChild(geode);
+    }
+    [[nodiscard]] int imageCount() const
+    {
+        return static_cast<int>(
+            std::count_if(images.begin(), images.end(), [](const auto& image) { return image.valid(); }));
+    }
+
+    osg::ref_ptr<osg::Geometry> square = makeSquare(0, 0, 0, 1);
+    osg::ref_ptr<osg::Geode> geode = new osg::Geode;
+    osg::ref_ptr<osg::MatrixTransform> node = new osg::MatrixTransform;
+    std::vector<osg::observer_ptr<osg::Image>> images;
+};
+
+} // namespace
+
+TEST_F(DatabaseCacheReadCallbackTest, KeepsOfATileItsGeometryOnly)
+{
+    TexturedTile tile;
+    files->nodes["tile"] = [&tile] { return osg::ref_ptr<osg::Node>(std::exchange(tile.node, nullptr)); };
+    const osg::ref_ptr<osg::Node> stored = read("tile");
+    ASSERT_TRUE(stored);
+    EXPECT_EQ(tile.imageCount(), 0);
+    ASSERT_EQ(tile.square->getNumPrimitiveSets(), 1U);
+    EXPECT_EQ(tile.square->getVertexArray()->getNumElements(), 4U);
+    EXPECT_EQ(stored->asGroup()->getChild(0), tile.geode);
+}
+
+// As does a reader that answers from a cache of its own: others draw that tile.
+TEST_F(DatabaseCacheReadCallbackTest, LeavesATileAloneThatOthersHold)
+{
+    TexturedTile tile;
+    files->nodes["tile"] = [&tile] { return osg::ref_ptr<osg::Node>(tile.node); };
+    EXPECT_EQ(read("tile"), tile.node);
+    EXPECT_EQ(tile.imageCount(), 3);
 }

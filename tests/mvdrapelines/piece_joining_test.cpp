@@ -106,6 +106,55 @@ TEST(PieceJoining, GoesRoundASharpCorner)
     expectLines(joined({{{0, 0, 0}, {10, 0, 0}}, {{10, 0, 0}, {0, 0.1, 0}}}), {{{0, 0, 0}, {10, 0, 0}, {0, 0.1, 0}}});
 }
 
+// Two millimetres from the corner the legs are 0.07 mm apart: as near as two tiles of one cut may be.
+TEST(PieceJoining, GoesRoundASharpCornerBesideWhichItsLegsAlmostTouch)
+{
+    for (const double degrees : {0.5, 1.0, 2.0, 5.0})
+        for (const double nearest : {0.00005, 0.0002, 0.0004, 0.002, 0.02})
+        {
+            SCOPED_TRACE(testing::Message() << degrees << " degrees, points at " << nearest);
+            const double angle = degrees * std::acos(-1.0) / 180.0;
+            const auto onSecond = [angle](double distance)
+            { return KdGePoint3d(10.0 - distance * std::cos(angle), distance * std::sin(angle), 0.0); };
+            const Line first = along({0, 10.0 - nearest, 10});
+            const Line second{{10, 0, 0}, onSecond(1.3 * nearest), onSecond(10)};
+            const Lines result = joined({first, second});
+            ASSERT_EQ(result.size(), 1U) << text(result);
+            const Line& line = result[0];
+            EXPECT_TRUE(isSame({line.front(), line.back()}, {first.front(), second.back()})) << text(result);
+            double length = 0.0;
+            for (std::size_t i = 1; i < line.size(); ++i)
+                length += line[i - 1].distanceTo(line[i]);
+            EXPECT_NEAR(length, 20.0, 2e-4);
+        }
+}
+
+// The same with both legs cut by many tiles, here and there at the same distance from the corner.
+TEST(PieceJoining, GoesRoundASharpCornerOfManyTiles)
+{
+    for (const double degrees : {0.2, 1.0, 5.0})
+        for (const double share : {1.0, 1.1})
+        {
+            SCOPED_TRACE(testing::Message() << degrees << " degrees, " << share);
+            const double angle = degrees * std::acos(-1.0) / 180.0;
+            Line first;
+            Line second;
+            for (const double distance : {10.0, 1.0, 0.1, 0.006, 0.0055, 0.003, 0.0025, 0.001, 0.0005, 0.0003, 0.0})
+            {
+                first.emplace_back(10.0 - distance, 0, 0);
+                second.emplace_back(10.0 - share * distance * std::cos(angle), share * distance * std::sin(angle), 0);
+            }
+            Lines pieces;
+            for (std::size_t i = 1; i < first.size(); ++i)
+                pieces.push_back({first[i - 1], first[i]});
+            for (std::size_t i = second.size() - 1; i > 0; --i)
+                pieces.push_back({second[i], second[i - 1]});
+            const Lines result = joined(pieces);
+            ASSERT_EQ(result.size(), 1U) << text(result);
+            EXPECT_TRUE(isSame({result[0].front(), result[0].back()}, {first.front(), second.front()})) << text(result);
+        }
+}
+
 TEST(PieceJoining, ClosesARing)
 {
     expectLines(joined({along({0, 10}), {{10, 0, 0}, {10, 10, 0}}, {{10, 10, 0}, {0, 0, 0}}}),
@@ -162,6 +211,22 @@ TEST(PieceJoining, JoinsAFloorToTheWallThatStartsATinyBitLower)
 {
     expectLines(joined({{{0, 0, 5e-5}, {10, 0, 5e-5}}, {{10, 0, 0}, {10, 0, 8}, {12, 0, 8}}}),
                 {{{0, 0, 5e-5}, {10, 0, 5e-5}, {10, 0, 8}, {12, 0, 8}}});
+}
+
+// Exactly at the limits, which belong to what is near.
+TEST(PieceJoining, CountsWhatIsExactlyAtALimitAsNear)
+{
+    expectLines(joined({along({-10, 0}), along({1e-6, 20})}), {along({-10, 0, 20})});
+    expectLines(joined({along({0, 10}), along({10, 20}, 0, 1e-4)}), {{{0, 0, 0}, {10, 0, 0}, {20, 0, 1e-4}}});
+    expectUnchanged({along({0, 10}), along({10, 20}, 0, std::nextafter(1e-4, 1.0))});
+    expectUnchanged({along({-10, 0}), along({1.1e-6, 20})});
+}
+
+// Two points of one piece that are exactly a millionth apart are two points.
+TEST(PieceJoining, KeepsPointsThatAreExactlyAMillionthApart)
+{
+    expectUnchanged({along({0, 1e-6, 10})});
+    expectLines(joined({along({0, std::nextafter(1e-6, 0.0), 10})}), {along({0, 10})});
 }
 
 TEST(PieceJoining, MeasuresInThreeDimensions)
@@ -229,6 +294,22 @@ TEST(PieceJoining, RunsAsMostOfItDoes)
 {
     expectLines(joined({{{12, 0, 0}, {10, 0, 0}}, along({0, 10})}), {along({0, 10, 12})});
     expectLines(joined({along({10, 12}), {{10, 0, 0}, {0, 0, 0}}}), {along({12, 10, 0})});
+}
+
+// Only what other pieces cover goes; here another one ends where the first piece comes by twice.
+TEST(PieceJoining, LeavesAPieceThatRunsBackOverItself)
+{
+    expectUnchanged({along({0, 5, 10, 5, 2})});
+    const Line side{{5, -5, 0}, {5, 0, 0}};
+    expectUnchanged({along({0, 5, 10, 5, 2}), side});
+    expectUnchanged({along({0, 5, 10, 5, 0}), side});
+    expectUnchanged({side, along({0, 5, 10, 5, 2})});
+}
+
+TEST(PieceJoining, HasAStretchOnceThatTheLineRevisitsInPart)
+{
+    expectLines(joined({along({0, 10}), along({10, 4})}), {along({0, 4, 10})});
+    expectLines(joined({along({5, 10}), along({10, 0})}), {along({0, 5, 10})});
 }
 
 TEST(PieceJoining, HasAPieceOnceHoweverOftenItIsFound)
@@ -306,6 +387,28 @@ TEST(PieceJoining, GoesUpAWallOntoTheRoof)
     expectLines(joined({ground, lowerWall, upperWall, roof}), {whole});
     expectLines(joined({ground, {lowerWall.rbegin(), lowerWall.rend()}, upperWall, roof}), {whole});
     expectLines(joined({roof, upperWall, lowerWall, ground}), {whole});
+}
+
+// A line that goes over an edge, down its wall and back below it, in the pieces of three tiles; what lies below is
+// given in the direction of the cut.
+TEST(PieceJoining, GoesDownAWallAndReturnsBelowIt)
+{
+    const Line whole{{0, 0, 9}, {5, 0, 9}, {10, 0, 9}, {10, 0, 4}, {5, 0, 4}, {1, 0, 4}};
+    const Line top{whole[0], whole[1]};
+    const Line edge{whole[1], whole[2], whole[3], whole[4]};
+    const Line below{whole[5], whole[4]};
+    expectLines(joined({whole}), {whole});
+    expectLines(joined({top, edge, below}), {whole});
+    expectLines(joined({edge, below, top}), {whole});
+}
+
+// The wall is a piece of its own: it ends the upper line, and the lower one does not turn round at it.
+TEST(PieceJoining, KeepsWhatReturnsBelowAWallApart)
+{
+    const Line top = along({0, 10}, 0, 9);
+    const Line wall{{10, 0, 9}, {10, 0, 4}};
+    const Line below = along({1, 10}, 0, 4);
+    expectLines(joined({top, wall, below}), {{{0, 0, 9}, {10, 0, 9}, {10, 0, 4}}, below});
 }
 
 // ---- more than two ends

@@ -109,6 +109,27 @@ TEST(SurfaceCutter, LeavesWallsOutOnlyIfTheyAreSkirts)
     EXPECT_THAT(cut(*geometry, {0, 2, 0}, {10, 2, 0}, true), IsEmpty());
 }
 
+// A triangle at the border of a tile, and one beside it that is only as wide as a float is rounded by.
+TEST(SurfaceCutter, LeavesSliversOutAsClipsDo)
+{
+    const osg::ref_ptr<osg::Vec3Array> corners = new osg::Vec3Array;
+    for (const osg::Vec3& corner : {osg::Vec3(0.0F, 5.0F, 0.0F), osg::Vec3(-3.87096786F, 5.0F, -76.2831688F),
+                                    osg::Vec3(-2.0F, 9.0F, -30.0F), osg::Vec3(-3.87096405F, 5.0F, -76.2830811F)})
+        corners->push_back(corner);
+    const osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;
+    geometry->setVertexArray(corners);
+    const osg::ref_ptr<osg::DrawElementsUInt> triangles = new osg::DrawElementsUInt(GL_TRIANGLES);
+    for (const unsigned int corner : {0U, 1U, 2U, 0U, 3U, 1U})
+        triangles->push_back(corner);
+    geometry->addPrimitiveSet(triangles);
+    for (const bool leavesOutSkirts : {true, false})
+    {
+        const auto found = cut(*geometry, {-1, 0, 0}, {-1, 10, 0}, leavesOutSkirts);
+        ASSERT_THAT(found, SizeIs(1));
+        EXPECT_THAT(found[0].polyline, SizeIs(leavesOutSkirts ? 2 : 3));
+    }
+}
+
 TEST(SurfaceCutter, EndsWhereTheCutEnds)
 {
     const osg::ref_ptr<osg::Geometry> square = makeSquare(0, 0, 7, 100);

@@ -1,9 +1,11 @@
 #include "mvosggeomesh/TiledModelFixture.h"
 
 #include <osg/KdTree>
+#include <osg/observer_ptr>
 
 #include <filesystem>
 #include <memory>
+#include <stdexcept>
 
 namespace
 {
@@ -149,3 +151,113 @@ TEST_F(PickMessages, SaysThatThereAreTooFewPointsWhereTheVerticesDoNotReach)
     square->setInitialBound(osg::BoundingBox(0, 0, 0, 100, 100, 0));
     expectOnlyMessage("points size is less than 3");
 }
+
+namespace
+{
+
+/** The square from (0, 0, 0) to (100, 100, 0), of which nobody but the model knows. */
+struct PickedOnce : public TiledModelFixture
+{
+    void SetUp() override
+    {
+        ASSERT_EQ(driver.add(pyramid({1}).rootFile()), 0);
+        driver.view = fromAbove();
+        driver.update();
+        driver.receiver.forget();
+    }
+    void replaceSquare(const osg::ref_ptr<osg::Geometry>& square)
+    {
+        model().root().removeChildren(0, model().root().getNumChildren());
+        model().root().addChild(square);
+        seen = square;
+    }
+    bool isGoneOnceItLeavesTheScene()
+    {
+        model().root().removeChildren(0, model().root().getNumChildren());
+        return !seen.valid();
+    }
+
+    osg::observer_ptr<osg::Geometry> seen;
+    const KdGeMatrix3d identity;
+    const KdGePoint3d point{75, 40, 0};
+};
+
+} // namespace
+
+TEST_F(PickedOnce, IsLetGoOf)
+{
+    KdGePoint3d hit;
+    replaceSquare(makeSquare(0, 0, 0, 100));
+    ASSERT_TRUE(model().pickPoint(&identity, &point, &hit));
+    EXPECT_TRUE(isGoneOnceItLeavesTheScene());
+
+    std::vector<KdGePoint3d> triangle;
+    replaceSquare(makeSquare(0, 0, 0, 100));
+    ASSERT_TRUE(model().pickTriangle(&identity, &point, &triangle));
+    EXPECT_TRUE(isGoneOnceItLeavesTheScene());
+}
+
+// The square is hit, then something throws.
+TEST_F(PickedOnce, IsLetGoOfAlsoIfThePickFails)
+{
+    struct Torn : public osg::Drawable::ComputeBoundingBoxCallback
+    {
+        osg::BoundingBox computeBound(const osg::Drawable&) const override { throw std::runtime_error("torn"); }
+    };
+    replaceSquare(makeSquare(0, 0, 0, 100));
+    const osg::ref_ptr<osg::Geometry> damaged = makeSquare(0, 0, -1, 100);
+    damaged->setComputeBoundingBoxCallback(new Torn);
+    model().root().addChild(damaged);
+    KdGePoint3d hit;
+    EXPECT_FALSE(model().pickPoint(&identity, &point, &hit));
+    EXPECT_EQ(log.count(osg::FATAL, "torn"), 1);
+    EXPECT_TRUE(isGoneOnceItLeavesTheScene());
+}
+
+namespace
+{
+
+/** Tiles whose lists of indices go on for part of a triangle. */
+struct SurplusIndices : public TiledModelFixture, public testing::WithParamInterface<int>
+{
+    /** A square whose indices of so many bits end with as many more. */
+    void addSquare(unsigned int surplus)
+    {
+        model().clear();
+        receiver().forget();
+        const osg::ref_ptr<osg::Geometry> square = makeSquare(0, 0, 0, 100, GetParam());
+        for (unsigned int i = 0; i < surplus; ++i)
+            square->getPrimitiveSet(0)->getDrawElements()->addElement(1);
+        const std::string path = folder / "surplus.osgb";
+        writeTile(*square, path);
+        ASSERT_EQ(driver.add(path), 0);
+        driver.view = fromAbove();
+        ASSERT_TRUE(driver.update());
+    }
+};
+
+} // namespace
+
+TEST_P(SurplusIndices, AreNeitherHandedOverNorMeasured)
+{
+    for (const unsigned int surplus : {1U, 2U})
+    {
+        SCOPED_TRACE(surplus);
+        addSquare(surplus);
+        ASSERT_EQ(receiver().meshes().size(), 1U);
+        EXPECT_EQ(receiver().meshes()[0]->indices, (std::vector<unsigned int>{0, 1, 2, 0, 2, 3}));
+
+        const KdGeMatrix3d identity;
+        const KdGePoint3d point(75, 40, 0);
+        std::vector<KdGePoint3d> triangle;
+        EXPECT_TRUE(model().pickTriangle(&identity, &point, &triangle));
+        const std::vector<KdGePoint3d> line{{10, 50, 0}, {90, 50, 0}};
+        std::vector<std::vector<KdGePoint3d>> draped;
+        EXPECT_TRUE(model().section(&identity, &line, &draped));
+        ASSERT_EQ(draped.size(), 1U);
+        EXPECT_EQ(draped[0].size(), 3U);
+        expectCleanContract();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Bits, SurplusIndices, testing::Values(8, 16, 32), testing::PrintToStringParamName());

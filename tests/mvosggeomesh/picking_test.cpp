@@ -3,6 +3,8 @@
 
 #include <osg/Geode>
 #include <osg/Geometry>
+#include <osg/KdTree>
+#include <osg/NodeVisitor>
 
 #include <cmath>
 #include <limits>
@@ -16,6 +18,17 @@ void expectPoint(const KdGePoint3d& point, double x, double y, double z, double 
     EXPECT_NEAR(point.y, y, tolerance);
     EXPECT_NEAR(point.z, z, tolerance);
 }
+
+/** Counts the geometries that have a tree of their triangles. */
+struct FoundTrees : public osg::NodeVisitor
+{
+    FoundTrees() : osg::NodeVisitor(TRAVERSE_ALL_CHILDREN) {}
+    void apply(osg::Geometry& geometry) override
+    {
+        if (dynamic_cast<const osg::KdTree*>(geometry.getShape())) ++count;
+    }
+    int count = 0;
+};
 
 /** One square from (0, 0, 0) to (100, 100, 0). */
 struct Picking : public TiledModelFixture
@@ -80,15 +93,19 @@ TEST_F(Picking, HasNoGapsBetweenTriangles)
     ASSERT_EQ(driver.add(file), 0);
     look(fromAbove(1000.0));
     int missed = 0;
+    int tried = 0;
     for (unsigned int i = 0; i < corners->size(); ++i) // each edge, at a third of its way
     {
         const osg::Vec3d from((*vertices)[(*corners)[i]]);
         const osg::Vec3d to((*vertices)[(*corners)[i % 3 == 2 ? i - 2 : i + 1]]);
         const osg::Vec3d point = from + (to - from) / 3.0;
         const bool isInside = point.x() > 0.1 && point.y() > 0.1 && point.x() < 94.8 && point.y() < 94.8;
-        if (isInside && !pick({point.x(), point.y(), point.z()})) ++missed;
+        if (!isInside) continue;
+        ++tried;
+        if (!pick({point.x(), point.y(), point.z()}) || std::abs(hit.z - point.z()) > 1e-3) ++missed;
     }
     EXPECT_EQ(missed, 0);
+    EXPECT_EQ(tried, 6 * 13 * 13 - 4 * 13); // those of two triangles a cell, without the border
 }
 
 // 60 x 60 cells of a valley, z = |x - 50| / 10: large enough that picking makes itself a tree of the triangles.
@@ -131,6 +148,17 @@ TEST_F(Picking, HitsALargeTileAlikeEachTime)
             }
         }
     EXPECT_FALSE(pick({100.2, 61.3, 5.0}));
+    FoundTrees trees;
+    model().root().accept(trees);
+    EXPECT_EQ(trees.count, 1) << "made once, and kept";
+}
+
+TEST_F(Picking, MakesNoTreeForASmallTile)
+{
+    ASSERT_TRUE(pick({52.5, 49, 90}));
+    FoundTrees trees;
+    model().root().accept(trees);
+    EXPECT_EQ(trees.count, 0);
 }
 
 // From (50, 50, 100) through (55, 48, 90) the ray moves by (0.5, -0.2, -1) a metre down: (100, 30, 0) at the ground -
@@ -270,13 +298,18 @@ TEST_F(Picking, FindsNothingInAnEmptyModel)
     expectMiss({52.5, 49, 90});
 }
 
-TEST_F(Picking, BeforeTheFirstUpdateIsNoCrash)
+// There is no view yet but the identity: parallel, straight down.
+TEST_F(Picking, BeforeTheFirstUpdateLooksStraightDown)
 {
     ModelDriver fresh;
-    fresh.add(folder / "data/Tile_0/Tile_0.osgb");
+    ASSERT_EQ(fresh.add(folder / "data/Tile_0/Tile_0.osgb"), 0);
     const KdGeMatrix3d identity;
-    const KdGePoint3d point(50, 50, 0);
-    fresh.model().pickPoint(&identity, &point, &hit);
+    const KdGePoint3d point(30, 60, 500);
+    ASSERT_TRUE(fresh.model().pickPoint(&identity, &point, &hit));
+    expectPoint(hit, 30, 60, 0);
+    const KdGePoint3d beside(130, 60, 0);
+    EXPECT_FALSE(fresh.model().pickPoint(&identity, &beside, &hit));
+    EXPECT_EQ(log.count(osg::FATAL, ""), 0);
 }
 
 namespace

@@ -2,6 +2,9 @@
 #include "mvosggeomesh/Placement.h"
 #include "mvosggeomesh/TiledModelFixture.h"
 
+#include <osg/MatrixTransform>
+#include <osg/PagedLOD>
+
 #include <array>
 #include <cmath>
 #include <limits>
@@ -242,6 +245,186 @@ TEST_F(PickCorners, AreHitWhereverTheModelStands)
             expectNear(hit, motion(corner));
         }
     }
+}
+
+namespace
+{
+
+constexpr double kSmallTile = 0.31; // m: 31 cells of one centimetre
+constexpr double kInset = 0.004;
+
+/** A tile as a terrain's, of 31 cells of 1 cm, at the coordinates of a map: its bounds are of single precision and off
+ * by up to a quarter of a metre. */
+struct SmallFarTile : public TiledModelFixture, public testing::WithParamInterface<double>
+{
+    const double west = 500000.0 + GetParam();
+    const double south = 4000000.0 + GetParam();
+
+    void SetUp() override
+    {
+        const osg::ref_ptr<osg::MatrixTransform> placed =
+            new osg::MatrixTransform(osg::Matrixd::translate(west, south, 0.0));
+        placed->addChild(makeSquare(0, 0, 7, kSmallTile));
+        const osg::ref_ptr<osg::PagedLOD> paged = new osg::PagedLOD;
+        paged->setRangeMode(osg::LOD::PIXEL_SIZE_ON_SCREEN);
+        paged->setCenterMode(osg::LOD::USER_DEFINED_CENTER);
+        paged->setCenter(osg::Vec3d(west + kSmallTile / 2, south + kSmallTile / 2, 7.0));
+        paged->setRadius(static_cast<float>(kSmallTile * std::sqrt(0.5)));
+        paged->addChild(placed, 0.0F, 1e30F);
+        const std::string path = folder / "far.osgb";
+        writeTile(*paged, path);
+        ASSERT_EQ(driver.add(path), 0);
+    }
+    /** Near the corners of the tile. */
+    [[nodiscard]] std::vector<KdGePoint3d> spots() const
+    {
+        std::vector<KdGePoint3d> result;
+        for (const double x : {kInset, kSmallTile - kInset})
+            for (const double y : {kInset, kSmallTile - kInset})
+                result.emplace_back(west + x, south + y, 7.0);
+        return result;
+    }
+    void lookDown(const KdGePoint3d& spot)
+    {
+        driver.view = orthographicView({spot.x, spot.y, 20.0}, {spot.x, spot.y, 0.0}, 1.0);
+        ASSERT_TRUE(driver.update());
+    }
+    const KdGeMatrix3d identity;
+};
+
+} // namespace
+
+TEST_P(SmallFarTile, IsPickedUpToItsCorners)
+{
+    for (const KdGePoint3d& spot : spots())
+    {
+        SCOPED_TRACE(testing::Message() << spot.x - west << ' ' << spot.y - south);
+        lookDown(spot);
+        KdGePoint3d hit;
+        EXPECT_TRUE(model().pickPoint(&identity, &spot, &hit));
+        EXPECT_LT(hit.distanceTo(spot), 1e-5);
+        std::vector<KdGePoint3d> triangle;
+        EXPECT_TRUE(model().pickTriangle(&identity, &spot, &triangle));
+        EXPECT_EQ(triangle.size(), 3U);
+    }
+}
+
+TEST_P(SmallFarTile, IsClippedUpToItsCorners)
+{
+    for (const KdGePoint3d& spot : spots())
+        for (const int options : {0, int{MvGeoMesh::kFinestTiles}})
+        {
+            SCOPED_TRACE(testing::Message() << spot.x - west << ' ' << spot.y - south);
+            const double half = kInset / 2;
+            const std::vector<KdGePoint3d> boundary{{spot.x - half, spot.y - half, 0},
+                                                    {spot.x + half, spot.y - half, 0},
+                                                    {spot.x + half, spot.y + half, 0},
+                                                    {spot.x - half, spot.y + half, 0}};
+            std::vector<KdGePoint3d> found;
+            ASSERT_TRUE(model().clip(MvGeoMesh::kClipInside, MvGeoMesh::kAllModelFiles, &identity, &boundary, nullptr,
+                                     options, &found));
+            EXPECT_NEAR(planArea(found) / (kInset * kInset), 1.0, 1e-3);
+        }
+}
+
+TEST_P(SmallFarTile, IsCutUpToItsCorners)
+{
+    for (const KdGePoint3d& spot : spots())
+    {
+        SCOPED_TRACE(testing::Message() << spot.x - west << ' ' << spot.y - south);
+        const std::vector<KdGePoint3d> line{{spot.x - kInset / 2, spot.y, 0}, {spot.x + kInset / 2, spot.y, 0}};
+        std::vector<std::vector<KdGePoint3d>> draped;
+        ASSERT_TRUE(model().section(&identity, &line, &draped));
+        ASSERT_EQ(draped.size(), 1U);
+        EXPECT_NEAR(draped[0].back().x - draped[0].front().x, kInset, 1e-6);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Offsets, SmallFarTile, testing::Values(0.0, 0.05, 0.125, 0.2, 0.25, 0.37, 0.44),
+                         [](const testing::TestParamInfo<double>& offset)
+                         { return "Centimetres" + std::to_string(static_cast<int>(100 * offset.param)); });
+
+namespace
+{
+
+/** A transform above the paged node and one in the tile, which would lead elsewhere the other way round: the tile's
+ * doubles x and shifts by (0, 30, 5), the upper one turns (x, y) to (-y, x) and shifts by (200, 0, 0). The tile in the
+ * root file lies at z = 0, the finer one at z = 1. */
+struct TwoTransforms : public TiledModelFixture
+{
+    void SetUp() override
+    {
+        writeTile(*inTile(1.0), folder / "fine.osgb");
+        const osg::ref_ptr<osg::PagedLOD> paged = new osg::PagedLOD;
+        paged->setRangeMode(osg::LOD::PIXEL_SIZE_ON_SCREEN);
+        paged->addChild(inTile(0.0), 0.0F, 100.0F);
+        paged->setFileName(1, "fine.osgb");
+        paged->setRange(1, 100.0F, 1e30F);
+        const osg::ref_ptr<osg::MatrixTransform> upper = new osg::MatrixTransform(
+            osg::Matrixd::rotate(osg::PI_2, 0, 0, 1) * osg::Matrixd::translate(200.0, 0.0, 0.0));
+        upper->addChild(paged);
+        writeTile(*upper, folder / "root.osgb");
+        ASSERT_EQ(driver.add(folder / "root.osgb"), 0);
+    }
+    [[nodiscard]] static osg::ref_ptr<osg::Node> inTile(double z)
+    {
+        const osg::ref_ptr<osg::MatrixTransform> lower =
+            new osg::MatrixTransform(osg::Matrixd::scale(2, 1, 1) * osg::Matrixd::translate(0, 30, 5));
+        lower->addChild(makeSquare(0, 0, z, 100));
+        return lower;
+    }
+    /** Where (x, y, 1) of the finer square lies. */
+    [[nodiscard]] static KdGePoint3d placed(double x, double y) { return {200.0 - (y + 30.0), 2.0 * x, 6.0}; }
+    static void expectAt(const KdGePoint3d& found, const KdGePoint3d& expected)
+    {
+        EXPECT_LT(found.distanceTo(expected), 1e-4) << found.x << ' ' << found.y << ' ' << found.z;
+    }
+    void expectBox(const KdDbExtents& box)
+    {
+        EXPECT_LT(box.minPoint().distanceTo({70.0, 0.0, 5.0}), 1e-4);
+        EXPECT_LT(box.maxPoint().distanceTo({170.0, 200.0, 5.0}), 1e-4);
+    }
+    const KdGeMatrix3d identity;
+};
+
+} // namespace
+
+TEST_F(TwoTransforms, AreAppliedFromTheTileUpwards)
+{
+    expectBox(model().extents());
+    const KdGePoint3d spot = placed(25, 60);
+    driver.view = orthographicView({spot.x, spot.y, 100.0}, {spot.x, spot.y, 0.0}, 20.0);
+    ASSERT_TRUE(driver.converge());
+    KdGePoint3d hit;
+    ASSERT_TRUE(model().pickPoint(&identity, &spot, &hit));
+    expectAt(hit, spot);
+    std::vector<KdGePoint3d> triangle;
+    ASSERT_TRUE(model().pickTriangle(&identity, &spot, &triangle)); // above the diagonal: 0 2 3
+    ASSERT_EQ(triangle.size(), 3U);
+    expectAt(triangle[0], placed(0, 0));
+    expectAt(triangle[1], placed(100, 100));
+    expectAt(triangle[2], placed(0, 100));
+}
+
+TEST_F(TwoTransforms, AreAppliedToWhatIsReadForAMeasurement)
+{
+    const std::vector<KdGePoint3d> line{placed(10, 20), placed(90, 20)};
+    std::vector<std::vector<KdGePoint3d>> draped;
+    ASSERT_TRUE(model().section(&identity, &line, &draped));
+    ASSERT_EQ(draped.size(), 1U);
+    ASSERT_EQ(draped[0].size(), 3U);
+    expectAt(draped[0][0], placed(10, 20));
+    expectAt(draped[0][1], placed(20, 20));
+    expectAt(draped[0][2], placed(90, 20));
+
+    // 40 by 10 of the square are 80 by 10, turned.
+    const std::vector<KdGePoint3d> boundary{placed(30, 70), placed(70, 70), placed(70, 80), placed(30, 80)};
+    std::vector<KdGePoint3d> found;
+    ASSERT_TRUE(model().clip(MvGeoMesh::kClipInside, MvGeoMesh::kAllModelFiles, &identity, &boundary, nullptr,
+                             MvGeoMesh::kFinestTiles, &found));
+    EXPECT_NEAR(planArea(found), 800.0, 1e-3);
+    for (const KdGePoint3d& corner : found)
+        EXPECT_NEAR(corner.z, 6.0, 1e-9);
 }
 
 // Doubles, turns (x, y) to (-y, x), then shifts: (1, 2, 3) to (2, 4, 6) to (-4, 2, 6) to (96, 202, 306).

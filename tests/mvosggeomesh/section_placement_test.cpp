@@ -198,3 +198,9 @@ TEST_F(SectionSlots, WhatJoiningLeavesIsTheResultAlsoForOnePoint)
     EXPECT_THAT(lines[0], isLine({{1001, 2, 3}, {1004, 5, 6}, {1007, 8, 9}}));
     EXPECT_THAT(lines[1], isLine({{1001, 1, 1}, {1001, 1, 1.000002}}));
 }
+
+TEST_F(SectionSlots, TwoPointsExactlyAMillionthApartAreALine)
+{
+    watched.result = {{{0, 0, 0}, {0, 0, 1e-6}}, {{0, 0, 0}, {0, 0, std::nextafter(1e-6, 0.0)}}};
+    EXPECT_THAT(drapeWatched({{1050, 50, 0}}), SizeIs(1));
+}

@@ -1,5 +1,7 @@
 #include "mvosggeomesh/SectionFixture.h"
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace
@@ -233,4 +235,96 @@ TEST_F(Section, AGridOfSeparateTrianglesGivesOneLineToo)
     ASSERT_THAT(alongRow[0], SizeIs(51));
     for (int x = 0; x <= 50; ++x)
         EXPECT_NEAR(alongRow[0][static_cast<std::size_t>(x)].z, height(static_cast<float>(x), 7.0F), 1e-6);
+}
+
+TEST_F(Section, ARepeatedPointOfTheLineIsThereOnce)
+{
+    addMesh(makeSquare(0, 0, 7, 100));
+    const Lines lines =
+        drape({{60, 10, 0}, {60, 10, 0}, {90, 20, 0}, {90, 20, 5}, {90, 20, 0}, {60, 40, 0}, {60, 40, 0}});
+    ASSERT_THAT(lines, SizeIs(1));
+    EXPECT_THAT(lines[0], isLine({{60, 10, 7}, {90, 20, 7}, {60, 40, 7}}));
+}
+
+// It goes on over what it has left already, which is there once.
+TEST_F(Section, ALineThatTurnsStraightBackIsThereOnce)
+{
+    addMesh(makeSquare(0, 0, 7, 100));
+    for (const double end : {70.0, 60.0, 20.0})
+    {
+        SCOPED_TRACE(end);
+        const Lines lines = drape({{60, 10, 0}, {90, 10, 0}, {end, 10, 0}});
+        double length = 0.0;
+        for (const Line& line : lines)
+            for (std::size_t i = 1; i < line.size(); ++i)
+                length += line[i - 1].distanceTo(line[i]);
+        EXPECT_THAT(lines, SizeIs(1));
+        EXPECT_NEAR(length, 90.0 - std::min(end, 60.0), 1e-6);
+    }
+}
+
+namespace
+{
+
+/** Terrain in cells of 2 cm, rough enough to tell where a line runs. */
+osg::ref_ptr<osg::Geometry> fineMesh()
+{
+    constexpr int kSide = 120;
+    std::vector<osg::Vec3> corners;
+    std::vector<unsigned int> indices;
+    for (int row = 0; row <= kSide; ++row)
+        for (int column = 0; column <= kSide; ++column)
+        {
+            corners.emplace_back(0.02F * static_cast<float>(column), 0.02F * static_cast<float>(row),
+                                 0.01F * static_cast<float>(std::sin(1.7 * column) * std::cos(2.3 * row)));
+            if (column == kSide || row == kSide) continue;
+            const auto corner = static_cast<unsigned int>(row * (kSide + 1) + column);
+            for (const unsigned int offset : {0U, 1U, kSide + 1U, 1U, kSide + 2U, kSide + 1U})
+                indices.push_back(corner + offset);
+        }
+    return Section::triangles(corners, indices);
+}
+
+} // namespace
+
+// Beside a sharp corner both legs are nearer to each other than the tiles of one cut may be.
+TEST_F(Section, GoesRoundSharpCornersInOneLine)
+{
+    addMesh(fineMesh());
+    for (const double degrees : {0.2, 0.5, 1.0, 2.0, 4.0, 5.0, 10.0})
+        for (int i = 0; i < 40; ++i)
+        {
+            SCOPED_TRACE(testing::Message() << degrees << " degrees, corner " << i);
+            const double turn = 0.157 * i;
+            const KdGePoint3d corner(1.2 + 0.00137 * i, 1.2 - 0.00071 * i, 0.0);
+            const auto leg = [&corner](double angle)
+            { return KdGePoint3d(corner.x + std::cos(angle), corner.y + std::sin(angle), 0.0); };
+            const KdGePoint3d first = leg(turn);
+            const KdGePoint3d last = leg(turn + degrees * std::acos(-1.0) / 180.0);
+            const Lines lines = drape({first, corner, last});
+            ASSERT_THAT(lines, SizeIs(1));
+            double length = 0.0;
+            for (std::size_t j = 1; j < lines[0].size(); ++j)
+                length += std::hypot(lines[0][j].x - lines[0][j - 1].x, lines[0][j].y - lines[0][j - 1].y);
+            EXPECT_NEAR(length, 2.0, 1e-3);
+            EXPECT_LT(std::hypot(lines[0].front().x - first.x, lines[0].front().y - first.y), 1e-4);
+            EXPECT_LT(std::hypot(lines[0].back().x - last.x, lines[0].back().y - last.y), 1e-4);
+        }
+}
+
+// Over the edge of a cliff, down its wall and back below: the surface is one sheet, and so is the line.
+TEST_F(Section, GoesDownAWallAndReturnsBelowIt)
+{
+    addMesh(triangles({{0, 0, 9}, {10, 0, 9}, {10, 0, 4}, {3, 0, 4}, {0, 20, 9}, {10, 20, 9}, {10, 20, 4}, {3, 20, 4}},
+                      {0, 1, 5, 0, 5, 4, 1, 2, 6, 1, 6, 5, 2, 3, 7, 2, 7, 6}));
+    const Lines lines = drape({{-5, 8, 0}, {15, 8, 0}});
+    ASSERT_THAT(lines, SizeIs(1));
+    const Line& line = lines[0];
+    double length = 0.0;
+    for (std::size_t i = 1; i < line.size(); ++i)
+        length += line[i - 1].distanceTo(line[i]);
+    EXPECT_NEAR(length, 10.0 + 5.0 + 7.0, 1e-6);
+    EXPECT_NEAR(line.front().x, 0.0, 1e-6);
+    EXPECT_NEAR(line.back().x, 3.0, 1e-6);
+    EXPECT_NEAR(line.back().z, 4.0, 1e-6);
 }

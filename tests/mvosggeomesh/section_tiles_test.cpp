@@ -1,10 +1,16 @@
 #include "mvosggeomesh/SectionFixture.h"
+#include "support/Sanitizers.h"
 
 #include <osg/NodeVisitor>
 #include <osg/PagedLOD>
 
+#include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
+
+#include <unistd.h>
 
 namespace
 {
@@ -229,4 +235,67 @@ TEST_F(Section, AnIncompleteRootStillGivesWhatItHolds)
     const Lines lines = drape({{10, 5, 0}, {40, 5, 0}});
     ASSERT_THAT(lines, SizeIs(1));
     EXPECT_THAT(lines[0], isLine({{10, 5, 0}, {40, 5, 0}}));
+}
+
+namespace
+{
+
+/** Resident memory of this process in MB. */
+double residentMB()
+{
+    std::size_t total = 0;
+    std::size_t resident = 0;
+    std::ifstream("/proc/self/statm") >> total >> resident;
+    return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1048576.0;
+}
+
+/** Looks at the memory while the section holds its tiles. */
+class MemoryWatch : public MvOsgGeoMesh
+{
+public:
+    MemoryWatch() : MvOsgGeoMesh([] { return true; }) {}
+    bool checkBoundary(Section::Line& points) override
+    {
+        most = std::max(most, residentMB());
+        ++pieces;
+        return MvOsgGeoMesh::checkBoundary(points);
+    }
+    double most = 0.0;
+    int pieces = 0;
+};
+
+} // namespace
+
+// All of the finest tiles of a published model, whose textures take some hundred MB.
+TEST_F(Section, HoldsNoTexturesOfTheTilesThatItReads)
+{
+    const char* root = std::getenv("MVGEO_REAL_DATA");
+    if (!root || !*root) GTEST_SKIP() << "MVGEO_REAL_DATA names no folder with real data";
+    const std::filesystem::path data = std::filesystem::path(root) / "osgb/Production_5/Data";
+    if (!std::filesystem::is_directory(data)) GTEST_SKIP() << data << " is not there";
+#if defined(MVGEO_HAS_ADDRESS_SANITIZER) || defined(MVGEO_HAS_THREAD_SANITIZER)
+    GTEST_SKIP() << "the sanitizers keep memory for themselves";
+#endif
+
+    MemoryWatch model;
+    for (const auto& tile : std::filesystem::directory_iterator(data))
+    {
+        const std::string name = tile.path().filename().string();
+        ASSERT_GE(model.addModel(KdString((tile.path() / (name + ".osgb")).string().c_str())), 0) << name;
+    }
+    const KdDbExtents box = model.extents();
+    Line line;
+    for (int pass = 0; pass <= 20; ++pass)
+    {
+        const double y = box.minPoint().y + (box.maxPoint().y - box.minPoint().y) * pass / 20.0;
+        for (const bool isWest : {pass % 2 == 0, pass % 2 != 0})
+            line.emplace_back(isWest ? box.minPoint().x : box.maxPoint().x, y, 0.0);
+    }
+    const KdGeMatrix3d identity;
+    Lines draped;
+    const double before = residentMB();
+    ASSERT_TRUE(model.section(&identity, &line, &draped));
+    RecordProperty("MB", std::to_string(model.most - before));
+    EXPECT_GT(model.pieces, 100);
+    EXPECT_LT(model.most - before, 200.0);
 }

@@ -344,3 +344,40 @@ TEST_F(TerrainSection, AnImageAloneIsAFlatTerrain)
     for (const KdGePoint3d& point : lines[0])
         EXPECT_EQ(point.z, lines[0].front().z);
 }
+
+// 31 times 8 posts of 10 cm: in its third level a tile's posts are as far apart as the DEM's, but for the rounding of
+// its edges. Whether finer tiles are measured must not depend on that.
+TEST_F(TerrainSection, IsOneLineWhereTilesHaveJustTheDemsPosts)
+{
+    TestRaster raster;
+    raster.width = raster.height = 248;
+    raster.type = GDT_Float32;
+    raster.originX = 500000.3;
+    raster.originY = 4000012.4;
+    raster.pixelWidth = 0.1;
+    raster.pixelHeight = -0.1;
+    writeRaster(dem, raster,
+                [](int, int column, int row) { return 20.0 * std::sin(1.7 * column) * std::cos(2.3 * row); });
+    ASSERT_EQ(driver->add('?' + dem), 0);
+    const double west = raster.originX;
+    const double south = raster.originY - 24.8;
+    for (const Line& line : {Line{{west + 1, south + 2, 0}, {west + 24, south + 23, 0}},
+                             Line{{west + 1, south + 12.1, 0}, {west + 24, south + 13.3, 0}},
+                             Line{{west + 5.3, south + 24, 0}, {west + 6.1, south + 1, 0}},
+                             Line{{west + 12.4, south + 1, 0}, {west + 12.4, south + 24, 0}}})
+    {
+        SCOPED_TRACE(testing::Message() << line[0].x - west << ' ' << line[0].y - south);
+        EXPECT_THAT(drape(line), SizeIs(1));
+    }
+}
+
+// The image's pixels cannot be read: each tile that samples it is incomplete.
+TEST_F(TerrainSection, DoesNotLookAtTheImage)
+{
+    std::filesystem::resize_file(dom, 4000);
+    ASSERT_EQ(driver->add(source()), 0);
+    ASSERT_EQ(driver->statistics().tilesIncomplete, 1U); // the root, which is shown
+    EXPECT_THAT(drape({{20, 33, 0}, {620, 577, 0}}), SizeIs(1));
+    EXPECT_GT(driver->statistics().tilesBuilt, 4U);
+    EXPECT_EQ(driver->statistics().tilesIncomplete, 1U);
+}

@@ -70,7 +70,8 @@ TEST(SamplesDenserThanPixels, DependNotOnWhereRowsRun)
 TEST(TileDenserThanItsDem, IsOneWhosePostsLieCloserInBothDirections)
 {
     EXPECT_TRUE(isDenserThanDem(*terrainNode(1.5, 1.5))); // posts every metre
-    EXPECT_TRUE(isDenserThanDem(*terrainNode(1.0000005, 1.0000005)));
+    EXPECT_TRUE(isDenserThanDem(*terrainNode(1.000002, 1.000002)));
+    EXPECT_FALSE(isDenserThanDem(*terrainNode(1.0000005, 1.0000005))) << "posts and pixels that differ by rounding";
     EXPECT_FALSE(isDenserThanDem(*terrainNode(1.5, 1.0)));
     EXPECT_FALSE(isDenserThanDem(*terrainNode(1.0, 1.5)));
     const osg::ref_ptr<osg::Group> plain = new osg::Group;

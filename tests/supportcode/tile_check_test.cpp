@@ -64,6 +64,55 @@ TEST(TileCheck, EmptySetsAndGeometriesWithoutVerticesAreFine)
     EXPECT_EQ(mvgeo::faultIn(*bare), "");
 }
 
+// OSG would read the corners that the last triangle lacks from behind the list.
+TEST(TileCheck, AListOfTrianglesLosesAnEndThatIsNone)
+{
+    for (unsigned int surplus = 0; surplus < 3; ++surplus)
+    {
+        SCOPED_TRACE(surplus);
+        const auto bytes = elements<osg::DrawElementsUByte>({0, 1, 2, 0, 2, 3});
+        const auto shorts = elements<osg::DrawElementsUShort>({0, 1, 2, 0, 2, 3});
+        const auto ints = elements<osg::DrawElementsUInt>({0, 1, 2, 0, 2, 3});
+        for (osg::DrawElements* list : std::initializer_list<osg::DrawElements*>{bytes, shorts, ints})
+        {
+            for (unsigned int i = 0; i < surplus; ++i)
+                list->addElement(99); // which is no vertex, and goes too
+            const osg::ref_ptr<osg::Node> tile = tileWith(list);
+            mvgeo::trimTriangles(*tile);
+            EXPECT_EQ(list->getNumIndices(), 6U);
+            EXPECT_EQ(mvgeo::faultIn(*tile), "");
+        }
+        const osg::ref_ptr<osg::DrawArrays> range = new osg::DrawArrays(GL_TRIANGLES, 0, 3 + static_cast<int>(surplus));
+        mvgeo::trimTriangles(*tileWith(range));
+        EXPECT_EQ(range->getCount(), 3);
+    }
+}
+
+TEST(TileCheck, OnlyListsOfTrianglesAreTrimmed)
+{
+    for (const GLenum mode : {GL_TRIANGLE_STRIP, GL_TRIANGLE_FAN, GL_QUADS, GL_LINES})
+    {
+        const osg::ref_ptr<osg::DrawElementsUInt> list = new osg::DrawElementsUInt(mode, 4U);
+        mvgeo::trimTriangles(*tileWith(list));
+        EXPECT_EQ(list->size(), 4U);
+        const osg::ref_ptr<osg::DrawArrays> range = new osg::DrawArrays(mode, 0, 4);
+        mvgeo::trimTriangles(*tileWith(range));
+        EXPECT_EQ(range->getCount(), 4);
+    }
+    const osg::ref_ptr<osg::DrawArrays> senseless = new osg::DrawArrays(GL_TRIANGLES, 0, -4);
+    mvgeo::trimTriangles(*tileWith(senseless));
+    EXPECT_NE(mvgeo::faultIn(*tileWith(senseless)), "");
+}
+
+TEST(TileCheck, RunsOfTrianglesThatAreNotWholeAreAFault)
+{
+    const osg::ref_ptr<osg::DrawArrayLengths> lengths = new osg::DrawArrayLengths(GL_TRIANGLES, 0);
+    lengths->push_back(3);
+    EXPECT_EQ(mvgeo::faultIn(*tileWith(lengths)), "");
+    lengths->push_back(1);
+    EXPECT_EQ(mvgeo::faultIn(*tileWith(lengths)), "one of its runs of vertices ends within a triangle");
+}
+
 TEST(TileCheck, VerticesOfDoublePrecisionBecomeSingle)
 {
     const osg::ref_ptr<osg::Geometry> geometry = new osg::Geometry;
