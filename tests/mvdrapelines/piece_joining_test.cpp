@@ -220,6 +220,8 @@ TEST(PieceJoining, CountsWhatIsExactlyAtALimitAsNear)
     expectLines(joined({along({0, 10}), along({10, 20}, 0, 1e-4)}), {{{0, 0, 0}, {10, 0, 0}, {20, 0, 1e-4}}});
     expectUnchanged({along({0, 10}), along({10, 20}, 0, std::nextafter(1e-4, 1.0))});
     expectUnchanged({along({-10, 0}), along({1.1e-6, 20})});
+    expectLines(joined({along({0, 10}), along({-10, 1e-4})}), {along({-10, 1e-4, 10})});
+    expectLines(joined({along({-10, 0, 10}), along({-10, 1e-6, 10})}), {along({-10, 0, 10})});
 }
 
 // Two points of one piece that are exactly a millionth apart are two points.
